@@ -1,0 +1,48 @@
+# Language, warnings and checks for everything this project compiles itself.
+
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_C_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+# The GNU dialect: strict C++20 takes away _stdcall, which ONNX Runtime's header uses on Windows.
+set(CMAKE_CXX_EXTENSIONS ON)
+
+# All results stand side by side in the build folder: a library and the runtime it needs are then
+# found in the same way as where they are deployed.
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}")
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}")
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}")
+set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
+set(CMAKE_INSTALL_RPATH "$ORIGIN")
+
+# No path of this machine in the results; the debugger keeps its own.
+add_compile_options("-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=")
+
+option(VORNIC_SANITIZERS "Check addresses, undefined behaviour and leaks at run time (Clang)" OFF)
+if(VORNIC_SANITIZERS)
+    add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
+                        -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=address,undefined)
+endif()
+
+# Warnings of the project's own targets; any warning fails the build.
+function(vornic_warnings target)
+    target_compile_options(${target} PRIVATE
+        -Wall -Wextra -Wpedantic -Werror
+        -Wcast-align -Wcast-qual -Wconversion -Wformat=2 -Wshadow -Wsign-conversion -Wundef
+        # Clang knows only one printf, so the name by which MinGW tells its two apart is mapped to it.
+        $<$<CXX_COMPILER_ID:Clang>:-Dgnu_printf=printf>
+        $<$<COMPILE_LANGUAGE:C>:-Wstrict-prototypes>
+        $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual>)
+endfunction()
+
+# What goes into the library. It is linked as C and needs nothing of the C++ runtime, does nothing
+# when it is loaded, and runs on its callers' stacks, which may be small.
+function(vornic_library_options target)
+    vornic_warnings(${target})
+    target_compile_definitions(${target} PRIVATE ONNXRUNTIME_VORNIC_BUILD)
+    target_compile_options(${target} PRIVATE
+        -ffunction-sections -fdata-sections -fvisibility=hidden -Wframe-larger-than=32768
+        $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
+    set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+endfunction()

@@ -1,0 +1,41 @@
+# The library, onnxruntime_vornic.
+
+file(GLOB vornic_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/src/*/*.cpp")
+if(WIN32)
+    list(FILTER vornic_sources EXCLUDE REGEX "_posix\\.cpp$")
+else()
+    list(FILTER vornic_sources EXCLUDE REGEX "_windows\\.cpp$")
+endif()
+set(vornic_entry_sources ${vornic_sources})
+list(FILTER vornic_entry_sources INCLUDE REGEX "/core/runtime_entry_")
+list(FILTER vornic_sources EXCLUDE REGEX "/core/runtime_entry_")
+
+# Everything but the way to the runtime, so that the tests can put a table of their own in its place.
+add_library(vornic_objects OBJECT ${vornic_sources})
+vornic_library_options(vornic_objects)
+target_include_directories(vornic_objects PUBLIC
+    "${PROJECT_SOURCE_DIR}/include" "${PROJECT_SOURCE_DIR}/src")
+target_link_libraries(vornic_objects PUBLIC onnxruntime_header)
+
+add_library(onnxruntime_vornic SHARED ${vornic_entry_sources})
+vornic_library_options(onnxruntime_vornic)
+target_include_directories(onnxruntime_vornic INTERFACE
+    "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>")
+target_link_libraries(onnxruntime_vornic PRIVATE vornic_objects onnxruntime_entry)
+set_target_properties(onnxruntime_vornic PROPERTIES LINKER_LANGUAGE C)
+target_link_options(onnxruntime_vornic PRIVATE -Wl,--gc-sections)
+if(WIN32)
+    set_target_properties(onnxruntime_vornic PROPERTIES PREFIX "")
+    # -static: the compiler's own libraries become no dependency. The time of the build is left out
+    # so that the same sources give the same bytes.
+    target_link_options(onnxruntime_vornic PRIVATE -static -Wl,--no-insert-timestamp)
+else()
+    set_target_properties(onnxruntime_vornic PROPERTIES
+        VERSION ${PROJECT_VERSION}
+        SOVERSION ${PROJECT_VERSION_MAJOR})
+    target_link_options(onnxruntime_vornic PRIVATE -Wl,-z,relro,-z,now -Wl,--as-needed)
+    if(NOT VORNIC_SANITIZERS)
+        # The checkers' own functions come from the program.
+        target_link_options(onnxruntime_vornic PRIVATE -Wl,--no-undefined)
+    endif()
+endif()

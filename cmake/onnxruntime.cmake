@@ -1,0 +1,68 @@
+# ONNX Runtime: its C header, its library, and something to link its one imported function against.
+
+set(ONNXRUNTIME_ROOT "$ENV{ONNXRUNTIME_ROOT}" CACHE PATH
+    "Folder of an official ONNX Runtime release archive (include/ and lib/); \
+empty for what scripts/prepare has fetched")
+
+if(WIN32)
+    set(runtime_name onnxruntime.dll)
+    set(fetched_folder win-x64)
+else()
+    set(runtime_name libonnxruntime.so.1)
+    set(fetched_folder linux-x64)
+endif()
+
+if(ONNXRUNTIME_ROOT)
+    set(ONNXRUNTIME_INCLUDE_DIR "${ONNXRUNTIME_ROOT}/include")
+    set(ONNXRUNTIME_LIBRARY "${ONNXRUNTIME_ROOT}/lib/${runtime_name}")
+else()
+    set(ONNXRUNTIME_INCLUDE_DIR "${PROJECT_SOURCE_DIR}/.deps/onnxruntime/include")
+    set(ONNXRUNTIME_LIBRARY
+        "${PROJECT_SOURCE_DIR}/.deps/onnxruntime/${fetched_folder}/${runtime_name}")
+endif()
+foreach(needed "${ONNXRUNTIME_INCLUDE_DIR}/onnxruntime_c_api.h" "${ONNXRUNTIME_LIBRARY}")
+    if(NOT EXISTS "${needed}")
+        message(FATAL_ERROR "${needed} is missing: run scripts/prepare, or set ONNXRUNTIME_ROOT")
+    endif()
+endforeach()
+
+add_library(onnxruntime_header INTERFACE)
+target_include_directories(onnxruntime_header SYSTEM INTERFACE "${ONNXRUNTIME_INCLUDE_DIR}")
+if(MINGW)
+    # An annotation that MinGW's sal.h does not know.
+    target_compile_options(onnxruntime_header INTERFACE "-D_Return_type_success_(condition)=")
+endif()
+
+# onnxruntime_entry: what the library links for OrtGetApiBase.
+add_library(onnxruntime_entry INTERFACE)
+if(WIN32)
+    # A delayed import: the library chooses the runtime at the first call.
+    set(import_folder "${CMAKE_BINARY_DIR}/onnxruntime_delayed")
+    set(import_library "${import_folder}/libonnxruntime_delayed.a")
+    file(MAKE_DIRECTORY "${import_folder}")
+    # Run in the folder, since dlltool names its symbols after the path that it writes to.
+    add_custom_command(OUTPUT "${import_library}"
+        COMMAND "${CMAKE_DLLTOOL}" --input-def "${CMAKE_CURRENT_LIST_DIR}/onnxruntime.def"
+            --output-delaylib libonnxruntime_delayed.a
+        WORKING_DIRECTORY "${import_folder}"
+        DEPENDS "${CMAKE_CURRENT_LIST_DIR}/onnxruntime.def"
+        VERBATIM)
+    add_custom_target(onnxruntime_import DEPENDS "${import_library}")
+    add_dependencies(onnxruntime_entry onnxruntime_import)
+    target_link_libraries(onnxruntime_entry INTERFACE "${import_library}")
+else()
+    # The official library gives its symbols the version of its release. Linked against it, the
+    # result would refuse every other release; linked against this stub, it takes any.
+    add_library(onnxruntime_stub SHARED "${CMAKE_CURRENT_LIST_DIR}/onnxruntime_stub.c")
+    target_compile_options(onnxruntime_stub PRIVATE -fno-sanitize=all)
+    target_link_options(onnxruntime_stub PRIVATE -nostdlib -fno-sanitize=all)
+    set_target_properties(onnxruntime_stub PROPERTIES
+        OUTPUT_NAME onnxruntime
+        SOVERSION 1
+        LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/onnxruntime_stub")
+    target_link_libraries(onnxruntime_entry INTERFACE onnxruntime_stub)
+endif()
+
+# The runtime stands beside the built library, as it does where the library is deployed.
+file(CREATE_LINK "${ONNXRUNTIME_LIBRARY}" "${CMAKE_BINARY_DIR}/${runtime_name}"
+     COPY_ON_ERROR SYMBOLIC)
