@@ -1,0 +1,18 @@
+#include "core/element_type.h"
+
+#include <string.h>
+
+const char* vnort_dtype_name(uint32_t code) {
+    for (const ElementType& type : kElementTypes) {
+        if (type.code == code) return type.name;
+    }
+    return "unknown";
+}
+
+const ElementType* vnort_find_dtype(const char* name) {
+    for (const ElementType& type : kElementTypes) {
+        if (strcmp(name, type.name) == 0) return &type;
+        if (type.alias != nullptr && strcmp(name, type.alias) == 0) return &type;
+    }
+    return nullptr;
+}

@@ -1,0 +1,74 @@
+// The element types that cross the interface, in one table: ONNX Runtime's code, the name written,
+// a second name that input accepts, and the bytes of one element.
+#pragma once
+
+#include <onnxruntime_c_api.h>
+#include <stdint.h>
+
+#include <array>
+
+struct ElementType {
+    uint32_t code;
+    const char* name;
+    const char* alias;  // null when only the name itself is accepted
+    uint32_t size;      // 0 for strings, which are separate texts
+};
+
+inline constexpr uint32_t kFloat32 = ONNX_TENSOR_ELEMENT_DATA_TYPE_FLOAT;
+inline constexpr uint32_t kString = ONNX_TENSOR_ELEMENT_DATA_TYPE_STRING;
+
+inline constexpr ElementType kElementTypes[] = {
+    {kFloat32, "float32", "float", 4},
+    {ONNX_TENSOR_ELEMENT_DATA_TYPE_UINT8, "uint8", nullptr, 1},
+    {ONNX_TENSOR_ELEMENT_DATA_TYPE_INT8, "int8", nullptr, 1},
+    {ONNX_TENSOR_ELEMENT_DATA_TYPE_UINT16, "uint16", nullptr, 2},
+    {ONNX_TENSOR_ELEMENT_DATA_TYPE_INT16, "int16", nullptr, 2},
+    {ONNX_TENSOR_ELEMENT_DATA_TYPE_INT32, "int32", "int", 4},
+    {ONNX_TENSOR_ELEMENT_DATA_TYPE_INT64, "int64", nullptr, 8},
+    {kString, "string", "str", 0},
+    {ONNX_TENSOR_ELEMENT_DATA_TYPE_BOOL, "bool", "boolean", 1},
+    {ONNX_TENSOR_ELEMENT_DATA_TYPE_DOUBLE, "float64", "double", 8},
+    {ONNX_TENSOR_ELEMENT_DATA_TYPE_UINT32, "uint32", nullptr, 4},
+    {ONNX_TENSOR_ELEMENT_DATA_TYPE_UINT64, "uint64", nullptr, 8},
+};
+
+// The name written for a code; "unknown" for every code that is not in the table.
+const char* vnort_dtype_name(uint32_t code);
+
+// The row that a dtype text names, compared whole and case-sensitively; null for no match.
+const ElementType* vnort_find_dtype(const char* name);
+
+// The bool elements of a tensor: one byte, of which every value but 0 is true.
+enum class Bool8 : uint8_t {};
+
+// Calls visit with a value of the element's C++ type and gives true; gives false for a type that
+// has no numbers to read or write (strings, float16, whatever the table does not hold).
+template <typename Visitor>
+bool vnort_visit_numeric(uint32_t code, Visitor&& visit) {
+    switch (code) {
+        case kFloat32: visit(float()); return true;
+        case ONNX_TENSOR_ELEMENT_DATA_TYPE_UINT8: visit(uint8_t()); return true;
+        case ONNX_TENSOR_ELEMENT_DATA_TYPE_INT8: visit(int8_t()); return true;
+        case ONNX_TENSOR_ELEMENT_DATA_TYPE_UINT16: visit(uint16_t()); return true;
+        case ONNX_TENSOR_ELEMENT_DATA_TYPE_INT16: visit(int16_t()); return true;
+        case ONNX_TENSOR_ELEMENT_DATA_TYPE_INT32: visit(int32_t()); return true;
+        case ONNX_TENSOR_ELEMENT_DATA_TYPE_INT64: visit(int64_t()); return true;
+        case ONNX_TENSOR_ELEMENT_DATA_TYPE_BOOL: visit(Bool8()); return true;
+        case ONNX_TENSOR_ELEMENT_DATA_TYPE_DOUBLE: visit(double()); return true;
+        case ONNX_TENSOR_ELEMENT_DATA_TYPE_UINT32: visit(uint32_t()); return true;
+        case ONNX_TENSOR_ELEMENT_DATA_TYPE_UINT64: visit(uint64_t()); return true;
+        default: return false;
+    }
+}
+
+// The element size table, indexed by code minus 1: 0 for types without a numeric writer.
+inline constexpr uint32_t kElementSizeCount = 13;
+inline constexpr std::array<uint32_t, kElementSizeCount> kElementSizes = [] {
+    std::array<uint32_t, kElementSizeCount> sizes{};
+    for (const ElementType& type : kElementTypes) sizes[type.code - 1] = type.size;
+    return sizes;
+}();
+
+inline bool vnort_has_numeric_writer(uint32_t code) {
+    return code >= 1 && code <= kElementSizeCount && kElementSizes[code - 1] != 0;
+}

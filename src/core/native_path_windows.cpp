@@ -1,0 +1,8 @@
+#include <windows.h>
+
+#include "core/native_path.h"
+
+bool vnort_native_path(const char* utf8, NativePath* path) {
+    path->text = path->room;
+    return MultiByteToWideChar(CP_UTF8, 0, utf8, -1, path->room, kPathCapacity) > 0;
+}

@@ -1,0 +1,14 @@
+// The one door to ONNX Runtime: the function table that every other room calls through.
+#pragma once
+
+#include <onnxruntime_c_api.h>
+#include <stdint.h>
+
+inline constexpr uint32_t kApiVersion = 24;
+
+// Both null until vnort_init succeeds, then set for the life of the process.
+extern const OrtApiBase* g_api_base;
+extern const OrtApi* g_api;
+
+// 1 when the table is bound, binding it if need be; 0 with the reason in the last-error text.
+int32_t vnort_init();

@@ -1,0 +1,8 @@
+// The one function of ONNX Runtime that is reached by name.
+#pragma once
+
+#include <onnxruntime_c_api.h>
+
+// What OrtGetApiBase gives; null also when the runtime or its entry point cannot be had. May be
+// asked again after a failure: a runtime that has appeared since is then found.
+const OrtApiBase* vnort_runtime_entry();

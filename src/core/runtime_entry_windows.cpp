@@ -1,0 +1,92 @@
+// OrtGetApiBase is a delayed import, so the library loads without a runtime and can choose which
+// onnxruntime.dll it gets. The ordinary search alone would look in the host program's folder and
+// then in System32, where Windows keeps an old one.
+
+#include "core/runtime_entry.h"
+
+#include "core/owned.h"
+
+#define WIN32_LEAN_AND_MEAN
+#include <string.h>
+#include <windows.h>
+
+#include <delayimp.h>
+
+#include <utility>
+
+// The linker's name for this module's first byte, which is its handle.
+extern "C" IMAGE_DOS_HEADER __ImageBase;
+
+namespace {
+
+constexpr wchar_t kRuntimeName[] = L"onnxruntime.dll";
+
+// The longest path that Windows has, in characters.
+constexpr DWORD kPathRoom = 32768;
+
+struct ModuleFree {
+    void operator()(HMODULE module) const { FreeLibrary(module); }
+};
+
+using Module = std::unique_ptr<HINSTANCE__, ModuleFree>;
+
+// The runtime that the import is bound to: found once, kept for the life of the process.
+HMODULE g_runtime_module;
+
+// A damaged file is an answer like any other: no message box asks the user about it.
+class QuietLoading {
+public:
+    QuietLoading() { SetThreadErrorMode(SEM_FAILCRITICALERRORS, &earlier_); }
+    ~QuietLoading() { SetThreadErrorMode(earlier_, nullptr); }
+    QuietLoading(const QuietLoading&) = delete;
+    QuietLoading& operator=(const QuietLoading&) = delete;
+
+private:
+    DWORD earlier_ = 0;
+};
+
+// Loads the runtime and lets it go again when it lacks the entry point: calling the import would
+// then end the host with a structured exception, and an open file could not be replaced.
+Module load_runtime(const wchar_t* path, DWORD flags) {
+    Module module(LoadLibraryExW(path, nullptr, flags));
+    if (module && GetProcAddress(module.get(), "OrtGetApiBase") == nullptr) module.reset();
+    return module;
+}
+
+// Null when there is no memory for it: going on with the ordinary search alone could then bind the
+// wrong runtime for good.
+HeapBlock<wchar_t> path_beside_this_library() {
+    HeapBlock<wchar_t> path = vnort_allocate_zeroed<wchar_t>(kPathRoom);
+    if (!path) return nullptr;
+    const HMODULE self = reinterpret_cast<HMODULE>(&__ImageBase);
+    const DWORD length = GetModuleFileNameW(self, path.get(), kPathRoom);
+    wchar_t* separator = wcsrchr(path.get(), L'\\');
+    if (length >= kPathRoom || separator == nullptr) return nullptr;
+    wchar_t* name = separator + 1;
+    if (name + sizeof(kRuntimeName) / sizeof(wchar_t) > path.get() + kPathRoom) return nullptr;
+    memcpy(name, kRuntimeName, sizeof(kRuntimeName));
+    return path;
+}
+
+Module find_runtime() {
+    const HeapBlock<wchar_t> beside = path_beside_this_library();
+    if (!beside) return nullptr;
+    const QuietLoading quiet;
+    Module found = load_runtime(beside.get(), LOAD_WITH_ALTERED_SEARCH_PATH);
+    return found ? std::move(found) : load_runtime(kRuntimeName, 0);
+}
+
+FARPROC WINAPI give_found_runtime(unsigned event, PDelayLoadInfo) {
+    if (event != dliNotePreLoadLibrary) return nullptr;
+    return reinterpret_cast<FARPROC>(g_runtime_module);
+}
+
+}  // namespace
+
+// Asked by the import's thunk on its first call.
+PfnDliHook __pfnDliNotifyHook2 = give_found_runtime;
+
+const OrtApiBase* vnort_runtime_entry() {
+    if (g_runtime_module == nullptr) g_runtime_module = find_runtime().release();
+    return g_runtime_module != nullptr ? OrtGetApiBase() : nullptr;
+}
