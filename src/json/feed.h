@@ -1,0 +1,23 @@
+// Where the tensors stand in a feed text. A feed is searched, not parsed: a name or a key is found
+// at the first place where it stands between double quotes.
+#pragma once
+
+#include <stdint.h>
+
+#include "core/limits.h"
+
+// One input's places in a text that outlives it; null for what is not there.
+struct FeedItem {
+    const char* name;   // the opening quote of the input's quoted name
+    const char* brace;  // the first '{' behind that name
+    const char* dtype;  // the opening quotes of the three keys, each the first behind the brace
+    const char* shape;
+    const char* data;
+};
+
+// Finds the items of count inputs (at most 16) in one pass over the feed, however many inputs there
+// are and wherever their tensors stand.
+void vnort_find_feed_items(const char* feed, const Name* names, uint64_t count, FeedItem* items);
+
+// Finds the keys of the one tensor that begins at a brace.
+FeedItem vnort_find_feed_item(const char* brace);

@@ -1,0 +1,190 @@
+#include "json/input_tensor.h"
+
+#include <stdlib.h>
+#include <string.h>
+
+#include "core/bounded_text.h"
+#include "core/element_type.h"
+#include "core/last_error.h"
+#include "core/owned.h"
+#include "json/array_reader.h"
+#include "json/number_conversion.h"
+
+namespace {
+
+constexpr size_t kDtypeCapacity = 32;
+
+int32_t fail(const char* message) {
+    vnort_set_error(message);
+    return 0;
+}
+
+// The strings of a tensor while they are being read.
+class StringList {
+public:
+    StringList() : slots_(vnort_allocate_zeroed<char*>(kMaxElements)) {}
+    StringList(const StringList&) = delete;
+    StringList& operator=(const StringList&) = delete;
+    ~StringList() {
+        for (uint64_t i = 0; i < count_ && slots_ != nullptr; ++i) free(slots_.get()[i]);
+    }
+
+    bool is_allocated() const { return slots_ != nullptr; }
+    bool is_full() const { return count_ == kMaxElements; }
+
+    bool add(const char* text, size_t length) {
+        char* copy = static_cast<char*>(malloc(length + 1));
+        if (copy == nullptr) return false;
+        memcpy(copy, text, length);
+        copy[length] = '\0';
+        slots_.get()[count_++] = copy;
+        return true;
+    }
+
+    void give_to(InputTensor* entry) {
+        entry->element_count = count_;
+        entry->strings = slots_.release();
+    }
+
+private:
+    HeapBlock<char*> slots_;
+    uint64_t count_ = 0;
+};
+
+// What a backslash and this byte stand for.
+char unescaped(char byte) {
+    switch (byte) {
+        case 'n': return '\n';
+        case 't': return '\t';
+        case 'r': return '\r';
+        default: return byte;
+    }
+}
+
+// Decodes a string from behind its opening quote; false when it is not closed or too long.
+bool decode_string(const char** at, char (&decoded)[kInputStringCapacity], size_t* length) {
+    const char* from = *at;
+    size_t used = 0;
+    for (; *from != '"'; ++from) {
+        bool is_escaped = *from == '\\';
+        if (is_escaped) ++from;
+        if (*from == '\0' || used == kInputStringCapacity - 1) return false;
+        decoded[used++] = is_escaped ? unescaped(*from) : *from;
+    }
+    *length = used;
+    *at = from + 1;
+    return true;
+}
+
+// Reads the items from behind the opening bracket.
+int32_t read_strings(const char* at, StringList* strings) {
+    char decoded[kInputStringCapacity];
+    AfterItem after = AfterItem::comma;
+    while (after == AfterItem::comma) {
+        at = vnort_skip_blanks(at);
+        if (*at == ']') return 1;
+        if (strings->is_full()) return fail("JSON string array is too large");
+        if (*at != '"') return fail("JSON string array contains a non-string item");
+        ++at;
+        size_t length = 0;
+        if (!decode_string(&at, decoded, &length)) {
+            return fail("unterminated string in JSON string array");
+        }
+        if (!strings->add(decoded, length)) return fail("out of memory");
+        after = vnort_after_item(&at);
+        if (after == AfterItem::malformed) return fail("malformed JSON string array");
+    }
+    return 1;
+}
+
+int32_t read_string_data(const char* data_key, InputTensor* entry) {
+    const char* bracket = data_key != nullptr ? strchr(data_key, '[') : nullptr;
+    if (bracket == nullptr) return 0;
+    StringList strings;
+    if (!strings.is_allocated()) return fail("out of memory");
+    if (!read_strings(bracket + 1, &strings)) return 0;
+    strings.give_to(entry);
+    return 1;
+}
+
+int32_t read_numeric_data(const char* data_key, uint32_t element_size, InputTensor* entry) {
+    // On the heap, since callers' threads may have small stacks, and no larger than the text can
+    // fill, since large blocks are dear to come by.
+    uint64_t bound = vnort_number_array_bound(data_key);
+    HeapBlock<double> numbers(static_cast<double*>(malloc(bound * sizeof(double))));
+    if (numbers == nullptr) return fail("out of memory");
+    uint64_t count = 0;
+    if (!vnort_parse_number_array_double(data_key, numbers.get(), static_cast<int64_t>(bound),
+                                         &count)) {
+        return 0;
+    }
+
+    HeapBlock<void> data(calloc(count > 0 ? count : 1, element_size));
+    if (data == nullptr) return fail("out of memory");
+    vnort_visit_numeric(entry->element_type, [&](auto element) {
+        auto* elements = static_cast<decltype(element)*>(data.get());
+        for (uint64_t i = 0; i < count; ++i) vnort_convert(numbers.get()[i], &elements[i]);
+    });
+    entry->element_count = count;
+    entry->byte_size = count * element_size;
+    entry->data = data.release();
+    return 1;
+}
+
+// Reads the value of the dtype key; null with the reason, if there is one, in the last-error text.
+const ElementType* read_dtype(const char* dtype_key) {
+    if (dtype_key == nullptr) {
+        vnort_set_error("input tensor is missing dtype");
+        return nullptr;
+    }
+    const char* colon = strchr(dtype_key, ':');
+    if (colon == nullptr) return nullptr;
+    const char* value = vnort_skip_blanks(colon + 1);
+    if (*value != '"') {
+        vnort_set_error("input tensor dtype must be a string");
+        return nullptr;
+    }
+    ++value;
+    char dtype[kDtypeCapacity];
+    size_t length = 0;
+    while (length < kDtypeCapacity - 1 && value[length] != '"' && value[length] != '\0') {
+        dtype[length] = value[length];
+        ++length;
+    }
+    dtype[length] = '\0';
+    const ElementType* type = vnort_find_dtype(dtype);
+    if (type == nullptr) vnort_format_error("unsupported input dtype '%s'", dtype);
+    return type;
+}
+
+int32_t read_shape(const char* shape_key, InputTensor* entry) {
+    double dims[kMaxRank];
+    if (!vnort_parse_number_array_double(shape_key, dims, kMaxRank, &entry->rank)) return 0;
+    for (uint64_t i = 0; i < entry->rank; ++i) entry->shape[i] = vnort_truncate_to_int64(dims[i]);
+    return 1;
+}
+
+}  // namespace
+
+int32_t vnort_parse_input_tensor_body(const FeedItem& item, const char* name, InputTensor* entry) {
+    if (name == nullptr) return 0;
+    *entry = {};
+    vnort_copy_text(entry->name, name);
+    const ElementType* type = read_dtype(item.dtype);
+    if (type == nullptr) return 0;
+    entry->element_type = type->code;
+    if (!read_shape(item.shape, entry)) return 0;
+    if (type->code == kString) return read_string_data(item.data, entry);
+    return read_numeric_data(item.data, type->size, entry);
+}
+
+void vnort_free_input_tensors(InputTensor* entries, uint64_t count) {
+    for (InputTensor* entry = entries; entry != entries + count; ++entry) {
+        if (entry->value != nullptr && g_api != nullptr) g_api->ReleaseValue(entry->value);
+        if (entry->strings != nullptr) {
+            for (uint64_t i = 0; i < entry->element_count; ++i) free(entry->strings[i]);
+            free(entry->strings);
+        }
+        free(entry->data);
+    }
+}

@@ -1,0 +1,46 @@
+// Numbers on their way from JSON into a tensor: what a C cast from double gives on x64, also where
+// the language leaves it open.
+#pragma once
+
+#include <stdint.h>
+
+#include "core/element_type.h"
+
+// Truncated toward zero; the most negative value for NaN and what does not fit.
+inline int32_t vnort_truncate_to_int32(double number) {
+    if (!(number > -2147483649.0 && number < 2147483648.0)) return INT32_MIN;
+    return static_cast<int32_t>(number);
+}
+
+inline int64_t vnort_truncate_to_int64(double number) {
+    if (!(number >= -0x1p63 && number < 0x1p63)) return INT64_MIN;
+    return static_cast<int64_t>(number);
+}
+
+// Rounds to nearest; too large becomes infinite.
+inline void vnort_convert(double number, float* to) { *to = static_cast<float>(number); }
+
+inline void vnort_convert(double number, double* to) { *to = number; }
+
+// NaN is not 0 and so true.
+inline void vnort_convert(double number, Bool8* to) { *to = Bool8(!(number == 0)); }
+
+inline void vnort_convert(double number, int64_t* to) { *to = vnort_truncate_to_int64(number); }
+
+// Numbers below 2^63, negative ones too, keep their 64 bits; 2^64 and more become 0.
+inline void vnort_convert(double number, uint64_t* to) {
+    constexpr double top_bit = 0x1p63;
+    *to = number >= top_bit
+              ? static_cast<uint64_t>(vnort_truncate_to_int64(number - top_bit)) ^ (1ull << 63)
+              : static_cast<uint64_t>(vnort_truncate_to_int64(number));
+}
+
+inline void vnort_convert(double number, uint32_t* to) {
+    *to = static_cast<uint32_t>(vnort_truncate_to_int64(number));
+}
+
+// The smaller integers keep the low bits of a 32-bit one.
+template <typename Integer>
+void vnort_convert(double number, Integer* to) {
+    *to = static_cast<Integer>(vnort_truncate_to_int32(number));
+}

@@ -1,0 +1,18 @@
+// Writing numbers as text.
+//
+// A writer puts the number's characters at first, without a terminator, and returns the place after
+// the last one. It may use up to kNumberRoom bytes at first, more than the text has.
+#pragma once
+
+#include <stddef.h>
+#include <stdint.h>
+
+inline constexpr size_t kNumberRoom = 32;
+
+// The text that printf gives in the C locale for "%.9g" and "%.17g": correctly rounded, ties to
+// even, "inf" and "-inf" for infinities; but every NaN is "nan", without a sign.
+char* vnort_write_float32(char* first, float value);
+char* vnort_write_float64(char* first, double value);
+
+char* vnort_write_int64(char* first, int64_t value);
+char* vnort_write_uint64(char* first, uint64_t value);

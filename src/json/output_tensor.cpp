@@ -1,0 +1,122 @@
+#include "json/output_tensor.h"
+
+#include "core/element_type.h"
+#include "core/last_error.h"
+#include "core/owned.h"
+#include "json/number_writer.h"
+
+namespace {
+
+char* write_element(char* to, float element) { return vnort_write_float32(to, element); }
+
+char* write_element(char* to, double element) { return vnort_write_float64(to, element); }
+
+char* write_element(char* to, uint64_t element) { return vnort_write_uint64(to, element); }
+
+char* write_element(char* to, Bool8 element) {
+    std::string_view word = element != Bool8(0) ? "true" : "false";
+    memcpy(to, word.data(), word.size());
+    return to + word.size();
+}
+
+// All the other integers fit in a signed one of 64 bits.
+template <typename Integer>
+char* write_element(char* to, Integer element) {
+    return vnort_write_int64(to, element);
+}
+
+// Appends elements separated by commas. Each is written in place while there is room for any; near
+// the end of the array it is written aside and cut; a full text takes nothing more.
+template <typename Element>
+void append_elements(BoundedText& text, const Element* elements, uint64_t count) {
+    uint64_t i = 0;
+    uint64_t length = text.length;
+    for (; i < count && length + kNumberRoom + 1 < text.capacity; ++i) {
+        char* at = text.buffer + length;
+        if (i > 0) *at++ = ',';
+        length = static_cast<uint64_t>(write_element(at, elements[i]) - text.buffer);
+    }
+    text.length = length;
+    vnort_append(text, "");
+    for (; i < count && !vnort_is_full(text); ++i) {
+        char room[kNumberRoom + 1] = ",";
+        const char* end = write_element(room + 1, elements[i]);
+        const char* from = i > 0 ? room : room + 1;
+        vnort_append(text, {from, static_cast<size_t>(end - from)});
+    }
+}
+
+void append_nulls(BoundedText& text, uint64_t count) {
+    for (uint64_t i = 0; i < count && !vnort_is_full(text); ++i) {
+        vnort_append(text, i > 0 ? ",null" : "null");
+    }
+}
+
+// The strings of a tensor as ONNX Runtime hands them out: all bytes in a row and where each string
+// begins.
+struct StringContent {
+    HeapBlock<char> bytes;
+    HeapBlock<size_t> offsets;
+    size_t total = 0;
+
+    bool fetch(const OrtValue* value, uint64_t count) {
+        if (!vnort_status_ok(g_api->GetStringTensorDataLength(value, &total),
+                             "GetStringTensorDataLength")) {
+            return false;
+        }
+        bytes = vnort_allocate_zeroed<char>(total);
+        offsets = vnort_allocate_zeroed<size_t>(count);
+        if (bytes == nullptr || offsets == nullptr) {
+            vnort_set_error("out of memory");
+            return false;
+        }
+        return vnort_status_ok(
+            g_api->GetStringTensorContent(value, bytes.get(), total, offsets.get(), count),
+            "GetStringTensorContent");
+    }
+};
+
+void append_strings(BoundedText& text, const StringContent& content, uint64_t count) {
+    const size_t* offsets = content.offsets.get();
+    for (uint64_t i = 0; i < count && !vnort_is_full(text); ++i) {
+        size_t start = offsets[i];
+        size_t end = i + 1 < count ? offsets[i + 1] : content.total;
+        vnort_append(text, i > 0 ? ",\"" : "\"");
+        if (start <= end && end <= content.total) {
+            vnort_json_escape_append(text, content.bytes.get() + start, end - start);
+        }
+        vnort_append(text, "\"");
+    }
+}
+
+}  // namespace
+
+void vnort_append_dims(BoundedText& text, Shape shape) {
+    append_elements(text, shape.dims, shape.rank);
+}
+
+void vnort_append_tensor_data_json(BoundedText& text, uint32_t element_type, Shape shape,
+                                   const void* elements, uint64_t count) {
+    vnort_append(text, "\"dtype\":\"");
+    vnort_json_escape_append(text, vnort_dtype_name(element_type));
+    vnort_append(text, "\",\"shape\":[");
+    vnort_append_dims(text, shape);
+    vnort_append(text, "],\"data\":[");
+    bool is_numeric = vnort_visit_numeric(element_type, [&](auto element) {
+        append_elements(text, static_cast<const decltype(element)*>(elements), count);
+    });
+    if (!is_numeric) append_nulls(text, count);
+    vnort_append(text, "]");
+}
+
+int32_t vnort_append_string_tensor_json(BoundedText& text, const OrtValue* value, Shape shape,
+                                        uint64_t count) {
+    StringContent content;
+    if (!content.fetch(value, count)) return 0;
+    vnort_append(text, "\"dtype\":\"string\",\"shape\":[");
+    vnort_append_dims(text, shape);
+    vnort_append(text, "],\"data\":[");
+    append_strings(text, content, count);
+    vnort_append(text, "]");
+    return 1;
+}

@@ -1,0 +1,88 @@
+#include "json/power_of_ten.h"
+
+#include <bit>
+
+namespace {
+
+// Wide enough for 5^340 (790 bits) and for 128 bits of 2^959 / 5^342 (795 bits).
+constexpr int kLimbs = 30;
+
+struct WideInteger {
+    uint32_t limb[kLimbs];
+
+    constexpr void multiply_by_5() {
+        uint64_t carry = 0;
+        for (uint32_t& l : limb) {
+            carry += uint64_t{l} * 5;
+            l = static_cast<uint32_t>(carry);
+            carry >>= 32;
+        }
+    }
+
+    constexpr void divide_by_5() {
+        uint64_t rest = 0;
+        for (int i = kLimbs - 1; i >= 0; --i) {
+            rest = rest << 32 | limb[i];
+            limb[i] = static_cast<uint32_t>(rest / 5);
+            rest %= 5;
+        }
+    }
+
+    constexpr int bit_length() const {
+        int top = kLimbs - 1;
+        while (limb[top] == 0) --top;
+        return 32 * top + 32 - std::countl_zero(limb[top]);
+    }
+
+    // The 32 bits that start at a position, which may lie below the number's last bit.
+    constexpr uint64_t bits_at(int position) const {
+        const int index = position >> 5;
+        const uint64_t low = index < 0 ? 0 : limb[index];
+        const uint64_t high = index < -1 || index + 1 == kLimbs ? 0 : limb[index + 1];
+        return (high << 32 | low) >> (position & 31) & 0xffffffff;
+    }
+
+    constexpr PowerOfTen leading_bits() const {
+        const int end = bit_length();
+        return {bits_at(end - 32) << 32 | bits_at(end - 64),
+                bits_at(end - 96) << 32 | bits_at(end - 128)};
+    }
+};
+
+// 10^q and 5^q have the same leading bits. For q < 0 they are those of 2^959 / 5^-q, and dividing
+// by 5 again and again, each time cutting off, cuts off no more than one division would.
+constexpr PowerOfTenTable make_powers_of_ten() {
+    PowerOfTenTable table{};
+    WideInteger number{{1}};
+    for (int q = 0; q <= kGreatestPowerOfTen; ++q) {
+        table[q] = number.leading_bits();
+        number.multiply_by_5();
+    }
+    number = {};
+    number.limb[kLimbs - 1] = 0x80000000;
+    for (int q = -1; q >= kLeastPowerOfTen; --q) {
+        number.divide_by_5();
+        table[q] = number.leading_bits();
+    }
+    return table;
+}
+
+constexpr bool log2_is_exact() {
+    WideInteger number{{1}};
+    for (int q = 0; q <= kGreatestPowerOfTen; ++q) {
+        if (vnort_power_of_ten_log2(q) != number.bit_length() - 1 + q) return false;
+        number.multiply_by_5();
+    }
+    number = {};
+    number.limb[kLimbs - 1] = 0x80000000;
+    for (int q = -1; q >= kLeastPowerOfTen; --q) {
+        number.divide_by_5();
+        if (vnort_power_of_ten_log2(q) != number.bit_length() - 960 + q) return false;
+    }
+    return true;
+}
+static_assert(log2_is_exact());
+
+}  // namespace
+
+constexpr PowerOfTenTable kPowersOfTen = make_powers_of_ten();

@@ -1,0 +1,47 @@
+// Powers of ten with 128 bits of precision: the one table behind reading and writing numbers.
+#pragma once
+
+#include <stdint.h>
+
+__extension__ typedef unsigned __int128 uint128_t;
+
+// The reader multiplies by 10^-342 .. 10^308, the writer by 10^-292 .. 10^340.
+inline constexpr int kLeastPowerOfTen = -342;
+inline constexpr int kGreatestPowerOfTen = 340;
+
+// The leading 128 bits of 10^q, cut off, not rounded: with s = high * 2^64 + low, the top bit of s
+// is set and s <= 10^q / 2^(vnort_power_of_ten_log2(q) - 127) < s + 1. Equality holds for q in
+// 0..55; for q in 0..27 low is 0 as well.
+struct PowerOfTen {
+    uint64_t high;
+    uint64_t low;
+};
+
+struct PowerOfTenTable {
+    PowerOfTen power[kGreatestPowerOfTen - kLeastPowerOfTen + 1];
+
+    constexpr const PowerOfTen& operator[](int q) const { return power[q - kLeastPowerOfTen]; }
+    constexpr PowerOfTen& operator[](int q) { return power[q - kLeastPowerOfTen]; }
+};
+
+extern const PowerOfTenTable kPowersOfTen;
+
+// floor(log2(10^q)) for every q of the table (checked where the table is made).
+constexpr int vnort_power_of_ten_log2(int q) { return (q * 217706) >> 16; }
+
+// A number known from below: it lies in [bits, bits + 2) * 2^exponent.
+struct ScaledNumber {
+    uint128_t bits;
+    int exponent;
+};
+
+// w * 10^q for a w with its top bit set and a q of the table; bits is in [2^124, 2^126), which
+// leaves room to add a half before rounding. The product with the cut power is short by less than
+// w, so by less than 2^64, and another 2^66 is cut off here: together less than 2 units.
+// If q is in 0..27 and the low two bits of w are 0, nothing is cut and bits is exact.
+inline ScaledNumber vnort_scale_by_power_of_ten(uint64_t w, int q) {
+    const PowerOfTen& power = kPowersOfTen[q];
+    const uint128_t low = static_cast<uint128_t>(w) * power.low;
+    const uint128_t product = static_cast<uint128_t>(w) * power.high + (low >> 64);
+    return {product >> 2, vnort_power_of_ten_log2(q) - 61};
+}
