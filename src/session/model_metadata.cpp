@@ -1,0 +1,92 @@
+#include "core/allocator.h"
+#include "core/bounded_text.h"
+#include "core/last_error.h"
+#include "core/owned.h"
+#include "json/output_tensor.h"
+#include "session/session_description.h"
+
+namespace {
+
+using MetadataGetter = decltype(OrtApi::ModelMetadataGetProducerName);
+
+void vnort_modelmeta_append_string(const OrtModelMetadata* metadata, OrtAllocator* allocator,
+                                   BoundedText& text, const char* key, MetadataGetter get) {
+    vnort_append(text, "\"");
+    vnort_json_escape_append(text, key);
+    vnort_append(text, "\":\"");
+    char* value = nullptr;
+    if (vnort_status_ok(get(metadata, allocator, &value), key)) {
+        vnort_json_escape_append(text, vnort_allocator_owned(allocator, value).get());
+    }
+    vnort_append(text, "\"");
+}
+
+void append_custom_member(const OrtModelMetadata* metadata, OrtAllocator* allocator,
+                          BoundedText& text, const char* key) {
+    vnort_append(text, "\"");
+    vnort_json_escape_append(text, key);
+    vnort_append(text, "\":\"");
+    char* value = nullptr;
+    if (key != nullptr && vnort_status_ok(g_api->ModelMetadataLookupCustomMetadataMap(
+                                              metadata, allocator, key, &value),
+                                          "ModelMetadataLookupCustomMetadataMap")) {
+        vnort_json_escape_append(text, vnort_allocator_owned(allocator, value).get());
+    }
+    vnort_append(text, "\"");
+}
+
+void append_custom_members(const OrtModelMetadata* metadata, OrtAllocator* allocator,
+                           BoundedText& text) {
+    char** given_keys = nullptr;
+    int64_t count = 0;
+    if (!vnort_status_ok(
+            g_api->ModelMetadataGetCustomMetadataMapKeys(metadata, allocator, &given_keys, &count),
+            "ModelMetadataGetCustomMetadataMapKeys")) {
+        return;
+    }
+    AllocatorOwned<char*> keys = vnort_allocator_owned(allocator, given_keys);
+    for (int64_t i = 0; i < count && keys != nullptr; ++i) {
+        AllocatorOwned<char> key = vnort_allocator_owned(allocator, given_keys[i]);
+        if (i > 0) vnort_append(text, ",");
+        append_custom_member(metadata, allocator, text, key.get());
+    }
+}
+
+}  // namespace
+
+void vnort_describe_metadata(InferenceSession* session) {
+    vnort_copy_text(session->modelmeta_json, "{}");
+    OrtAllocator* allocator = vnort_default_allocator();
+    if (allocator == nullptr) return;
+    OwnedMetadata metadata;
+    if (!vnort_status_ok(g_api->SessionGetModelMetadata(session->session, Receive(metadata)),
+                         "SessionGetModelMetadata")) {
+        return;
+    }
+    const struct {
+        const char* key;
+        MetadataGetter get;
+    } members[] = {
+        {"producer_name", g_api->ModelMetadataGetProducerName},
+        {"graph_name", g_api->ModelMetadataGetGraphName},
+        {"domain", g_api->ModelMetadataGetDomain},
+        {"description", g_api->ModelMetadataGetDescription},
+    };
+    BoundedText text = {session->modelmeta_json, sizeof session->modelmeta_json, 0};
+    vnort_append(text, "{");
+    for (const auto& member : members) {
+        vnort_modelmeta_append_string(metadata.get(), allocator, text, member.key, member.get);
+        vnort_append(text, ",");
+    }
+    int64_t version = 0;
+    if (!vnort_status_ok(g_api->ModelMetadataGetVersion(metadata.get(), &version),
+                         "ModelMetadataGetVersion")) {
+        version = 0;
+    }
+    vnort_append(text, "\"version\":");
+    vnort_append_dims(text, {&version, 1});
+    vnort_append(text, ",\"custom_metadata_map\":{");
+    append_custom_members(metadata.get(), allocator, text);
+    vnort_append(text, "}}");
+    vnort_clear_error();
+}

@@ -1,0 +1,17 @@
+// The options of one execution provider, read from a flat JSON object.
+#pragma once
+
+#include <stdint.h>
+
+#include "core/limits.h"
+
+struct ProviderOptions {
+    char keys[kMaxProviderOptions][kNameCapacity];
+    char values[kMaxProviderOptions][kOptionValueCapacity];
+    uint64_t count;
+};
+
+// Reads the text into the list. Values are strings or bare words; bytes before the first '{' and
+// behind its '}' are ignored, and so is a comma before the '}'. 1 with the list filled; 0 with the
+// reason in the last-error text and an undefined list.
+int32_t vnort_parse_provider_options(const char* text, ProviderOptions* list);

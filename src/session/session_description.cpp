@@ -1,0 +1,139 @@
+#include "session/session_description.h"
+
+#include "core/allocator.h"
+#include "core/bounded_text.h"
+#include "core/element_type.h"
+#include "core/last_error.h"
+#include "core/owned.h"
+#include "json/output_tensor.h"
+#include "onnxruntime_vornic.h"
+
+namespace {
+
+constexpr uint64_t kMaxDescribedRank = 16;
+
+// Inputs and outputs differ in the calls that describe them and in where that is kept.
+struct Side {
+    const char* count_call;
+    const char* name_call;
+    const char* type_call;
+    decltype(&OrtApi::SessionGetInputCount) get_count;
+    decltype(&OrtApi::SessionGetInputName) get_name;
+    decltype(&OrtApi::SessionGetInputTypeInfo) get_type;
+    uint64_t InferenceSession::*count;
+    Name (InferenceSession::*names)[kMaxInputs];
+    char (InferenceSession::*json)[2048];
+};
+
+constexpr Side kInputs = {
+    "SessionGetInputCount",         "SessionGetInputName",
+    "SessionGetInputTypeInfo",      &OrtApi::SessionGetInputCount,
+    &OrtApi::SessionGetInputName,   &OrtApi::SessionGetInputTypeInfo,
+    &InferenceSession::input_count, &InferenceSession::input_names,
+    &InferenceSession::inputs_json,
+};
+
+constexpr Side kOutputs = {
+    "SessionGetOutputCount",         "SessionGetOutputName",
+    "SessionGetOutputTypeInfo",      &OrtApi::SessionGetOutputCount,
+    &OrtApi::SessionGetOutputName,   &OrtApi::SessionGetOutputTypeInfo,
+    &InferenceSession::output_count, &InferenceSession::output_names,
+    &InferenceSession::outputs_json,
+};
+
+// The symbolic names of the dimensions, each in quotes.
+void append_symbols(BoundedText& text, const OrtTensorTypeAndShapeInfo* info, uint64_t rank) {
+    const char* symbols[kMaxDescribedRank] = {};
+    if (!vnort_status_ok(g_api->GetSymbolicDimensions(info, symbols, rank),
+                         "GetSymbolicDimensions")) {
+        return;
+    }
+    for (uint64_t i = 0; i < rank; ++i) {
+        vnort_append(text, i > 0 ? ",\"" : "\"");
+        vnort_json_escape_append(text, symbols[i]);
+        vnort_append(text, "\"");
+    }
+}
+
+// Reads the dimensions that a description can hold; their number, or 0 when there are too many or
+// they cannot be had.
+uint64_t append_described_dims(BoundedText& text, const OrtTensorTypeAndShapeInfo* info) {
+    size_t rank = 0;
+    if (!vnort_status_ok(g_api->GetDimensionsCount(info, &rank), "GetDimensionsCount")) return 0;
+    if (rank > kMaxDescribedRank) return 0;
+    int64_t dims[kMaxDescribedRank];
+    if (vnort_status_ok(g_api->GetDimensions(info, dims, rank), "GetDimensions")) {
+        vnort_append_dims(text, {dims, rank});
+    }
+    return rank;
+}
+
+void vnort_append_tensor_description_json(BoundedText& text, const char* name,
+                                          const OrtTensorTypeAndShapeInfo* info) {
+    vnort_append(text, "{\"name\":\"");
+    vnort_json_escape_append(text, name);
+    vnort_append(text, "\",\"type\":\"tensor\",\"dtype\":\"");
+    const char* dtype = "unknown";
+    ONNXTensorElementDataType code = ONNX_TENSOR_ELEMENT_DATA_TYPE_UNDEFINED;
+    if (info != nullptr &&
+        vnort_status_ok(g_api->GetTensorElementType(info, &code), "GetTensorElementType")) {
+        dtype = vnort_dtype_name(code);
+    }
+    vnort_json_escape_append(text, dtype);
+    vnort_append(text, "\",\"shape\":[");
+    uint64_t rank = info != nullptr ? append_described_dims(text, info) : 0;
+    vnort_append(text, "],\"shape_symbols\":[");
+    if (rank > 0) append_symbols(text, info, rank);
+    vnort_append(text, "]}");
+}
+
+// Appends one entry, with a comma before it unless it is the first. An entry whose name cannot be
+// had leaves no trace.
+void vnort_describe_one_io(InferenceSession* session, const Side& side, uint64_t index,
+                           OrtAllocator* allocator, BoundedText& text) {
+    char* given_name = nullptr;
+    if (!vnort_status_ok((g_api->*side.get_name)(session->session, index, allocator, &given_name),
+                         side.name_call)) {
+        return;
+    }
+    AllocatorOwned<char> name = vnort_allocator_owned(allocator, given_name);
+    if (index < kMaxInputs) vnort_copy_text((session->*side.names)[index], name.get());
+
+    OwnedTypeInfo type;
+    const OrtTensorTypeAndShapeInfo* info = nullptr;  // part of the type
+    vnort_status_ok((g_api->*side.get_type)(session->session, index, Receive(type)),
+                    side.type_call);
+    if (type != nullptr) {
+        vnort_status_ok(g_api->CastTypeInfoToTensorInfo(type.get(), &info),
+                        "CastTypeInfoToTensorInfo");
+    }
+    if (text.length > 1) vnort_append(text, ",");
+    vnort_append_tensor_description_json(text, name.get(), info);
+}
+
+// False when not even the number of inputs (or outputs) can be had.
+bool describe_side(InferenceSession* session, const Side& side, OrtAllocator* allocator) {
+    size_t count = 0;
+    if (!vnort_status_ok((g_api->*side.get_count)(session->session, &count), side.count_call)) {
+        return false;
+    }
+    session->*side.count = count < kMaxInputs ? count : kMaxInputs;
+    BoundedText text = {session->*side.json, sizeof(session->*side.json), 0};
+    vnort_append(text, "[");
+    // The last few bytes are kept for the closing bracket; what does not fit before is left out.
+    for (uint64_t i = 0; i < count && text.length + 8 < text.capacity; ++i) {
+        vnort_describe_one_io(session, side, i, allocator, text);
+    }
+    if (text.length + 2 < text.capacity) vnort_append(text, "]");
+    return true;
+}
+
+}  // namespace
+
+void vnort_describe_inputs_and_outputs(InferenceSession* session) {
+    vnort_copy_text(session->inputs_json, "[]");
+    vnort_copy_text(session->outputs_json, "[]");
+    OrtAllocator* allocator = vnort_default_allocator();
+    if (allocator == nullptr) return;
+    if (describe_side(session, kInputs, allocator)) describe_side(session, kOutputs, allocator);
+}
