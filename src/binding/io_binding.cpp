@@ -1,0 +1,114 @@
+#include "binding/io_binding.h"
+
+#include <stdlib.h>
+#include <string.h>
+
+#include "core/bounded_text.h"
+#include "core/last_error.h"
+#include "core/owned.h"
+#include "onnxruntime_vornic.h"
+#include "run/input_values.h"
+
+namespace {
+
+int32_t make_and_bind(IoBinding* binding, const char* name, InputTensor* entry) {
+    return vnort_make_input_values(entry, 1) &&
+           vnort_status_ok(g_api->BindInput(binding->io_binding, name, entry->value), "BindInput");
+}
+
+}  // namespace
+
+IoBinding* onnxruntime_vn_create_iobinding(const InferenceSession* session) {
+    if (!vnort_is_usable(session) || !vnort_init()) {
+        vnort_set_error("invalid InferenceSession");
+        return nullptr;
+    }
+    HeapBlock<IoBinding> binding = vnort_allocate_zeroed<IoBinding>(1);
+    if (binding == nullptr) {
+        vnort_set_error("out of memory");
+        return nullptr;
+    }
+    binding->session = session;
+    vnort_copy_text(binding->outputs_json, "{}");
+    if (!vnort_status_ok(g_api->CreateIoBinding(session->session, &binding->io_binding),
+                         "CreateIoBinding")) {
+        return nullptr;
+    }
+    return binding.release();
+}
+
+int32_t onnxruntime_vn_iobinding_bind_cpu_input_json(IoBinding* binding, const char* name,
+                                                     const char* tensor_json) {
+    if (!vnort_is_usable(binding) || name == nullptr || tensor_json == nullptr) return 0;
+    if (binding->input_count == kMaxInputs) return 0;
+    const char* brace = strchr(tensor_json, '{');
+    if (brace == nullptr) {
+        vnort_set_error("tensor_json must be an object");
+        return 0;
+    }
+    InputTensor* entry = &binding->inputs[binding->input_count];
+    if (!vnort_parse_input_tensor_body(vnort_find_feed_item(brace), name, entry)) return 0;
+    if (!make_and_bind(binding, name, entry)) {
+        vnort_free_input_tensors(entry, 1);
+        return 0;
+    }
+    ++binding->input_count;
+    return 1;
+}
+
+int32_t onnxruntime_vn_iobinding_bind_output(IoBinding* binding, const char* name) {
+    if (!vnort_is_usable(binding) || name == nullptr) return 0;
+    if (binding->output_count == kMaxOutputs) return 0;
+    OwnedMemoryInfo memory = vnort_cpu_memory();
+    if (memory == nullptr) return 0;
+    OrtStatus* status = g_api->BindOutputToDevice(binding->io_binding, name, memory.get());
+    memory.reset();
+    if (!vnort_status_ok(status, "BindOutputToDevice")) return 0;
+    vnort_copy_text(binding->output_names[binding->output_count], name);
+    ++binding->output_count;
+    return 1;
+}
+
+int32_t onnxruntime_vn_iobinding_clear_inputs(IoBinding* binding) {
+    if (!vnort_is_usable(binding)) return 0;
+    g_api->ClearBoundInputs(binding->io_binding);
+    vnort_free_input_tensors(binding->inputs, binding->input_count);
+    memset(binding->inputs, 0, sizeof binding->inputs);
+    binding->input_count = 0;
+    return 1;
+}
+
+int32_t onnxruntime_vn_iobinding_clear_outputs(IoBinding* binding) {
+    if (!vnort_is_usable(binding)) return 0;
+    g_api->ClearBoundOutputs(binding->io_binding);
+    memset(binding->output_names, 0, sizeof binding->output_names);
+    binding->output_count = 0;
+    memset(binding->outputs_json, 0, sizeof binding->outputs_json);
+    vnort_copy_text(binding->outputs_json, "{}");
+    return 1;
+}
+
+int32_t onnxruntime_vn_iobinding_synchronize_inputs(IoBinding* binding) {
+    if (!vnort_is_usable(binding)) return 0;
+    return vnort_status_ok(g_api->SynchronizeBoundInputs(binding->io_binding),
+                           "SynchronizeBoundInputs");
+}
+
+int32_t onnxruntime_vn_iobinding_synchronize_outputs(IoBinding* binding) {
+    if (!vnort_is_usable(binding)) return 0;
+    return vnort_status_ok(g_api->SynchronizeBoundOutputs(binding->io_binding),
+                           "SynchronizeBoundOutputs");
+}
+
+const char* onnxruntime_vn_iobinding_outputs_json(const IoBinding* binding) {
+    return binding != nullptr ? binding->outputs_json : "{}";
+}
+
+void onnxruntime_vn_release_iobinding(IoBinding* binding) {
+    if (binding == nullptr) return;
+    if (binding->io_binding != nullptr && g_api != nullptr) {
+        g_api->ReleaseIoBinding(binding->io_binding);
+    }
+    vnort_free_input_tensors(binding->inputs, binding->input_count);
+    free(binding);
+}

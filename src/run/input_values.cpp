@@ -1,0 +1,50 @@
+#include "run/input_values.h"
+
+#include "core/allocator.h"
+#include "core/element_type.h"
+#include "core/last_error.h"
+
+namespace {
+
+int32_t make_string_value(InputTensor* entry) {
+    OrtAllocator* allocator = vnort_default_allocator();
+    if (allocator == nullptr) return 0;
+    if (!vnort_status_ok(
+            g_api->CreateTensorAsOrtValue(allocator, entry->shape, entry->rank,
+                                          ONNX_TENSOR_ELEMENT_DATA_TYPE_STRING, &entry->value),
+            "CreateTensorAsOrtValue")) {
+        return 0;
+    }
+    return vnort_status_ok(
+        g_api->FillStringTensor(entry->value, entry->strings, entry->element_count),
+        "FillStringTensor");
+}
+
+int32_t make_numeric_value(const OrtMemoryInfo* memory, InputTensor* entry) {
+    auto type = static_cast<ONNXTensorElementDataType>(entry->element_type);
+    return vnort_status_ok(
+        g_api->CreateTensorWithDataAsOrtValue(memory, entry->data, entry->byte_size, entry->shape,
+                                              entry->rank, type, &entry->value),
+        "CreateTensorWithDataAsOrtValue");
+}
+
+}  // namespace
+
+OwnedMemoryInfo vnort_cpu_memory() {
+    OwnedMemoryInfo memory;
+    vnort_status_ok(
+        g_api->CreateCpuMemoryInfo(OrtArenaAllocator, OrtMemTypeDefault, Receive(memory)),
+        "CreateCpuMemoryInfo");
+    return memory;
+}
+
+int32_t vnort_make_input_values(InputTensor* entries, uint64_t count) {
+    OwnedMemoryInfo memory = vnort_cpu_memory();
+    if (memory == nullptr) return 0;
+    for (InputTensor* entry = entries; entry != entries + count; ++entry) {
+        int32_t made = entry->element_type == kString ? make_string_value(entry)
+                                                      : make_numeric_value(memory.get(), entry);
+        if (!made) return 0;
+    }
+    return 1;
+}

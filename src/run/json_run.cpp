@@ -1,0 +1,82 @@
+// The general road: a feed of JSON tensors in, all outputs as JSON out.
+#include "core/last_error.h"
+#include "core/runtime.h"
+#include "json/array_reader.h"
+#include "json/feed.h"
+#include "onnxruntime_vornic.h"
+#include "run/input_values.h"
+#include "run/run_outputs.h"
+#include "session/inference_session.h"
+
+namespace {
+
+int32_t read_input(const FeedItem& item, const char* name, InputTensorScope* inputs) {
+    if (item.name == nullptr) {
+        vnort_format_error("missing input '%s' in feed JSON", name);
+        return 0;
+    }
+    if (item.brace == nullptr) {
+        vnort_set_error("input feed item must be an object");
+        return 0;
+    }
+    return inputs->read(item, name);
+}
+
+int32_t read_inputs(const InferenceSession* session, const char* feed, InputTensorScope* inputs) {
+    FeedItem items[kMaxInputs];
+    vnort_find_feed_items(feed, session->input_names, session->input_count, items);
+    for (uint64_t i = 0; i < session->input_count; ++i) {
+        if (!read_input(items[i], session->input_names[i], inputs)) return 0;
+    }
+    return vnort_make_input_values(inputs->entries(), inputs->count());
+}
+
+int32_t run(const InferenceSession* session, const OrtRunOptions* options, InputTensorScope* inputs,
+            const OutputSelection& selection, OutputValues* outputs) {
+    const char* names[kMaxInputs];
+    const OrtValue* values[kMaxInputs];
+    for (uint64_t i = 0; i < inputs->count(); ++i) {
+        names[i] = inputs->entries()[i].name;
+        values[i] = inputs->entries()[i].value;
+    }
+    return vnort_status_ok(g_api->Run(session->session, options, names, values, inputs->count(),
+                                      selection.names, selection.count, outputs->slots()),
+                           "Run");
+}
+
+}  // namespace
+
+RunResult* onnxruntime_vn_run_json_with_options(const InferenceSession* session,
+                                                const char* output_names_json,
+                                                const char* input_feed_json,
+                                                const OrtRunOptions* options) {
+    if (!vnort_is_usable(session)) {
+        vnort_set_error("invalid InferenceSession");
+        return nullptr;
+    }
+    if (input_feed_json == nullptr || input_feed_json[0] == '\0') {
+        vnort_set_error("input_feed_json is empty");
+        return nullptr;
+    }
+    OwnedResult result = vnort_new_result();
+    if (result == nullptr) return nullptr;
+    InputTensorScope inputs;
+    if (!read_inputs(session, input_feed_json, &inputs)) return nullptr;
+    OutputSelection selection;
+    if (!vnort_parse_string_array(output_names_json, session->output_names, session->output_count,
+                                  selection.names, &selection.count)) {
+        return nullptr;
+    }
+    OutputValues outputs;
+    if (!run(session, options, &inputs, selection, &outputs)) return nullptr;
+    vnort_write_outputs(result.get(), selection, outputs.slots(), selection.count,
+                        {.data = true, .strings = true, .capture = true});
+    vnort_clear_error();
+    return result.release();
+}
+
+RunResult* onnxruntime_vn_run_json(const InferenceSession* session, const char* output_names_json,
+                                   const char* input_feed_json) {
+    return onnxruntime_vn_run_json_with_options(session, output_names_json, input_feed_json,
+                                                nullptr);
+}

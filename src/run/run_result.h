@@ -1,0 +1,32 @@
+// What a run gives back: its outputs as JSON text, and a copy of the first float32 output.
+#pragma once
+
+#include <stdint.h>
+
+#include <memory>
+
+#include "core/limits.h"
+#include "json/output_tensor.h"
+
+// The float fields are zero until something is captured, which happens once at the most.
+struct RunResult {
+    char json[kResultCapacity];
+    int64_t float_shape[kMaxRank];
+    uint64_t float_rank;
+    uint64_t float_count;
+    float* float_data;  // owned
+    char float_shape_json[128];
+};
+
+// Copies a float32 output into the result if it is the first with 1 to 8 dimensions and at least
+// one element. Without memory for the copy nothing is captured, silently.
+void vnort_capture_first_float_output(RunResult* result, Shape shape, const float* elements,
+                                      uint64_t count);
+
+struct ResultRelease {
+    void operator()(RunResult* result) const;
+};
+using OwnedResult = std::unique_ptr<RunResult, ResultRelease>;
+
+// A result without outputs; null with "out of memory".
+OwnedResult vnort_new_result();
