@@ -10,7 +10,7 @@ set(vornic_entry_sources ${vornic_sources})
 list(FILTER vornic_entry_sources INCLUDE REGEX "/core/runtime_entry_")
 list(FILTER vornic_sources EXCLUDE REGEX "/core/runtime_entry_")
 
-# Everything but the way to the runtime, so that the tests can put a table of their own in its place.
+# Everything but the way to the runtime, so that the tests can put a table of their own there.
 add_library(vornic_objects OBJECT ${vornic_sources})
 vornic_library_options(vornic_objects)
 target_include_directories(vornic_objects PUBLIC
@@ -23,12 +23,14 @@ target_include_directories(onnxruntime_vornic INTERFACE
     "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>")
 target_link_libraries(onnxruntime_vornic PRIVATE vornic_objects onnxruntime_entry)
 set_target_properties(onnxruntime_vornic PROPERTIES LINKER_LANGUAGE C)
+# CMake would add the C++ runtime for the sake of the objects' language.
+set(CMAKE_CXX_IMPLICIT_LINK_LIBRARIES "")
 target_link_options(onnxruntime_vornic PRIVATE -Wl,--gc-sections)
 if(WIN32)
     set_target_properties(onnxruntime_vornic PROPERTIES PREFIX "")
     # -static: the compiler's own libraries become no dependency. The time of the build is left out
     # so that the same sources give the same bytes.
-    target_link_options(onnxruntime_vornic PRIVATE -static -Wl,--no-insert-timestamp)
+    target_link_options(onnxruntime_vornic PRIVATE -static -static-libgcc -Wl,--no-insert-timestamp)
 else()
     set_target_properties(onnxruntime_vornic PROPERTIES
         VERSION ${PROJECT_VERSION}

@@ -12,5 +12,8 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 
+# Programs carry the compiler's libraries in themselves.
+set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
+
 # With this, ctest runs the programs of the build as any other test.
 set(CMAKE_CROSSCOMPILING_EMULATOR wine)
