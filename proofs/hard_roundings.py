@@ -1,0 +1,141 @@
+#!/usr/bin/env python3
+"""Finds the numbers that are hardest to round, for tests/verify_numbers.cpp.
+
+Prints a line for each: "write" and the bits of a double whose digits after the 17th (or, of a
+float, the 9th) are nearest to a half, or "read" and a decimal nearest to a half way point between
+two doubles. Exits with 1 if a double comes too near to a half for the writer, which relies on that
+none does (see round_to_digits in src/json/number_writer.cpp).
+"""
+import struct
+import sys
+from fractions import Fraction
+
+HALF = Fraction(1, 2)
+
+
+def first_multiple(a, m, low, high):
+    """The least x >= 0 with low <= a * x mod m <= high, or None, by Euclid's steps."""
+    if low == 0:
+        return 0
+    a %= m
+    if a == 0:
+        return None
+    x = -(-low // a)
+    if a * x <= high:
+        return x
+    # a * x passes over the window in every turn so far; y counts the turns until it hits.
+    y = first_multiple(m % a, a, -high % a, -low % a)
+    if y is None:
+        return None
+    x = -(-(low + m * y) // a)
+    return x if a * x - m * y <= high else None
+
+
+def find(factor, begin, end, low, high):
+    """The least n in [begin, end) whose n * factor has a fractional part in [low, high]."""
+    a, m = factor.numerator, factor.denominator
+    start = a * begin % m
+    bottom = -(-low.numerator * m // low.denominator)
+    top = high.numerator * m // high.denominator
+    if bottom > top:
+        return None
+    low_rest, high_rest = (bottom - start) % m, (top - start) % m
+    x = 0 if low_rest > high_rest else first_multiple(a, m, low_rest, high_rest)
+    return begin + x if x is not None and begin + x < end else None
+
+
+def nearest(factor, begin, end, side):
+    """An n whose n * factor is nearest to a half, to within a factor of 2, on one side of it."""
+    best = None
+    for bits in range(2, 90):
+        away = Fraction(1, 1 << bits)
+        window = (HALF - away, HALF) if side < 0 else (HALF, HALF + away)
+        found = find(factor, begin, end, *window)
+        if found is None:
+            break
+        best = found
+    return best
+
+
+def power(base, exponent):
+    return Fraction(base) ** exponent
+
+
+def ceiling(number):
+    return -(-number.numerator // number.denominator)
+
+
+def exponent_of_ten(number):
+    """floor(log10(number))"""
+    exponent = len(str(number.numerator)) - len(str(number.denominator))
+    return exponent if power(10, exponent) <= number else exponent - 1
+
+
+def exponent_of_two(number):
+    """floor(log2(number))"""
+    exponent = number.numerator.bit_length() - number.denominator.bit_length()
+    return exponent if power(2, exponent) <= number else exponent - 1
+
+
+def binary_ranges(bits, least, greatest):
+    """(begin, end, exponent): every n * 2^exponent of a format, subnormals too, once each."""
+    yield 1, 1 << (bits - 1), least
+    for exponent in range(least, greatest + 1):
+        yield 1 << (bits - 1), 1 << bits, exponent
+
+
+def check_writer(digits, bits, least, greatest):
+    """Prints hard cases; True if all keep the distance from a half that the writer needs.
+
+    The writer knows a scaled number to 2 units of a last place with at least 67 bits after the
+    point, so to 2^-66, and nothing is cut off for powers of ten in 0..27.
+    """
+    margin = power(2, -64)
+    safe = True
+    for begin, end, exponent in binary_ranges(bits, least, greatest):
+        unit = power(2, exponent)
+        ten = exponent_of_ten(begin * unit)
+        while power(10, ten) < end * unit:
+            low = max(begin, ceiling(power(10, ten) / unit))
+            high = min(end, ceiling(power(10, ten + 1) / unit))
+            scale = digits - 1 - ten
+            factor = unit * power(10, scale)
+            ten += 1
+            if low >= high or factor.denominator == 1:
+                continue
+            exact = 0 <= scale <= 27
+            top = HALF - Fraction(1, 2 * factor.denominator) if exact else HALF
+            if find(factor, low, high, HALF - margin, top) is not None:
+                print(f"too near to a half: exponent {exponent}, scale {scale}", file=sys.stderr)
+                safe = False
+            for side in (-1, 1):
+                n = nearest(factor, low, high, side)
+                if n is not None:
+                    double = struct.unpack("<Q", struct.pack("<d", float(n * unit)))[0]
+                    print(f"write {double:016x}")
+    return safe
+
+
+def print_hard_decimals(digits):
+    begin, end = 10 ** (digits - 1), 10**digits
+    for ten in range(-342 - digits, 309):
+        scale = power(10, ten)
+        least, greatest = exponent_of_two(begin * scale), exponent_of_two(end * scale)
+        for two in range(max(least, -1076), min(greatest, 1023) + 1):
+            unit = power(2, max(two - 52, -1074))
+            low = max(begin, ceiling(power(2, two) / scale))
+            high = min(end, ceiling(power(2, two + 1) / scale))
+            if low >= high:
+                continue
+            for side in (-1, 1):
+                n = nearest(scale / unit, low, high, side)
+                if n is not None:
+                    print(f"read {n}e{ten}")
+
+
+if __name__ == "__main__":
+    writer_is_safe = check_writer(17, 53, -1074, 971)
+    writer_is_safe &= check_writer(9, 24, -149, 104)
+    for count in (17, 18, 19):
+        print_hard_decimals(count)
+    sys.exit(0 if writer_is_safe else 1)
