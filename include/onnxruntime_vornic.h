@@ -18,17 +18,20 @@
  * 5. Fixed limits: 16 inputs and 16 outputs for each session, run and binding; 8 dimensions for
  *    each tensor; 65,536 numbers or strings for each JSON input tensor; 4,095 bytes for each input
  *    string; 127 bytes for each name; 8 execution providers for each SessionOptions and 16 options
- *    for each of them; 65,535 bytes for each result text. Texts that are stored are cut to their
- *    limit, never refused, unless a function says otherwise.
+ *    for each of them; 65,535 bytes for each result text. What exceeds a limit inside a
+ *    JSON text is refused with a message; any other text that is stored, and every text that is
+ *    returned, is cut to its limit without notice.
  * 6. Threads: the library starts none and takes no locks. The last-error text, the binding to the
  *    runtime and the providers text are shared by the process. Calls from several threads are
  *    serialised by the caller, with this exception: once a session exists, several threads may run
- *    it at the same time; the last-error text is unreliable while they do. Handles other than
- *    sessions are used by one thread at a time; reading one RunResult from several threads is fine.
+ *    it at the same time; the last-error text is unreliable while they do. Such runs may share a
+ *    FloatTensor and run options, and several threads may read one RunResult. Every other handle is
+ *    used by one thread at a time, and none is released while it is in use.
  * 7. Nothing happens when the library is loaded. The first call that needs ONNX Runtime binds it
  *    (version 24 of its API, that is ONNX Runtime 1.24 or later); a failed attempt is repeated by
- *    the next such call. No call takes the process down, whatever the texts it is given hold;
- *    pointers must be null or valid.
+ *    the next such call. Nothing that a text holds takes the process down; pointers
+ *    must be null or valid. What ONNX Runtime does with a model or a provider is its own: appending
+ *    a provider that the machine cannot use may fail, or hang.
  *
  * JSON TENSORS
  *
@@ -38,16 +41,21 @@
  *
  * dtype is one of float32 (or float), float64 (or double), int8, int16, int32 (or int), int64,
  * uint8, uint16, uint32, uint64, bool (or boolean), string (or str). shape is a flat array of at
- * most 8 numbers, [] for a scalar. data is a flat array in row-major order: of numbers, read as
- * doubles (whole numbers are exact up to 2^53) and converted as a C cast would (fractions dropped,
- * low bits kept; bool is 1 for everything but 0), or, for string, of strings, in which \n, \t and
- * \r are decoded and any other character after a backslash stands for itself (\u is not decoded).
- * Numbers are whatever strtod takes in the C locale: hexadecimal, inf and nan included; true and
- * false are not numbers here.
+ * most 8 numbers, [] for a scalar. data is a flat array in row-major order: of numbers or, for
+ * string, of strings, in which \n, \t and \r are decoded and any other character after a backslash
+ * stands for itself (\u is not decoded). Numbers are whatever strtod takes in the C locale:
+ * hexadecimal, inf and nan included; true and false are not numbers here.
+ *
+ * Numbers are read as doubles, so whole ones are exact up to 2^53. For float32 they are rounded,
+ * for bool everything but 0 is true, for integers fractions are dropped. int8, int16, uint8 and uint16
+ * keep the low bits of a 32-bit integer (300 as uint8 is 44), uint32 those of a 64-bit one; NaN and
+ * what does not fit in that integer become its lowest value (-2147483648 as int32, 0 as uint8). -1
+ * as uint64 is 18446744073709551615, and 2^64 or more is 0.
  *
  * The text is searched, not parsed: a key or a name is found at the first place where it stands
  * between double quotes in the rest of the text. Blanks between items are allowed, and so is a
- * comma before a closing bracket.
+ * comma before a closing bracket. A tensor may hold more numbers than its shape needs; ONNX Runtime
+ * refuses one that holds fewer.
  *
  * An output is written as {"dtype":...,"shape":[...],"data":[...]} without blanks, or as
  * {"error":"..."} when it cannot be read or has no text form (float16, for example). float32 is
@@ -94,8 +102,9 @@ typedef struct OrtRunOptions OrtRunOptions;
 /* ---- Runtime and errors ---------------------------------------------------------------------- */
 
 /** Binds ONNX Runtime if that has not happened yet.
- * @return 1 when it is bound; 0 with "OrtGetApiBase returned NULL" (no runtime could be loaded) or
- *         "GetApi returned NULL" (the runtime is older than 1.24). */
+ * @return 1 when it is bound; 0 with "OrtGetApiBase returned NULL" (no runtime could be loaded; on
+ *         Linux the loader refuses this library then, before any call) or "GetApi returned NULL"
+ *         (the runtime is older than 1.24). */
 ONNXRUNTIME_VN_API(int32_t) onnxruntime_vn_available(void);
 
 /** The version of the bound ONNX Runtime, for example "1.24.3".
@@ -201,11 +210,12 @@ ONNXRUNTIME_VN_API(void) onnxruntime_vn_release_session_options(SessionOptions* 
 /** Loads a model file. options may be null (all defaults). On Windows the path is converted to
  * UTF-16 and must fit in 1,023 units; on Linux its bytes go to ONNX Runtime as they are.
  * @return null with "empty model path", "model path cannot be converted to at most 1023 UTF-16
- *         units" (Windows), "out of memory", the message of a malformed provider options object, the messages of
- *         onnxruntime_vn_available, or "CreateEnv failed", "CreateSessionOptions failed",
- *         "SessionOptionsAppendExecutionProvider failed" or "CreateSession failed" with ONNX
- *         Runtime's reason. Part of the description of the model may be missing in a session that
- *         is returned; the last-error text is then not empty. */
+ *         units" (Windows), "out of memory", the message of a malformed provider options object,
+ *         the messages of onnxruntime_vn_available, or "CreateEnv failed", "CreateSessionOptions
+ *         failed", "SessionOptionsAppendExecutionProvider failed" or "CreateSession failed" with
+ *         ONNX Runtime's reason. A description that ONNX Runtime refuses is left out of the texts
+ *         below and fails nothing; the last-error text tells of it only when the metadata could not
+ *         be had. */
 ONNXRUNTIME_VN_API(InferenceSession*)
 onnxruntime_vn_create_session(const char* model_path, const SessionOptions* options);
 
@@ -229,7 +239,7 @@ ONNXRUNTIME_VN_API(const char*) onnxruntime_vn_get_modelmeta_json(const Inferenc
 /** Ends profiling.
  * @return the path of the profile file ("" when the session was not profiling), valid until the
  *         next call for this session or its release; "" on failure, with "invalid
- *         InferenceSession" or "SessionEndProfiling failed" and ONNX Runtime's reason. Success
+ *         InferenceSession" or ONNX Runtime's refusal ("SessionEndProfiling failed: ..."). Success
  *         empties the last-error text. */
 ONNXRUNTIME_VN_API(const char*) onnxruntime_vn_session_end_profiling(InferenceSession* session);
 
@@ -242,7 +252,8 @@ ONNXRUNTIME_VN_API(void) onnxruntime_vn_release_session(InferenceSession* sessio
 /** New run options for onnxruntime_vn_run_json_with_options and onnxruntime_vn_run_with_iobinding.
  * They may be shared between runs. The setters below give 0 for a null handle (silently), when the
  * runtime cannot be bound, and when ONNX Runtime refuses the call named after them.
- * @return null with "CreateRunOptions failed" and ONNX Runtime's reason. */
+ * @return null with the messages of onnxruntime_vn_available, or "CreateRunOptions failed" and ONNX
+ *         Runtime's reason. */
 ONNXRUNTIME_VN_API(OrtRunOptions*) onnxruntime_vn_create_run_options(void);
 
 /** Verbosity of verbose logging during runs. */
@@ -271,11 +282,13 @@ ONNXRUNTIME_VN_API(void) onnxruntime_vn_release_run_options(OrtRunOptions* optio
 
 /** Runs the model on a feed, a JSON object with one input tensor for each input of the model, in
  * any order: {"x":{"dtype":"float32","shape":[1,2],"data":[0.5,1]}}. Names stand in the feed as the
- * model has them, unescaped; the first place where a quoted name stands counts, and the first { after
- * it begins its tensor. Names that the model does not have are ignored.
+ * model has them, unescaped; the first place where a quoted name stands counts, and the first {
+ * after it begins its tensor. Names that the model does not have are ignored.
  * output_names_json is a JSON array of output names, in the order wanted, at most 16, repetitions
  * allowed; null, "" or exactly [] asks for every output. A model with more than 16 inputs is run
- * with its first 16; outputs past the 16th cannot be asked for.
+ * with its first 16; outputs past the 16th cannot be asked for. A name of more than 127
+ * bytes is known here by its first 127, which ONNX Runtime then refuses; a binding can run such a
+ * model.
  * @return null with "invalid InferenceSession", "input_feed_json is empty", "out of memory",
  *         "missing input '...' in feed JSON", "input feed item must be an object", a message about
  *         a tensor or about the output names, or ONNX Runtime's refusal of a tensor or of the run
@@ -353,7 +366,8 @@ ONNXRUNTIME_VN_API(void) onnxruntime_vn_release_tensor(FloatTensor* tensor);
 /* ---- Tensor run ------------------------------------------------------------------------------ */
 
 /** Runs a model with one float32 input on a tensor, in place. output_names_json is as in
- * onnxruntime_vn_run_json. String outputs carry an error member here.
+ * onnxruntime_vn_run_json. input_name is handed on as it is, however long. String outputs carry
+ * an error member here.
  * @return null with "invalid session, input name, or tensor", "out of memory", a message about the
  *         output names, or ONNX Runtime's refusal (an input name that the model does not have is
  *         "Run failed: ..."). Success empties the last-error text. */
@@ -379,24 +393,27 @@ ONNXRUNTIME_VN_API(IoBinding*) onnxruntime_vn_create_iobinding(const InferenceSe
  * repeats a name; the latest tensor of a name is the one that runs. ONNX Runtime keeps a name that
  * the model does not have and refuses runs, and further binds, until the inputs are cleared.
  * @return 0 with "tensor_json must be an object", a message about the tensor, "out of memory", or
- *         ONNX Runtime's refusal; 0, silently, for a null argument and when 16 are bound. The
- *         binding stays usable after a failure. */
+ *         ONNX Runtime's refusal; 0, silently, for a null argument, for a tensor without shape or
+ *         data, and when 16 are bound. The binding stays usable after a failure. */
 ONNXRUNTIME_VN_API(int32_t)
 onnxruntime_vn_iobinding_bind_cpu_input_json(IoBinding* binding, const char* name,
                                              const char* tensor_json);
 
 /** Asks for an output of the model in CPU memory. The outputs of a run carry the names bound, in
- * the order bound (at most 127 bytes of each). Each bind takes one of 16 places. Binding a name
- * twice gives ONNX Runtime one output only, so that later outputs carry the labels of their
- * predecessors; a name that the model does not have is refused by the run, not here.
+ * the order bound (at most 127 bytes of each; ONNX Runtime gets the whole name). Each bind takes
+ * one of 16 places. Binding a name twice gives ONNX Runtime one output only, so that later outputs
+ * carry the labels of their predecessors; a name that the model does not have is refused by the
+ * run, not here.
  * @return 0 with ONNX Runtime's refusal; 0, silently, for a null argument and when 16 are bound. */
 ONNXRUNTIME_VN_API(int32_t)
 onnxruntime_vn_iobinding_bind_output(IoBinding* binding, const char* name);
 
-/** Unbinds and frees all inputs. @return 0, silently, for a null handle. */
+/** Unbinds and frees all inputs.
+ * @return 0, silently, for a null handle. */
 ONNXRUNTIME_VN_API(int32_t) onnxruntime_vn_iobinding_clear_inputs(IoBinding* binding);
 
-/** Unbinds all outputs and sets the outputs text to "{}". @return 0, silently, for a null handle. */
+/** Unbinds all outputs and empties the outputs text to "{}".
+ * @return 0, silently, for a null handle. */
 ONNXRUNTIME_VN_API(int32_t) onnxruntime_vn_iobinding_clear_outputs(IoBinding* binding);
 
 /** Waits until bound inputs have reached their device; nothing to wait for on the CPU.

@@ -28,7 +28,7 @@ WINDOWS_CASES = [
     ("too old", {"library": "old"}, OLD, {}, None),
     ("too old with the host", {"library": "right", "host": "old"}, FOUND, {}, None),
     ("too old in System32", {"library": "right", "system": "old"}, FOUND, {}, None),
-    ("only System32's, too old", {"system": "old"}, OLD, {}, None),
+    ("only System32's, too old, then beside", {"system": "old"}, OLD, {"library": "right"}, FOUND),
     ("in a folder whose path is long", {"library": "right", "system": "old"}, FOUND, {}, None),
 ]
 LINUX_CASES = [

@@ -113,6 +113,9 @@ TEST_F(CoreTest, NamesElementTypes) {
         EXPECT_EQ(type->size, row.size) << row.accepted;
         EXPECT_STREQ(vnort_dtype_name(row.code), row.written);
         EXPECT_EQ(vnort_has_numeric_writer(row.code), row.size != 0) << row.accepted;
+        size_t visited = 0;
+        vnort_visit_numeric(row.code, [&](auto element) { visited = sizeof element; });
+        EXPECT_EQ(visited, row.size) << row.accepted;
     }
     for (const char* refused :
          {"Float32", "FLOAT", "float32 ", "int 32", "float16", "unknown", ""}) {

@@ -15,6 +15,11 @@ void vnort_set_error(const char* message) {
     memset(g_error + length, 0, kErrorCapacity - length);
 }
 
+int32_t vnort_fail(const char* message) {
+    vnort_set_error(message);
+    return 0;
+}
+
 void vnort_clear_error() { vnort_set_error(""); }
 
 void vnort_format_error(const char* format, ...) {

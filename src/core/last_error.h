@@ -12,6 +12,9 @@ extern char g_error[kErrorCapacity];
 // Copies a fixed message, cut to the buffer; the bytes behind it become zero.
 void vnort_set_error(const char* message);
 
+// The same, and gives 0 for the caller to return.
+int32_t vnort_fail(const char* message);
+
 void vnort_clear_error();
 
 // Prints a message into the buffer, cut to it.

@@ -14,6 +14,7 @@ inline constexpr uint64_t kMaxProviderOptions = 16;
 
 inline constexpr size_t kNameCapacity = 128;
 inline constexpr size_t kErrorCapacity = 1024;
+inline constexpr size_t kDescriptionCapacity = 2048;  // of the inputs, and of the outputs
 inline constexpr size_t kResultCapacity = 65536;
 inline constexpr size_t kInputStringCapacity = 4096;
 inline constexpr size_t kPathCapacity = 1024;  // of a converted path, in its own units

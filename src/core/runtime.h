@@ -6,7 +6,8 @@
 
 inline constexpr uint32_t kApiVersion = 24;
 
-// Both null until vnort_init succeeds, then set for the life of the process.
+// Null until vnort_init finds a runtime; the table, until it finds one that has it. Both then stay
+// for the life of the process.
 extern const OrtApiBase* g_api_base;
 extern const OrtApi* g_api;
 

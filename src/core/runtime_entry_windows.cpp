@@ -5,6 +5,7 @@
 #include "core/runtime_entry.h"
 
 #include "core/owned.h"
+#include "core/runtime.h"
 
 #define WIN32_LEAN_AND_MEAN
 #include <string.h>
@@ -30,7 +31,7 @@ struct ModuleFree {
 
 using Module = std::unique_ptr<HINSTANCE__, ModuleFree>;
 
-// The runtime that the import is bound to: found once, kept for the life of the process.
+// What was found last; the import is bound to it once it will do.
 HMODULE g_runtime_module;
 
 // A damaged file is an answer like any other: no message box asks the user about it.
@@ -86,7 +87,15 @@ FARPROC WINAPI give_found_runtime(unsigned event, PDelayLoadInfo) {
 // Asked by the import's thunk on its first call.
 PfnDliHook __pfnDliNotifyHook2 = give_found_runtime;
 
+// Asked again only after a failure: what was found before was of no use and is let go. The import
+// is called only when its runtime will do, since it keeps to the first one that it reaches.
 const OrtApiBase* vnort_runtime_entry() {
-    if (g_runtime_module == nullptr) g_runtime_module = find_runtime().release();
-    return g_runtime_module != nullptr ? OrtGetApiBase() : nullptr;
+    if (g_runtime_module != nullptr) FreeLibrary(g_runtime_module);
+    g_runtime_module = find_runtime().release();
+    if (g_runtime_module == nullptr) return nullptr;
+    const FARPROC symbol = GetProcAddress(g_runtime_module, "OrtGetApiBase");
+    const auto entry = reinterpret_cast<decltype(&OrtGetApiBase)>(reinterpret_cast<void*>(symbol));
+    const OrtApiBase* base = entry();
+    if (base == nullptr || base->GetApi(kApiVersion) == nullptr) return base;
+    return OrtGetApiBase();
 }

@@ -7,11 +7,6 @@
 
 namespace {
 
-int32_t fail(const char* message) {
-    vnort_set_error(message);
-    return 0;
-}
-
 // The index of the recorded name that equals name, or name_count.
 uint64_t find_name(const char* name, const Name* names, uint64_t name_count) {
     uint64_t i = 0;
@@ -19,43 +14,32 @@ uint64_t find_name(const char* name, const Name* names, uint64_t name_count) {
     return i;
 }
 
-// Reads a quoted name from behind its opening quote. A backslash takes the next byte literally.
-bool read_name(const char** at, Name& name) {
-    size_t length = 0;
-    const char* from = *at;
-    for (; *from != '"'; ++from) {
-        if (*from == '\\') ++from;
-        if (*from == '\0' || length == kNameCapacity - 1) return false;
-        name[length++] = *from;
-    }
-    name[length] = '\0';
-    *at = from + 1;
-    return true;
-}
-
 int32_t select_names(const char* text, const Name* names, uint64_t name_count,
                      const char** selected, uint64_t* selected_count) {
     const char* at = strchr(text, '[');
-    if (at == nullptr) return fail("output_names_json must be a JSON string array");
+    if (at == nullptr) return vnort_fail("output_names_json must be a JSON string array");
     ++at;
     uint64_t count = 0;
     AfterItem after = AfterItem::comma;
     while (after == AfterItem::comma) {
         at = vnort_skip_blanks(at);
         if (*at == ']') break;
-        if (*at != '"') return fail("output_names_json contains a non-string item");
+        if (*at != '"') return vnort_fail("output_names_json contains a non-string item");
         ++at;
         Name name;
-        if (!read_name(&at, name)) return fail("unterminated string in output_names_json");
+        size_t length = 0;
+        if (!vnort_read_quoted(&at, name, sizeof name, &length, vnort_literally)) {
+            return vnort_fail("unterminated string in output_names_json");
+        }
         uint64_t found = find_name(name, names, name_count);
         if (found == name_count) {
             vnort_format_error("unknown output name '%s'", name);
             return 0;
         }
-        if (count == kMaxOutputs) return fail("too many output names");
+        if (count == kMaxOutputs) return vnort_fail("too many output names");
         selected[count++] = names[found];
         after = vnort_after_item(&at);
-        if (after == AfterItem::malformed) return fail("malformed output_names_json");
+        if (after == AfterItem::malformed) return vnort_fail("malformed output_names_json");
     }
     *selected_count = count;
     return 1;
@@ -83,13 +67,13 @@ int32_t vnort_parse_number_array_double(const char* text, double* numbers, int64
     while (after == AfterItem::comma) {
         at = vnort_skip_blanks(at);
         if (*at == ']') break;
-        if (items == capacity) return fail("JSON numeric array is too large");
+        if (items == capacity) return vnort_fail("JSON numeric array is too large");
         NumberRead number = vnort_read_number(at);
-        if (number.end == at) return fail("failed to parse JSON numeric array");
+        if (number.end == at) return vnort_fail("failed to parse JSON numeric array");
         numbers[items++] = number.value;
         at = number.end;
         after = vnort_after_item(&at);
-        if (after == AfterItem::malformed) return fail("malformed JSON numeric array");
+        if (after == AfterItem::malformed) return vnort_fail("malformed JSON numeric array");
     }
     *count = static_cast<uint64_t>(items);
     return 1;
@@ -97,7 +81,7 @@ int32_t vnort_parse_number_array_double(const char* text, double* numbers, int64
 
 uint64_t vnort_number_array_bound(const char* text) {
     const char* from = text != nullptr ? strchr(text, '[') : nullptr;
-    if (from == nullptr) return 1;
+    if (from == nullptr) return 0;
     const char* end = strchr(from, ']');
     if (end == nullptr) end = from + strlen(from);
     uint64_t commas = 0;

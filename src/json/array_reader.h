@@ -5,12 +5,7 @@
 #include <stdint.h>
 
 #include "core/limits.h"
-
-// Space, tab, line feed and carriage return are blanks; no other byte is.
-inline const char* vnort_skip_blanks(const char* at) {
-    while (*at == ' ' || *at == '\t' || *at == '\n' || *at == '\r') ++at;
-    return at;
-}
+#include "json/scan.h"
 
 // What stands behind an item of an array.
 enum class AfterItem { comma, end, malformed };
@@ -23,7 +18,8 @@ AfterItem vnort_after_item(const char** at);
 int32_t vnort_parse_number_array_double(const char* text, double* numbers, int64_t capacity,
                                         uint64_t* count);
 
-// How many numbers the array in a text can hold at the most, judged by its commas: 1 to 65,536.
+// How many numbers the array in a text can hold at the most, judged by its commas: 1 to 65,536; 0
+// when there is no array.
 uint64_t vnort_number_array_bound(const char* text);
 
 // Reads an array of output names and points `selected` (room for 16) at the recorded names that

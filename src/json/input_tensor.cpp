@@ -14,11 +14,6 @@ namespace {
 
 constexpr size_t kDtypeCapacity = 32;
 
-int32_t fail(const char* message) {
-    vnort_set_error(message);
-    return 0;
-}
-
 // The strings of a tensor while they are being read.
 class StringList {
 public:
@@ -61,21 +56,6 @@ char unescaped(char byte) {
     }
 }
 
-// Decodes a string from behind its opening quote; false when it is not closed or too long.
-bool decode_string(const char** at, char (&decoded)[kInputStringCapacity], size_t* length) {
-    const char* from = *at;
-    size_t used = 0;
-    for (; *from != '"'; ++from) {
-        bool is_escaped = *from == '\\';
-        if (is_escaped) ++from;
-        if (*from == '\0' || used == kInputStringCapacity - 1) return false;
-        decoded[used++] = is_escaped ? unescaped(*from) : *from;
-    }
-    *length = used;
-    *at = from + 1;
-    return true;
-}
-
 // Reads the items from behind the opening bracket.
 int32_t read_strings(const char* at, StringList* strings) {
     char decoded[kInputStringCapacity];
@@ -83,16 +63,16 @@ int32_t read_strings(const char* at, StringList* strings) {
     while (after == AfterItem::comma) {
         at = vnort_skip_blanks(at);
         if (*at == ']') return 1;
-        if (strings->is_full()) return fail("JSON string array is too large");
-        if (*at != '"') return fail("JSON string array contains a non-string item");
+        if (strings->is_full()) return vnort_fail("JSON string array is too large");
+        if (*at != '"') return vnort_fail("JSON string array contains a non-string item");
         ++at;
         size_t length = 0;
-        if (!decode_string(&at, decoded, &length)) {
-            return fail("unterminated string in JSON string array");
+        if (!vnort_read_quoted(&at, decoded, sizeof decoded, &length, unescaped)) {
+            return vnort_fail("unterminated string in JSON string array");
         }
-        if (!strings->add(decoded, length)) return fail("out of memory");
+        if (!strings->add(decoded, length)) return vnort_fail("out of memory");
         after = vnort_after_item(&at);
-        if (after == AfterItem::malformed) return fail("malformed JSON string array");
+        if (after == AfterItem::malformed) return vnort_fail("malformed JSON string array");
     }
     return 1;
 }
@@ -101,7 +81,7 @@ int32_t read_string_data(const char* data_key, InputTensor* entry) {
     const char* bracket = data_key != nullptr ? strchr(data_key, '[') : nullptr;
     if (bracket == nullptr) return 0;
     StringList strings;
-    if (!strings.is_allocated()) return fail("out of memory");
+    if (!strings.is_allocated()) return vnort_fail("out of memory");
     if (!read_strings(bracket + 1, &strings)) return 0;
     strings.give_to(entry);
     return 1;
@@ -111,8 +91,9 @@ int32_t read_numeric_data(const char* data_key, uint32_t element_size, InputTens
     // On the heap, since callers' threads may have small stacks, and no larger than the text can
     // fill, since large blocks are dear to come by.
     uint64_t bound = vnort_number_array_bound(data_key);
+    if (bound == 0) return 0;
     HeapBlock<double> numbers(static_cast<double*>(malloc(bound * sizeof(double))));
-    if (numbers == nullptr) return fail("out of memory");
+    if (numbers == nullptr) return vnort_fail("out of memory");
     uint64_t count = 0;
     if (!vnort_parse_number_array_double(data_key, numbers.get(), static_cast<int64_t>(bound),
                                          &count)) {
@@ -120,7 +101,7 @@ int32_t read_numeric_data(const char* data_key, uint32_t element_size, InputTens
     }
 
     HeapBlock<void> data(calloc(count > 0 ? count : 1, element_size));
-    if (data == nullptr) return fail("out of memory");
+    if (data == nullptr) return vnort_fail("out of memory");
     vnort_visit_numeric(entry->element_type, [&](auto element) {
         auto* elements = static_cast<decltype(element)*>(data.get());
         for (uint64_t i = 0; i < count; ++i) vnort_convert(numbers.get()[i], &elements[i]);

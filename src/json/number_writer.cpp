@@ -64,7 +64,7 @@ struct Decimal {
 // Rounds a positive finite double to kDigits digits. Scaled by a power of ten cut to 128 bits, it
 // has at most 57 bits before the binary point and at least 67 after it, and is short by less than 2
 // units of the last one. That could make it fall short of a half that it exceeds, if it exceeds it
-// by less than 2^-66, but there is no such double: tests/hard_roundings.py computes the nearest ones.
+// by less than 2^-66, but there is no such double: proofs/hard_roundings.py computes the nearest.
 // Exactly a half comes only with powers of ten in 0..27, where nothing is cut; it goes to even.
 template <int kDigits>
 Decimal round_to_digits(uint64_t bits) {

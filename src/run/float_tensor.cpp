@@ -15,7 +15,7 @@ namespace {
 
 using OwnedTensor = HeapBlock<FloatTensor>;
 
-FloatTensor* fail(const char* message) {
+FloatTensor* refuse(const char* message) {
     vnort_set_error(message);
     return nullptr;
 }
@@ -24,21 +24,21 @@ FloatTensor* fail(const char* message) {
 OwnedTensor new_tensor(const float* data, int32_t data_count, const int64_t* shape, int32_t rank) {
     if (data == nullptr || data_count < 1 || shape == nullptr || rank < 1 ||
         rank > static_cast<int32_t>(kMaxRank)) {
-        return OwnedTensor(fail("invalid float32 tensor input"));
+        return OwnedTensor(refuse("invalid float32 tensor input"));
     }
     OwnedTensor tensor = vnort_allocate_zeroed<FloatTensor>(1);
-    if (tensor == nullptr) return OwnedTensor(fail("out of memory"));
+    if (tensor == nullptr) return OwnedTensor(refuse("out of memory"));
     tensor->rank = rank;
     uint64_t product = 1;
     bool fits = true;
     for (int32_t i = 0; i < rank; ++i) {
-        if (shape[i] < 1) return OwnedTensor(fail("tensor shape dimensions must be positive"));
+        if (shape[i] < 1) return OwnedTensor(refuse("tensor shape dimensions must be positive"));
         tensor->dims[i] = shape[i];
         uint64_t dimension = static_cast<uint64_t>(shape[i]);
         fits = fits && !__builtin_mul_overflow(product, dimension, &product);
     }
     if (!fits || product != static_cast<uint64_t>(data_count)) {
-        return OwnedTensor(fail("tensor data_count does not match shape"));
+        return OwnedTensor(refuse("tensor data_count does not match shape"));
     }
     tensor->count = product;
     return tensor;
@@ -55,15 +55,13 @@ FloatTensor* hand_over(OwnedTensor tensor, float* data) {
 bool read_shape(const char* shape_json, int64_t (&dims)[kMaxRank], uint64_t* rank, int32_t* count) {
     double numbers[kMaxRank];
     if (!vnort_parse_number_array_double(shape_json, numbers, kMaxRank, rank) || *rank == 0) {
-        fail("invalid shape_json");
-        return false;
+        return vnort_fail("invalid shape_json");
     }
     int32_t product = 1;
     bool fits = true;
     for (uint64_t i = 0; i < *rank; ++i) {
         if (!(numbers[i] > 0)) {
-            fail("tensor shape dimensions must be positive");
-            return false;
+            return vnort_fail("tensor shape dimensions must be positive");
         }
         dims[i] = vnort_truncate_to_int64(numbers[i]);
         fits = fits && dims[i] > 0 && !__builtin_mul_overflow(product, dims[i], &product);
@@ -80,7 +78,7 @@ FloatTensor* onnxruntime_vn_tensor_from_f32(const float* data, int32_t data_coun
     if (tensor == nullptr) return nullptr;
     size_t bytes = tensor->count * sizeof(float);
     float* copy = static_cast<float*>(malloc(bytes));
-    if (copy == nullptr) return fail("out of memory");
+    if (copy == nullptr) return refuse("out of memory");
     memcpy(copy, data, bytes);
     return hand_over(std::move(tensor), copy);
 }
@@ -97,9 +95,9 @@ FloatTensor* onnxruntime_vn_tensor_zeros_f32(const char* shape_json) {
     uint64_t rank = 0;
     int32_t count = 0;
     if (!read_shape(shape_json, dims, &rank, &count)) return nullptr;
-    if (count == 0) return fail("invalid float32 tensor input");
+    if (count == 0) return refuse("invalid float32 tensor input");
     HeapBlock<float> zeros = vnort_allocate_zeroed<float>(static_cast<uint64_t>(count));
-    if (zeros == nullptr) return fail("out of memory");
+    if (zeros == nullptr) return refuse("out of memory");
     FloatTensor* tensor =
         onnxruntime_vn_tensor_adopt_f32(zeros.get(), count, dims, static_cast<int32_t>(rank));
     if (tensor != nullptr) zeros.release();

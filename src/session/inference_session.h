@@ -14,8 +14,8 @@ struct InferenceSession {
     uint64_t output_count;
     Name input_names[kMaxInputs];
     Name output_names[kMaxOutputs];
-    char inputs_json[2048];
-    char outputs_json[2048];
+    char inputs_json[kDescriptionCapacity];
+    char outputs_json[kDescriptionCapacity];
     char modelmeta_json[4096];
     char profile_path[1024];
 };

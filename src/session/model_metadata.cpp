@@ -2,37 +2,36 @@
 #include "core/bounded_text.h"
 #include "core/last_error.h"
 #include "core/owned.h"
-#include "json/output_tensor.h"
 #include "session/session_description.h"
 
 namespace {
 
 using MetadataGetter = decltype(OrtApi::ModelMetadataGetProducerName);
 
-void vnort_modelmeta_append_string(const OrtModelMetadata* metadata, OrtAllocator* allocator,
-                                   BoundedText& text, const char* key, MetadataGetter get) {
+void append_member(BoundedText& text, const char* key, const char* value) {
     vnort_append(text, "\"");
     vnort_json_escape_append(text, key);
     vnort_append(text, "\":\"");
-    char* value = nullptr;
-    if (vnort_status_ok(get(metadata, allocator, &value), key)) {
-        vnort_json_escape_append(text, vnort_allocator_owned(allocator, value).get());
-    }
+    vnort_json_escape_append(text, value);
     vnort_append(text, "\"");
+}
+
+void vnort_modelmeta_append_string(const OrtModelMetadata* metadata, OrtAllocator* allocator,
+                                   BoundedText& text, const char* key, MetadataGetter get) {
+    char* value = nullptr;
+    if (!vnort_status_ok(get(metadata, allocator, &value), key)) value = nullptr;
+    append_member(text, key, vnort_allocator_owned(allocator, value).get());
 }
 
 void append_custom_member(const OrtModelMetadata* metadata, OrtAllocator* allocator,
                           BoundedText& text, const char* key) {
-    vnort_append(text, "\"");
-    vnort_json_escape_append(text, key);
-    vnort_append(text, "\":\"");
     char* value = nullptr;
-    if (key != nullptr && vnort_status_ok(g_api->ModelMetadataLookupCustomMetadataMap(
-                                              metadata, allocator, key, &value),
-                                          "ModelMetadataLookupCustomMetadataMap")) {
-        vnort_json_escape_append(text, vnort_allocator_owned(allocator, value).get());
+    if (key != nullptr && !vnort_status_ok(g_api->ModelMetadataLookupCustomMetadataMap(
+                                               metadata, allocator, key, &value),
+                                           "ModelMetadataLookupCustomMetadataMap")) {
+        value = nullptr;
     }
-    vnort_append(text, "\"");
+    append_member(text, key, vnort_allocator_owned(allocator, value).get());
 }
 
 void append_custom_members(const OrtModelMetadata* metadata, OrtAllocator* allocator,
@@ -84,7 +83,7 @@ void vnort_describe_metadata(InferenceSession* session) {
         version = 0;
     }
     vnort_append(text, "\"version\":");
-    vnort_append_dims(text, {&version, 1});
+    vnort_appendf(text, "%lld", static_cast<long long>(version));
     vnort_append(text, ",\"custom_metadata_map\":{");
     append_custom_members(metadata.get(), allocator, text);
     vnort_append(text, "}}");

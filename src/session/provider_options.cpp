@@ -3,31 +3,9 @@
 #include <string.h>
 
 #include "core/last_error.h"
-#include "json/array_reader.h"
+#include "json/scan.h"
 
 namespace {
-
-int32_t fail(const char* message) {
-    vnort_set_error(message);
-    return 0;
-}
-
-bool is_blank(char byte) { return byte == ' ' || byte == '\t' || byte == '\n' || byte == '\r'; }
-
-// Reads from behind the opening quote and passes the closing one. A backslash takes the next byte
-// literally. False when the string is not closed or does not fit.
-bool read_quoted(const char** at, char* to, size_t capacity) {
-    const char* from = *at;
-    size_t length = 0;
-    for (; *from != '"'; ++from) {
-        if (*from == '\\') ++from;
-        if (*from == '\0' || length == capacity - 1) return false;
-        to[length++] = *from;
-    }
-    to[length] = '\0';
-    *at = from + 1;
-    return true;
-}
 
 // Reads up to a ',' or '}', leaving blanks out. A word that does not fit ends where it is full; the
 // caller then finds neither behind it.
@@ -35,7 +13,7 @@ void read_bare_word(const char** at, char* to, size_t capacity) {
     const char* from = *at;
     size_t length = 0;
     while (*from != ',' && *from != '}' && *from != '\0' && length < capacity - 1) {
-        if (!is_blank(*from)) to[length++] = *from;
+        if (!vnort_is_blank(*from)) to[length++] = *from;
         ++from;
     }
     to[length] = '\0';
@@ -43,19 +21,22 @@ void read_bare_word(const char** at, char* to, size_t capacity) {
 }
 
 int32_t read_entry(const char** at, char* key, char* value) {
-    if (**at != '"') return fail("provider option key must be a string");
+    if (**at != '"') return vnort_fail("provider option key must be a string");
     ++*at;
-    if (!read_quoted(at, key, kNameCapacity)) return fail("unterminated provider option key");
+    size_t length = 0;
+    if (!vnort_read_quoted(at, key, kNameCapacity, &length, vnort_literally)) {
+        return vnort_fail("unterminated provider option key");
+    }
     *at = vnort_skip_blanks(*at);
-    if (**at != ':') return fail("provider option entry is missing ':'");
+    if (**at != ':') return vnort_fail("provider option entry is missing ':'");
     *at = vnort_skip_blanks(*at + 1);
     if (**at != '"') {
         read_bare_word(at, value, kOptionValueCapacity);
         return 1;
     }
     ++*at;
-    if (!read_quoted(at, value, kOptionValueCapacity)) {
-        return fail("unterminated provider option value");
+    if (!vnort_read_quoted(at, value, kOptionValueCapacity, &length, vnort_literally)) {
+        return vnort_fail("unterminated provider option value");
     }
     return 1;
 }
@@ -67,17 +48,18 @@ int32_t vnort_parse_provider_options(const char* text, ProviderOptions* list) {
     text = vnort_skip_blanks(text);
     if (*text == '\0') return 1;
     const char* at = strchr(text, '{');
-    if (at == nullptr) return fail("provider options must be a JSON object");
+    if (at == nullptr) return vnort_fail("provider options must be a JSON object");
     at = vnort_skip_blanks(at + 1);
     while (*at != '}') {
-        if (list->count == kMaxProviderOptions) return fail("too many provider option entries");
+        if (list->count == kMaxProviderOptions)
+            return vnort_fail("too many provider option entries");
         if (!read_entry(&at, list->keys[list->count], list->values[list->count])) return 0;
         ++list->count;
         at = vnort_skip_blanks(at);
         if (*at == ',') {
             at = vnort_skip_blanks(at + 1);
         } else if (*at != '}') {
-            return fail("malformed provider options JSON");
+            return vnort_fail("malformed provider options JSON");
         }
     }
     return 1;

@@ -11,6 +11,8 @@
 namespace {
 
 constexpr uint64_t kMaxDescribedRank = 16;
+constexpr uint64_t kMaxNames = kMaxInputs;
+static_assert(kMaxNames == kMaxOutputs);
 
 // Inputs and outputs differ in the calls that describe them and in where that is kept.
 struct Side {
@@ -21,8 +23,8 @@ struct Side {
     decltype(&OrtApi::SessionGetInputName) get_name;
     decltype(&OrtApi::SessionGetInputTypeInfo) get_type;
     uint64_t InferenceSession::*count;
-    Name (InferenceSession::*names)[kMaxInputs];
-    char (InferenceSession::*json)[2048];
+    Name (InferenceSession::*names)[kMaxNames];
+    char (InferenceSession::*json)[kDescriptionCapacity];
 };
 
 constexpr Side kInputs = {
@@ -68,20 +70,25 @@ uint64_t append_described_dims(BoundedText& text, const OrtTensorTypeAndShapeInf
     return rank;
 }
 
+void append_dtype(BoundedText& text, const OrtTensorTypeAndShapeInfo* info) {
+    ONNXTensorElementDataType code = ONNX_TENSOR_ELEMENT_DATA_TYPE_UNDEFINED;
+    bool is_known =
+        vnort_status_ok(g_api->GetTensorElementType(info, &code), "GetTensorElementType");
+    vnort_json_escape_append(text, is_known ? vnort_dtype_name(code) : "unknown");
+}
+
 void vnort_append_tensor_description_json(BoundedText& text, const char* name,
                                           const OrtTensorTypeAndShapeInfo* info) {
     vnort_append(text, "{\"name\":\"");
     vnort_json_escape_append(text, name);
     vnort_append(text, "\",\"type\":\"tensor\",\"dtype\":\"");
-    const char* dtype = "unknown";
-    ONNXTensorElementDataType code = ONNX_TENSOR_ELEMENT_DATA_TYPE_UNDEFINED;
-    if (info != nullptr &&
-        vnort_status_ok(g_api->GetTensorElementType(info, &code), "GetTensorElementType")) {
-        dtype = vnort_dtype_name(code);
+    if (info == nullptr) {
+        vnort_append(text, "unknown\",\"shape\":[],\"shape_symbols\":[]}");
+        return;
     }
-    vnort_json_escape_append(text, dtype);
+    append_dtype(text, info);
     vnort_append(text, "\",\"shape\":[");
-    uint64_t rank = info != nullptr ? append_described_dims(text, info) : 0;
+    uint64_t rank = append_described_dims(text, info);
     vnort_append(text, "],\"shape_symbols\":[");
     if (rank > 0) append_symbols(text, info, rank);
     vnort_append(text, "]}");
@@ -97,7 +104,7 @@ void vnort_describe_one_io(InferenceSession* session, const Side& side, uint64_t
         return;
     }
     AllocatorOwned<char> name = vnort_allocator_owned(allocator, given_name);
-    if (index < kMaxInputs) vnort_copy_text((session->*side.names)[index], name.get());
+    if (index < kMaxNames) vnort_copy_text((session->*side.names)[index], name.get());
 
     OwnedTypeInfo type;
     const OrtTensorTypeAndShapeInfo* info = nullptr;  // part of the type
@@ -117,7 +124,7 @@ bool describe_side(InferenceSession* session, const Side& side, OrtAllocator* al
     if (!vnort_status_ok((g_api->*side.get_count)(session->session, &count), side.count_call)) {
         return false;
     }
-    session->*side.count = count < kMaxInputs ? count : kMaxInputs;
+    session->*side.count = count < kMaxNames ? count : kMaxNames;
     BoundedText text = {session->*side.json, sizeof(session->*side.json), 0};
     vnort_append(text, "[");
     // The last few bytes are kept for the closing bracket; what does not fit before is left out.

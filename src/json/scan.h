@@ -1,0 +1,37 @@
+// The smallest steps of the scanners.
+#pragma once
+
+#include <stddef.h>
+
+// Space, tab, line feed and carriage return are blanks; no other byte is.
+inline bool vnort_is_blank(char byte) {
+    return byte == ' ' || byte == '\t' || byte == '\n' || byte == '\r';
+}
+
+inline const char* vnort_skip_blanks(const char* at) {
+    while (vnort_is_blank(*at)) ++at;
+    return at;
+}
+
+// The byte behind a backslash, as it is.
+inline char vnort_literally(char byte) { return byte; }
+
+// Reads a string from behind its opening quote and passes the closing one; `unescape` says what a
+// backslash and the byte behind it stand for. False when the string is not closed or, with its
+// terminator, does not fit.
+template <typename Unescape>
+bool vnort_read_quoted(const char** at, char* to, size_t capacity, size_t* length,
+                       Unescape unescape) {
+    const char* from = *at;
+    size_t used = 0;
+    for (; *from != '"'; ++from) {
+        bool is_escaped = *from == '\\';
+        if (is_escaped) ++from;
+        if (*from == '\0' || used == capacity - 1) return false;
+        to[used++] = is_escaped ? unescape(*from) : *from;
+    }
+    to[used] = '\0';
+    *length = used;
+    *at = from + 1;
+    return true;
+}
