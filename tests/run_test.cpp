@@ -181,7 +181,7 @@ TEST_F(RunTest, RunsALongNameThroughABinding) {
     ASSERT_NE(result, nullptr) << error();
     std::string text = onnxruntime_vn_result_json(result.get());
     std::erase(text, '\\');
-    EXPECT_EQ(text.substr(12, 139), name.substr(0, 127) + "\":{\"dtype\":\"");
+    EXPECT_EQ(text.substr(13, 139), name.substr(0, 127) + "\":{\"dtype\":\"");
 }
 
 }  // namespace

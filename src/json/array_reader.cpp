@@ -1,10 +1,5 @@
 #include "json/array_reader.h"
 
-#include <string.h>
-
-#include "core/last_error.h"
-#include "json/number_reader.h"
-
 namespace {
 
 // The index of the recorded name that equals name, or name_count.
@@ -47,45 +42,19 @@ int32_t select_names(const char* text, const Name* names, uint64_t name_count,
 
 }  // namespace
 
-AfterItem vnort_after_item(const char** at) {
-    const char* from = vnort_skip_blanks(*at);
-    if (*from != ',' && *from != ']') return AfterItem::malformed;
-    *at = from + 1;
-    return *from == ',' ? AfterItem::comma : AfterItem::end;
-}
-
 int32_t vnort_parse_number_array_double(const char* text, double* numbers, int64_t capacity,
                                         uint64_t* count) {
     if (count == nullptr) return 0;
     *count = 0;
-    if (text == nullptr || numbers == nullptr) return 0;
-    const char* at = strchr(text, '[');
-    if (at == nullptr) return 0;
-    ++at;
-    int64_t items = 0;
-    AfterItem after = AfterItem::comma;
-    while (after == AfterItem::comma) {
-        at = vnort_skip_blanks(at);
-        if (*at == ']') break;
-        if (items == capacity) return vnort_fail("JSON numeric array is too large");
-        NumberRead number = vnort_read_number(at);
-        if (number.end == at) return vnort_fail("failed to parse JSON numeric array");
-        numbers[items++] = number.value;
-        at = number.end;
-        after = vnort_after_item(&at);
-        if (after == AfterItem::malformed) return vnort_fail("malformed JSON numeric array");
-    }
-    *count = static_cast<uint64_t>(items);
-    return 1;
+    if (numbers == nullptr) return 0;
+    return vnort_read_numbers(text, capacity, count,
+                              [&](int64_t i, double number) { numbers[i] = number; });
 }
 
 uint64_t vnort_number_array_bound(const char* text) {
     const char* from = text != nullptr ? strchr(text, '[') : nullptr;
     if (from == nullptr) return 0;
-    const char* end = strchr(from, ']');
-    if (end == nullptr) end = from + strlen(from);
-    uint64_t commas = 0;
-    for (; from != end; ++from) commas += *from == ',';
+    uint64_t commas = vnort_count_commas(from);
     return commas < kMaxElements ? commas + 1 : kMaxElements;
 }
 

@@ -2,6 +2,8 @@
 
 #include <string.h>
 
+#include "json/scan.h"
+
 namespace {
 
 // An input on its way through the text: first its name is looked for, then the brace behind it,
@@ -61,11 +63,11 @@ bool all_complete(const Search* searches, uint64_t count) {
 }
 
 void find_all(const char* text, Search* searches, uint64_t count) {
-    for (const char* at = text; *at != '\0'; ++at) {
+    for (const char* at = vnort_find_mark(text); *at != '\0'; at = vnort_find_mark(at + 1)) {
         if (*at == '"') {
             take_quote(at, searches, count);
             if (all_complete(searches, count)) return;
-        } else if (*at == '{') {
+        } else {
             take_brace(at, searches, count);
         }
     }

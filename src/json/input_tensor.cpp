@@ -87,25 +87,20 @@ int32_t read_string_data(const char* data_key, InputTensor* entry) {
     return 1;
 }
 
+// Numbers go straight into the tensor's block, which their commas foretell but for one at the end.
 int32_t read_numeric_data(const char* data_key, uint32_t element_size, InputTensor* entry) {
-    // On the heap, since callers' threads may have small stacks, and no larger than the text can
-    // fill, since large blocks are dear to come by.
     uint64_t bound = vnort_number_array_bound(data_key);
     if (bound == 0) return 0;
-    HeapBlock<double> numbers(static_cast<double*>(malloc(bound * sizeof(double))));
-    if (numbers == nullptr) return vnort_fail("out of memory");
-    uint64_t count = 0;
-    if (!vnort_parse_number_array_double(data_key, numbers.get(), static_cast<int64_t>(bound),
-                                         &count)) {
-        return 0;
-    }
-
-    HeapBlock<void> data(calloc(count > 0 ? count : 1, element_size));
+    HeapBlock<void> data(calloc(bound, element_size));
     if (data == nullptr) return vnort_fail("out of memory");
+    uint64_t count = 0;
+    int32_t is_read = 0;
     vnort_visit_numeric(entry->element_type, [&](auto element) {
         auto* elements = static_cast<decltype(element)*>(data.get());
-        for (uint64_t i = 0; i < count; ++i) vnort_convert(numbers.get()[i], &elements[i]);
+        auto store = [=](int64_t i, double number) { vnort_convert(number, &elements[i]); };
+        is_read = vnort_read_numbers(data_key, static_cast<int64_t>(bound), &count, store);
     });
+    if (!is_read) return 0;
     entry->element_count = count;
     entry->byte_size = count * element_size;
     entry->data = data.release();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <stddef.h>
+#include <stdint.h>
 
 // Space, tab, line feed and carriage return are blanks; no other byte is.
 inline bool vnort_is_blank(char byte) {
@@ -35,3 +36,9 @@ bool vnort_read_quoted(const char** at, char* to, size_t capacity, size_t* lengt
     *at = from + 1;
     return true;
 }
+
+// The next double quote, '{' or terminator.
+const char* vnort_find_mark(const char* at);
+
+// The commas before the next ']' or the terminator.
+uint64_t vnort_count_commas(const char* at);
