@@ -163,7 +163,11 @@ static void do_floats(char* text) {
     for (int32_t i = 0; i < count; ++i) {
         float element = onnxruntime_vn_result_float_at(result, i);
         if (memcmp(&element, &data[i], sizeof element) != 0) say("floats disagree");
-        if (count <= 6) sprintf(out + strlen(out), " %d/100", (int)(element * 100));
+        if (count <= 6) {
+            uint32_t bits;
+            memcpy(&bits, &element, sizeof bits);
+            sprintf(out + strlen(out), " %08x", (unsigned)bits);
+        }
     }
 }
 
