@@ -46,7 +46,7 @@ def check_elf(library, header, tools):
     for tag, expected in {
         "NEEDED": ["libonnxruntime.so.1", "libc.so.6"],
         "SONAME": ["libonnxruntime_vornic.so.1"],
-        "RUNPATH": ["$ORIGIN"],
+        "RUNPATH": ["$ORIGIN/onnxruntime_vornic:$ORIGIN"],
     }.items():
         check(tag, expected, re.findall(rf"\({tag}\).*\[(.*)\]", dynamic))
 
