@@ -26,12 +26,12 @@ using OwnedTypeInfo = Owned<OrtTypeInfo, &OrtApi::ReleaseTypeInfo>;
 using OwnedValue = Owned<OrtValue, &OrtApi::ReleaseValue>;
 
 // A block of the C library's heap.
-struct HeapFree {
+struct BlockFree {
     void operator()(void* block) const { free(block); }
 };
 
 template <typename Element>
-using HeapBlock = std::unique_ptr<Element, HeapFree>;
+using HeapBlock = std::unique_ptr<Element, BlockFree>;
 
 // A block of count zeroed elements, at least one; null when there is no memory for it or its size
 // does not fit in a size_t.
