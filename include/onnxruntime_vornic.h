@@ -391,7 +391,8 @@ ONNXRUNTIME_VN_API(IoBinding*) onnxruntime_vn_create_iobinding(const InferenceSe
 /** Binds an input tensor (see JSON TENSORS) to an input of the model. The binding keeps the tensor
  * for every later run until the inputs are cleared. Each bind takes one of 16 places, also when it
  * repeats a name; the latest tensor of a name is the one that runs. ONNX Runtime keeps a name that
- * the model does not have and refuses runs, and further binds, until the inputs are cleared.
+ * the model does not have and then refuses further binds, though it may take their tensors in: clear
+ * the inputs after a refusal.
  * @return 0 with "tensor_json must be an object", a message about the tensor, "out of memory", or
  *         ONNX Runtime's refusal; 0, silently, for a null argument, for a tensor without shape or
  *         data, and when 16 are bound. The binding stays usable after a failure. */

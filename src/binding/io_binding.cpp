@@ -11,9 +11,29 @@
 
 namespace {
 
+// Makes the entry's value and binds it. On failure the entry owns no more than it had, but for the
+// data of a value that ONNX Runtime refused.
 int32_t make_and_bind(IoBinding* binding, const char* name, InputTensor* entry) {
-    return vnort_make_input_values(entry, 1) &&
-           vnort_status_ok(g_api->BindInput(binding->io_binding, name, entry->value), "BindInput");
+    if (!vnort_make_input_values(entry, 1)) return 0;
+    auto refused = vnort_allocate_zeroed<RefusedData>(1);
+    if (refused == nullptr) return vnort_fail("out of memory");
+    if (vnort_status_ok(g_api->BindInput(binding->io_binding, name, entry->value), "BindInput")) {
+        return 1;
+    }
+    *refused = {entry->data, binding->refused};
+    binding->refused = refused.release();
+    entry->data = nullptr;
+    return 0;
+}
+
+// Frees all that the inputs own, once ONNX Runtime has dropped them.
+void free_inputs(IoBinding* binding) {
+    vnort_free_input_tensors(binding->inputs, binding->input_count);
+    while (binding->refused != nullptr) {
+        HeapBlock<RefusedData> refused(binding->refused);
+        binding->refused = refused->next;
+        free(refused->data);
+    }
 }
 
 }  // namespace
@@ -72,7 +92,7 @@ int32_t onnxruntime_vn_iobinding_bind_output(IoBinding* binding, const char* nam
 int32_t onnxruntime_vn_iobinding_clear_inputs(IoBinding* binding) {
     if (!vnort_is_usable(binding)) return 0;
     g_api->ClearBoundInputs(binding->io_binding);
-    vnort_free_input_tensors(binding->inputs, binding->input_count);
+    free_inputs(binding);
     memset(binding->inputs, 0, sizeof binding->inputs);
     binding->input_count = 0;
     return 1;
@@ -109,6 +129,6 @@ void onnxruntime_vn_release_iobinding(IoBinding* binding) {
     if (binding->io_binding != nullptr && g_api != nullptr) {
         g_api->ReleaseIoBinding(binding->io_binding);
     }
-    vnort_free_input_tensors(binding->inputs, binding->input_count);
+    free_inputs(binding);
     free(binding);
 }

@@ -15,7 +15,7 @@ enum class AfterItem { comma, end, malformed };
 
 // Skips blanks and takes a ',' or ']' if one follows.
 inline AfterItem vnort_after_item(const char** at) {
-    const char* from = vnort_skip_blanks(*at);
+    const char* from = **at == ',' ? *at : vnort_skip_blanks(*at);
     if (*from != ',' && *from != ']') return AfterItem::malformed;
     *at = from + 1;
     return *from == ',' ? AfterItem::comma : AfterItem::end;
