@@ -15,10 +15,16 @@ endif()
 if(ONNXRUNTIME_ROOT)
     set(ONNXRUNTIME_INCLUDE_DIR "${ONNXRUNTIME_ROOT}/include")
     set(ONNXRUNTIME_LIBRARY "${ONNXRUNTIME_ROOT}/lib/${runtime_name}")
+    set(ONNXRUNTIME_LICENCES
+        "${ONNXRUNTIME_ROOT}/LICENSE" "${ONNXRUNTIME_ROOT}/ThirdPartyNotices.txt")
 else()
     set(ONNXRUNTIME_INCLUDE_DIR "${PROJECT_SOURCE_DIR}/.deps/onnxruntime/include")
     set(ONNXRUNTIME_LIBRARY
         "${PROJECT_SOURCE_DIR}/.deps/onnxruntime/${fetched_folder}/${runtime_name}")
+    # The list that Debian keeps of it, and the licences that the list names only.
+    set(ONNXRUNTIME_LICENCES "${PROJECT_SOURCE_DIR}/.deps/onnxruntime/copyright")
+    set(ONNXRUNTIME_LICENCES_NAMED
+        /usr/share/common-licenses/Apache-2.0 /usr/share/common-licenses/MPL-2.0)
 endif()
 foreach(needed "${ONNXRUNTIME_INCLUDE_DIR}/onnxruntime_c_api.h" "${ONNXRUNTIME_LIBRARY}")
     if(NOT EXISTS "${needed}")

@@ -47,7 +47,7 @@ with tempfile.TemporaryDirectory() as folder:
         with open(f"{folder}/{name}.json", "w", encoding="utf-8") as file:
             file.write(FEED)
     with open(f"{folder}/huge.json", "wb") as file:
-        file.truncate(2**28)
+        file.truncate(2**26)
     for arguments, feed, output, error, status in CASES:
         done = subprocess.run(sys.argv[3:] + [tool] + arguments, input=feed.encode(), cwd=folder,
                               capture_output=True)

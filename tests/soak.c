@@ -103,7 +103,7 @@ static void fail_everywhere(const InferenceSession* session) {
     onnxruntime_vn_release_run_options(stopped);
 }
 
-static void live(int percent) {
+static void live(double percent) {
     uint64_t first = 0;
     InferenceSession* session = open_model("double");
     for (int tenth = 1; tenth <= 10; ++tenth) {
@@ -210,9 +210,8 @@ static void run_on_stack(int kibibytes) {
 int main(int argc, char** argv) {
     if (argc != 4) return 2;
     models = argv[1];
-    int amount = atoi(argv[3]);
-    if (strcmp(argv[2], "life") == 0) live(amount);
-    if (strcmp(argv[2], "threads") == 0) run_in_threads(amount);
-    if (strcmp(argv[2], "stack") == 0) run_on_stack(amount);
+    if (strcmp(argv[2], "life") == 0) live(atof(argv[3]));
+    if (strcmp(argv[2], "threads") == 0) run_in_threads(atoi(argv[3]));
+    if (strcmp(argv[2], "stack") == 0) run_on_stack(atoi(argv[3]));
     return 0;
 }

@@ -13,7 +13,8 @@
 
 enum { OK = 0, FAILED = 1, MISUSED = 2, MAX_RUNS = 10000000 };
 
-static const size_t MAX_FEED = (size_t)256 << 20; /* bytes; a power of two times 4096 */
+/* In bytes: twice what 16 inputs of 65,536 numbers can take. A power of two. */
+static const size_t MAX_FEED = (size_t)64 << 20;
 
 static int complain(const char* what, const char* why) {
     fprintf(stderr, "onnxruntime_vornic-run: %s%s%s\n", what, why[0] ? ": " : "", why);

@@ -1,0 +1,101 @@
+# What cmake --install puts where. Every path is relative to the prefix, which may be moved.
+
+include(CMakePackageConfigHelpers)
+set(deb_name onnxruntime-vornic)  # Debian allows no underscore
+if(NOT CMAKE_INSTALL_DOCDIR)
+    set(CMAKE_INSTALL_DOCDIR "share/doc/${deb_name}")
+endif()
+include(GNUInstallDirs)
+
+option(VORNIC_INSTALL_RUNTIME
+    "Install ONNX Runtime too: on Linux in a folder of its own, where only this library finds it" ON)
+
+# The library's own folder of the runtime comes first: the folder around it may be the system's,
+# with another ONNX Runtime.
+set(private_folder onnxruntime_vornic)
+set_target_properties(onnxruntime_vornic PROPERTIES
+    INSTALL_RPATH "$ORIGIN/${private_folder};$ORIGIN")
+
+install(TARGETS onnxruntime_vornic EXPORT onnxruntime_vornic
+    INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+install(FILES "${PROJECT_SOURCE_DIR}/include/onnxruntime_vornic.h"
+    DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+if(VORNIC_TOOL)
+    file(RELATIVE_PATH to_libraries "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
+    set_target_properties(onnxruntime_vornic_run PROPERTIES
+        BUILD_WITH_INSTALL_RPATH OFF INSTALL_RPATH "$ORIGIN/${to_libraries}")
+    install(TARGETS onnxruntime_vornic_run)
+endif()
+if(VORNIC_INSTALL_RUNTIME)
+    if(WIN32)
+        install(FILES "${ONNXRUNTIME_LIBRARY}" DESTINATION "${CMAKE_INSTALL_BINDIR}")
+    else()
+        file(REAL_PATH "${ONNXRUNTIME_LIBRARY}" runtime_file)
+        install(FILES "${runtime_file}" RENAME "${runtime_name}"
+            DESTINATION "${CMAKE_INSTALL_LIBDIR}/${private_folder}")
+    endif()
+endif()
+if(WIN32)
+    include(msvc_import_library)
+endif()
+
+# find_package(onnxruntime_vornic CONFIG)
+set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/onnxruntime_vornic")
+set(package_config "${CMAKE_BINARY_DIR}/onnxruntime_vornic-config.cmake")
+configure_package_config_file("${CMAKE_CURRENT_LIST_DIR}/package_config.cmake.in" "${package_config}"
+    INSTALL_DESTINATION "${package_folder}" PATH_VARS CMAKE_INSTALL_LIBDIR
+    NO_SET_AND_CHECK_MACRO NO_CHECK_REQUIRED_COMPONENTS_MACRO)
+set(package_version "${CMAKE_BINARY_DIR}/onnxruntime_vornic-config-version.cmake")
+write_basic_package_version_file("${package_version}" COMPATIBILITY SameMajorVersion)
+install(FILES "${package_config}" "${package_version}" DESTINATION "${package_folder}")
+install(EXPORT onnxruntime_vornic NAMESPACE onnxruntime_vornic::
+    FILE onnxruntime_vornic-targets.cmake DESTINATION "${package_folder}")
+add_library(onnxruntime_vornic::onnxruntime_vornic ALIAS onnxruntime_vornic)
+
+# pkg-config onnxruntime_vornic
+file(RELATIVE_PATH to_prefix
+    "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
+string(REGEX REPLACE "/$" "" to_prefix "${to_prefix}")
+set(pc_libdir "\${prefix}")
+cmake_path(APPEND pc_libdir "${CMAKE_INSTALL_LIBDIR}")  # an absolute folder stays as it is
+set(pc_includedir "\${prefix}")
+cmake_path(APPEND pc_includedir "${CMAKE_INSTALL_INCLUDEDIR}")
+configure_file("${CMAKE_CURRENT_LIST_DIR}/onnxruntime_vornic.pc.in" onnxruntime_vornic.pc @ONLY)
+install(FILES "${CMAKE_BINARY_DIR}/onnxruntime_vornic.pc"
+    DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+
+# Documents and examples, as far as there are any.
+foreach(document LICENSE README.md CHANGELOG.md)
+    if(EXISTS "${PROJECT_SOURCE_DIR}/${document}")
+        install(FILES "${PROJECT_SOURCE_DIR}/${document}" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+    endif()
+endforeach()
+foreach(folder docs examples)
+    if(EXISTS "${PROJECT_SOURCE_DIR}/${folder}")
+        install(DIRECTORY "${PROJECT_SOURCE_DIR}/${folder}" DESTINATION "${CMAKE_INSTALL_DOCDIR}"
+            PATTERN __pycache__ EXCLUDE)
+    endif()
+endforeach()
+
+# The licences of everything that is installed, in one file, and the texts that it refers to.
+file(READ "${PROJECT_SOURCE_DIR}/LICENSE" library_licence)
+set(runtime_licences "")
+if(VORNIC_INSTALL_RUNTIME)
+    foreach(licences IN LISTS ONNXRUNTIME_LICENCES)
+        if(EXISTS "${licences}")
+            file(READ "${licences}" text)
+            string(APPEND runtime_licences "${text}\n")
+        else()
+            message(WARNING "${licences} is missing: packages lack ONNX Runtime's licences")
+        endif()
+    endforeach()
+    install(FILES ${ONNXRUNTIME_LICENCES_NAMED} DESTINATION "${CMAKE_INSTALL_DOCDIR}/licences"
+        OPTIONAL)
+endif()
+if(MINGW)
+    # Part of its C runtime is linked in.
+    install(FILES /usr/share/doc/mingw-w64-common/copyright RENAME MinGW-w64
+        DESTINATION "${CMAKE_INSTALL_DOCDIR}/licences" OPTIONAL)
+endif()
+configure_file("${CMAKE_CURRENT_LIST_DIR}/copyright.in" copyright @ONLY)
+install(FILES "${CMAKE_BINARY_DIR}/copyright" DESTINATION "${CMAKE_INSTALL_DOCDIR}")

@@ -1,0 +1,29 @@
+# What Microsoft's linker takes: the list of the DLL's functions (.def), as the header declares them,
+# and the import library (.lib) made from it.
+
+find_program(VORNIC_LLVM_DLLTOOL NAMES llvm-dlltool-14 llvm-dlltool)
+set(msvc_def "${CMAKE_BINARY_DIR}/onnxruntime_vornic.def")
+set(msvc_lib "${CMAKE_BINARY_DIR}/onnxruntime_vornic.lib")
+
+set(header "${PROJECT_SOURCE_DIR}/include/onnxruntime_vornic.h")
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${header}")
+file(READ "${header}" functions)
+string(REGEX MATCHALL "onnxruntime_vn_[a-z0-9_]+\\(" functions "${functions}")
+list(TRANSFORM functions REPLACE "\\(" "")
+list(SORT functions)
+list(REMOVE_DUPLICATES functions)
+list(JOIN functions "\n    " functions)
+file(CONFIGURE OUTPUT "${msvc_def}" CONTENT
+    "LIBRARY onnxruntime_vornic.dll\nEXPORTS\n    ${functions}\n")
+install(FILES "${msvc_def}" DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+
+if(VORNIC_LLVM_DLLTOOL)
+    add_custom_command(OUTPUT "${msvc_lib}"
+        COMMAND "${VORNIC_LLVM_DLLTOOL}" -m i386:x86-64 -d "${msvc_def}" -l "${msvc_lib}"
+        DEPENDS "${msvc_def}"
+        VERBATIM)
+    add_custom_target(msvc_import_library ALL DEPENDS "${msvc_lib}")
+    install(FILES "${msvc_lib}" DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+else()
+    message(STATUS "No llvm-dlltool: the import library for Microsoft's linker is left out")
+endif()
