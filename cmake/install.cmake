@@ -73,7 +73,7 @@ endforeach()
 foreach(folder docs examples)
     if(EXISTS "${PROJECT_SOURCE_DIR}/${folder}")
         install(DIRECTORY "${PROJECT_SOURCE_DIR}/${folder}" DESTINATION "${CMAKE_INSTALL_DOCDIR}"
-            PATTERN __pycache__ EXCLUDE)
+            PATTERN __pycache__ EXCLUDE PATTERN Doxyfile EXCLUDE PATTERN "*.sed" EXCLUDE)
     endif()
 endforeach()
 
