@@ -1,7 +1,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "page_end.h"
+#include "targets.h"
 
 char* end_of_pages(size_t size) {
     const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));

@@ -1,6 +1,6 @@
 #include <windows.h>
 
-#include "page_end.h"
+#include "targets.h"
 
 char* end_of_pages(size_t size) {
     constexpr size_t kPage = 4096;

@@ -9,7 +9,6 @@
 #include <random>
 #include <string>
 
-#include "page_end.h"
 #include "targets.h"
 
 namespace {

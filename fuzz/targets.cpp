@@ -86,30 +86,26 @@ std::string quoted(const char* text) {
     return made + '"';
 }
 
-double numbers[kMaxElements];
-
-void check_entry(const FeedItem& item, const InputTensor& entry) {
+// What is written of an entry is read as the same elements.
+void check_entry(const InputTensor& entry) {
     HOLDS(entry.rank <= kMaxRank && entry.element_count <= kMaxElements);
-    if (entry.element_type == kString) return;
-    HOLDS(read_slowly(item.data, numbers, kMaxElements) == int64_t(entry.element_count));
     static char text[1 << 22];
-    BoundedText writer = {text, sizeof text, 0};
-    vnort_append_tensor_data_json(writer, entry.element_type, {entry.shape, entry.rank}, entry.data,
-                                  entry.element_count);
+    static char again[sizeof text];
+    const auto write = [](char* room, const InputTensor& from) {
+        BoundedText writer = {room, sizeof text, 0};
+        vnort_append_tensor_data_json(writer, from.element_type, {from.shape, from.rank}, from.data,
+                                      from.element_count);
+    };
+    if (entry.element_type == kString) return;
+    write(text, entry);
     // true and false are not read, and whole numbers past 2^53 are rounded.
-    const uint64_t size = entry.byte_size / (entry.element_count > 0 ? entry.element_count : 1);
-    const bool is_float = entry.element_type == kFloat32 || strstr(text, "\"float64\"") != nullptr;
-    if (strstr(text, "\"bool\"") != nullptr || (size == 8 && !is_float)) return;
-    InputTensor again;
-    HOLDS(vnort_parse_input_tensor_body(vnort_find_feed_item(text), "x", &again));
-    HOLDS(again.byte_size == entry.byte_size);
-    BoundedText rewriter = {text, sizeof text, 0};
-    const std::string first = text;
-    vnort_append_tensor_data_json(rewriter, again.element_type, {again.shape, again.rank},
-                                  again.data, again.element_count);
-    HOLDS(first == text);
-    HOLDS(strstr(text, "nan") != nullptr || memcmp(entry.data, again.data, entry.byte_size) == 0);
-    vnort_free_input_tensors(&again, 1);
+    if (strstr(text, "\"bool\"") != nullptr || strstr(text, "int64\"") != nullptr) return;
+    InputTensor reread;
+    HOLDS(vnort_parse_input_tensor_body(vnort_find_feed_item(text), "x", &reread));
+    HOLDS(reread.byte_size == entry.byte_size);
+    write(again, reread);
+    HOLDS(strcmp(text, again) == 0);
+    vnort_free_input_tensors(&reread, 1);
 }
 
 void fuzz_feed(const char* text, size_t) {
@@ -127,7 +123,7 @@ void fuzz_feed(const char* text, size_t) {
               items[i].data == key("\"data\""));
         InputTensor entry;
         if (vnort_parse_input_tensor_body(items[i], names[i], &entry)) {
-            check_entry(items[i], entry);
+            check_entry(entry);
             vnort_free_input_tensors(&entry, 1);
         } else {
             HOLDS(entry.data == nullptr && entry.strings == nullptr && entry.value == nullptr);

@@ -24,14 +24,15 @@
  * 6. Threads: the library starts none and takes no locks. The last-error text, the binding to the
  *    runtime and the providers text are shared by the process. Calls from several threads are
  *    serialised by the caller, with this exception: once a session exists, several threads may run
- *    it at the same time; the last-error text is unreliable while they do. Such runs may share a
- *    FloatTensor and run options, and several threads may read one RunResult. Every other handle is
- *    used by one thread at a time, and none is released while it is in use.
- * 7. Nothing happens when the library is loaded. The first call that needs ONNX Runtime binds it
- *    (version 24 of its API, that is ONNX Runtime 1.24 or later); a failed attempt is repeated by
- *    the next such call. Nothing that a text holds takes the process down; pointers
- *    must be null or valid. What ONNX Runtime does with a model or a provider is its own: appending
- *    a provider that the machine cannot use may fail, or hang.
+ *    it at the same time, and read and release their results; the last-error text is unreliable
+ *    while they do. Such runs may share a FloatTensor and run options, and several threads may read
+ *    one RunResult. Every other handle is used by one thread at a time, not always the same one,
+ *    and none is released while it is in use.
+ * 7. Nothing happens when the library is loaded or unloaded, and nothing has to be shut down. The
+ *    first call that needs ONNX Runtime binds it (version 24 of its API, that is ONNX Runtime 1.24
+ *    or later); a failed attempt is repeated by the next such call. Nothing that a text holds takes
+ *    the process down; pointers must be null or valid. What ONNX Runtime does with a model or a
+ *    provider is its own: appending a provider that the machine cannot use may fail, or hang.
  *
  * JSON TENSORS
  *
@@ -47,8 +48,8 @@
  * hexadecimal, inf and nan included; true and false are not numbers here.
  *
  * Numbers are read as doubles, so whole ones are exact up to 2^53. For float32 they are rounded,
- * for bool everything but 0 is true, for integers fractions are dropped. int8, int16, uint8 and uint16
- * keep the low bits of a 32-bit integer (300 as uint8 is 44), uint32 those of a 64-bit one; NaN and
+ * for bool everything but 0 is true, for integers fractions are dropped. int8, int16, uint8 and
+ * uint16 keep the low bits of a 32-bit integer (300 as uint8 is 44), uint32 those of a 64-bit one; NaN and
  * what does not fit in that integer become its lowest value (-2147483648 as int32, 0 as uint8). -1
  * as uint64 is 18446744073709551615, and 2^64 or more is 0.
  *
@@ -292,9 +293,10 @@ ONNXRUNTIME_VN_API(void) onnxruntime_vn_release_run_options(OrtRunOptions* optio
  * @return null with "invalid InferenceSession", "input_feed_json is empty", "out of memory",
  *         "missing input '...' in feed JSON", "input feed item must be an object", a message about
  *         a tensor or about the output names, or ONNX Runtime's refusal of a tensor or of the run
- *         ("Run failed: ..."). A tensor without shape or data fails silently. An output that cannot
- *         be read never fails the run: it carries an error member. Success empties the last-error
- *         text. */
+ *         ("Run failed: ..."). A tensor without dtype, shape or data takes those of a later tensor
+ *         in the feed; only when none follows does the run fail, without shape or data silently. An
+ *         output that cannot be read never fails the run: it carries an error member. Success
+ *         empties the last-error text. */
 ONNXRUNTIME_VN_API(RunResult*)
 onnxruntime_vn_run_json(const InferenceSession* session, const char* output_names_json,
                         const char* input_feed_json);
@@ -391,8 +393,8 @@ ONNXRUNTIME_VN_API(IoBinding*) onnxruntime_vn_create_iobinding(const InferenceSe
 /** Binds an input tensor (see JSON TENSORS) to an input of the model. The binding keeps the tensor
  * for every later run until the inputs are cleared. Each bind takes one of 16 places, also when it
  * repeats a name; the latest tensor of a name is the one that runs. ONNX Runtime keeps a name that
- * the model does not have and then refuses further binds, though it may take their tensors in: clear
- * the inputs after a refusal.
+ * the model does not have and then refuses further binds, though it may take their tensors in:
+ * clear the inputs after a refusal.
  * @return 0 with "tensor_json must be an object", a message about the tensor, "out of memory", or
  *         ONNX Runtime's refusal; 0, silently, for a null argument, for a tensor without shape or
  *         data, and when 16 are bound. The binding stays usable after a failure. */

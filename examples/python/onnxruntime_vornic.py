@@ -114,8 +114,9 @@ class Library:
     def _built():
         if sys.platform == "win32":
             return CHECKOUT / "build" / "windows" / "onnxruntime_vornic.dll"
-        named = CHECKOUT / "build" / "linux" / "libonnxruntime_vornic.so.1"
-        return named if named.exists() else named.with_suffix("")
+        name = "libonnxruntime_vornic.so.1"  # of a build, or of a package that holds this file
+        packaged = CHECKOUT.parents[2] / "lib" / name
+        return packaged if packaged.exists() else CHECKOUT / "build" / "linux" / name
 
     def check(self, outcome):
         """Hands on a handle or a 1; raises VornicError for a null or a 0."""
