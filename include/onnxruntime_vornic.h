@@ -49,9 +49,9 @@
  *
  * Numbers are read as doubles, so whole ones are exact up to 2^53. For float32 they are rounded,
  * for bool everything but 0 is true, for integers fractions are dropped. int8, int16, uint8 and
- * uint16 keep the low bits of a 32-bit integer (300 as uint8 is 44), uint32 those of a 64-bit one; NaN and
- * what does not fit in that integer become its lowest value (-2147483648 as int32, 0 as uint8). -1
- * as uint64 is 18446744073709551615, and 2^64 or more is 0.
+ * uint16 keep the low bits of a 32-bit integer (300 as uint8 is 44), uint32 those of a 64-bit one;
+ * NaN and what does not fit in that integer become its lowest value (-2147483648 as int32, 0 as
+ * uint8). -1 as uint64 is 18446744073709551615, and 2^64 or more is 0.
  *
  * The text is searched, not parsed: a key or a name is found at the first place where it stands
  * between double quotes in the rest of the text. Blanks between items are allowed, and so is a
