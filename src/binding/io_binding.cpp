@@ -11,8 +11,8 @@
 
 namespace {
 
-// Makes the entry's value and binds it. On failure the entry owns no more than it had, but for the
-// data of a value that ONNX Runtime refused.
+// Makes the entry's value and binds it. The data of a value that ONNX Runtime refuses goes over to
+// the binding; the rest stays the entry's.
 int32_t make_and_bind(IoBinding* binding, const char* name, InputTensor* entry) {
     if (!vnort_make_input_values(entry, 1)) return 0;
     auto refused = vnort_allocate_zeroed<RefusedData>(1);
