@@ -114,9 +114,10 @@ class Library:
     def _built():
         if sys.platform == "win32":
             return CHECKOUT / "build" / "windows" / "onnxruntime_vornic.dll"
-        name = "libonnxruntime_vornic.so.1"  # of a build, or of a package that holds this file
-        packaged = CHECKOUT.parents[2] / "lib" / name
-        return packaged if packaged.exists() else CHECKOUT / "build" / "linux" / name
+        name = "libonnxruntime_vornic.so.1"
+        built = CHECKOUT / "build" / "linux" / name
+        # A package that holds this file has the library three folders up.
+        return built if built.exists() else CHECKOUT / "../../../lib" / name
 
     def check(self, outcome):
         """Hands on a handle or a 1; raises VornicError for a null or a 0."""
