@@ -2,6 +2,8 @@
 #include "binding/io_binding.h"
 #include "core/allocator.h"
 #include "core/bounded_text.h"
+#include "core/c_locale.h"
+#include "core/float_state.h"
 #include "core/last_error.h"
 #include "core/runtime.h"
 #include "onnxruntime_vornic.h"
@@ -63,6 +65,8 @@ OutputSelection labels_of(const IoBinding* binding) {
 
 RunResult* onnxruntime_vn_run_with_iobinding(const InferenceSession* session, IoBinding* binding,
                                              const OrtRunOptions* options) {
+    const DefaultFloatState float_state;
+    const CLocaleScope c_locale;
     if (!vnort_is_usable(session) || !vnort_is_usable(binding)) {
         vnort_set_error("invalid InferenceSession or IoBinding");
         return nullptr;

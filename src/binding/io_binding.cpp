@@ -4,6 +4,7 @@
 #include <string.h>
 
 #include "core/bounded_text.h"
+#include "core/float_state.h"
 #include "core/last_error.h"
 #include "core/owned.h"
 #include "onnxruntime_vornic.h"
@@ -59,6 +60,7 @@ IoBinding* onnxruntime_vn_create_iobinding(const InferenceSession* session) {
 
 int32_t onnxruntime_vn_iobinding_bind_cpu_input_json(IoBinding* binding, const char* name,
                                                      const char* tensor_json) {
+    const DefaultFloatState float_state;
     if (!vnort_is_usable(binding) || name == nullptr || tensor_json == nullptr) return 0;
     if (binding->input_count == kMaxInputs) return 0;
     const char* brace = strchr(tensor_json, '{');

@@ -1,8 +1,13 @@
+#include <langinfo.h>
 #include <locale.h>
 
 #include "core/c_locale.h"
 
 // The C library keeps one object for the "C" locale, so making it neither fails nor allocates.
-void* vnort_enter_c_locale() { return uselocale(newlocale(LC_ALL_MASK, "C", nullptr)); }
+void vnort_enter_c_locale(HostLocale* host) {
+    const char* point = nl_langinfo(RADIXCHAR);
+    host->is_changed = point[0] != '.' || point[1] != '\0';
+    if (host->is_changed) host->locale = uselocale(newlocale(LC_ALL_MASK, "C", nullptr));
+}
 
-void vnort_leave_c_locale(void* previous) { uselocale(static_cast<locale_t>(previous)); }
+void vnort_leave_c_locale(const HostLocale& host) { uselocale(static_cast<locale_t>(host.locale)); }

@@ -1,5 +1,6 @@
 #include "core/runtime.h"
 
+#include "core/float_state.h"
 #include "core/last_error.h"
 #include "core/runtime_entry.h"
 #include "onnxruntime_vornic.h"
@@ -7,19 +8,23 @@
 const OrtApiBase* g_api_base;
 const OrtApi* g_api;
 
+namespace {
+
+int32_t refuse(const char* message) {
+    g_api_base = nullptr;
+    vnort_forget_runtime();
+    return vnort_fail(message);
+}
+
+}  // namespace
+
 int32_t vnort_init() {
     if (g_api != nullptr) return 1;
-    const OrtApiBase* base = vnort_runtime_entry();
-    if (base == nullptr) {
-        vnort_set_error("OrtGetApiBase returned NULL");
-        return 0;
-    }
-    g_api_base = base;
-    g_api = base->GetApi(kApiVersion);
-    if (g_api == nullptr) {
-        vnort_set_error("GetApi returned NULL");
-        return 0;
-    }
+    const DefaultFloatState float_state;  // loading a runtime runs code of its own
+    g_api_base = vnort_runtime_entry();
+    if (g_api_base == nullptr) return refuse("OrtGetApiBase returned NULL");
+    g_api = g_api_base->GetApi(kApiVersion);
+    if (g_api == nullptr) return refuse("GetApi returned NULL");
     vnort_clear_error();
     return 1;
 }

@@ -6,3 +6,6 @@
 // What OrtGetApiBase gives; null also when the runtime or its entry point cannot be had. May be
 // asked again after a failure: a runtime that has appeared since is then found.
 const OrtApiBase* vnort_runtime_entry();
+
+// Lets go of a runtime that was found and is of no use, so that its file can be replaced.
+void vnort_forget_runtime();

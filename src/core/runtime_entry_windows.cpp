@@ -31,8 +31,17 @@ struct ModuleFree {
 
 using Module = std::unique_ptr<HINSTANCE__, ModuleFree>;
 
-// What was found last; the import is bound to it once it will do.
+// What was found last and is in use.
 HMODULE g_runtime_module;
+
+// What the import's first call has bound, with what stood there before. The import would keep to
+// the first runtime that it reaches.
+struct BoundImport {
+    FARPROC* address;
+    FARPROC unbound;
+    HMODULE* module;
+};
+BoundImport g_bound_import;
 
 // A damaged file is an answer like any other: no message box asks the user about it.
 class QuietLoading {
@@ -77,25 +86,26 @@ Module find_runtime() {
     return found ? std::move(found) : load_runtime(kRuntimeName, 0);
 }
 
-FARPROC WINAPI give_found_runtime(unsigned event, PDelayLoadInfo) {
+// Asked by the import's thunk on its first call.
+FARPROC WINAPI give_found_runtime(unsigned event, PDelayLoadInfo info) {
     if (event != dliNotePreLoadLibrary) return nullptr;
+    const auto module = reinterpret_cast<BYTE*>(&__ImageBase) + info->pidd->rvaHmod;
+    g_bound_import = {info->ppfn, *info->ppfn, reinterpret_cast<HMODULE*>(module)};
     return reinterpret_cast<FARPROC>(g_runtime_module);
 }
 
 }  // namespace
 
-// Asked by the import's thunk on its first call.
 PfnDliHook __pfnDliNotifyHook2 = give_found_runtime;
 
-// Asked again only after a failure: what was found before was of no use and is let go. The import
-// is called only when its runtime will do, since it keeps to the first one that it reaches.
 const OrtApiBase* vnort_runtime_entry() {
-    if (g_runtime_module != nullptr) FreeLibrary(g_runtime_module);
     g_runtime_module = find_runtime().release();
-    if (g_runtime_module == nullptr) return nullptr;
-    const FARPROC symbol = GetProcAddress(g_runtime_module, "OrtGetApiBase");
-    const auto entry = reinterpret_cast<decltype(&OrtGetApiBase)>(reinterpret_cast<void*>(symbol));
-    const OrtApiBase* base = entry();
-    if (base == nullptr || base->GetApi(kApiVersion) == nullptr) return base;
-    return OrtGetApiBase();
+    return g_runtime_module != nullptr ? OrtGetApiBase() : nullptr;
+}
+
+void vnort_forget_runtime() {
+    if (g_runtime_module == nullptr) return;
+    *g_bound_import.address = g_bound_import.unbound;
+    *g_bound_import.module = nullptr;
+    FreeLibrary(std::exchange(g_runtime_module, nullptr));
 }

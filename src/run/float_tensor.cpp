@@ -5,6 +5,7 @@
 
 #include <utility>
 
+#include "core/float_state.h"
 #include "core/last_error.h"
 #include "core/owned.h"
 #include "json/array_reader.h"
@@ -91,6 +92,7 @@ FloatTensor* onnxruntime_vn_tensor_adopt_f32(float* data, int32_t data_count, co
 }
 
 FloatTensor* onnxruntime_vn_tensor_zeros_f32(const char* shape_json) {
+    const DefaultFloatState float_state;
     int64_t dims[kMaxRank];
     uint64_t rank = 0;
     int32_t count = 0;

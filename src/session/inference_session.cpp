@@ -2,11 +2,13 @@
 
 #include <stdlib.h>
 
+#include "core/float_state.h"
 #include "core/runtime.h"
 #include "onnxruntime_vornic.h"
 
 void onnxruntime_vn_release_session(InferenceSession* session) {
     if (session == nullptr) return;
+    const DefaultFloatState float_state;
     if (g_api != nullptr) {
         if (session->session != nullptr) g_api->ReleaseSession(session->session);
         if (session->options != nullptr) g_api->ReleaseSessionOptions(session->options);

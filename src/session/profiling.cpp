@@ -1,11 +1,13 @@
 #include "core/allocator.h"
 #include "core/bounded_text.h"
+#include "core/float_state.h"
 #include "core/last_error.h"
 #include "core/runtime.h"
 #include "onnxruntime_vornic.h"
 #include "session/inference_session.h"
 
 const char* onnxruntime_vn_session_end_profiling(InferenceSession* session) {
+    const DefaultFloatState float_state;
     if (!vnort_is_usable(session) || !vnort_init()) {
         vnort_set_error("invalid InferenceSession");
         return "";

@@ -2,6 +2,7 @@
 #include <string.h>
 
 #include "core/c_locale.h"
+#include "core/float_state.h"
 #include "core/last_error.h"
 #include "core/native_path.h"
 #include "core/owned.h"
@@ -105,7 +106,6 @@ int32_t append_providers(const SessionOptions& settings, OrtSessionOptions* to) 
 }
 
 int32_t create_environment(InferenceSession* session) {
-    CLocaleScope c_locale;
     return vnort_status_ok(
         g_api->CreateEnv(ORT_LOGGING_LEVEL_WARNING, "vornic-onnxruntime", &session->env),
         "CreateEnv");
@@ -138,7 +138,9 @@ int32_t load_model(const char* model_path, InferenceSession* session) {
 
 InferenceSession* onnxruntime_vn_create_session(const char* model_path,
                                                 const SessionOptions* options) {
+    const DefaultFloatState float_state;
     if (!vnort_init()) return nullptr;
+    const CLocaleScope c_locale;
     if (model_path == nullptr || model_path[0] == '\0') {
         vnort_set_error("empty model path");
         return nullptr;

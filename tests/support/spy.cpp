@@ -288,6 +288,8 @@ void* operator new(size_t size) {
 void operator delete(void* block) noexcept { __real_free(block); }
 void operator delete(void* block, size_t) noexcept { __real_free(block); }
 
+void vnort_forget_runtime() {}
+
 const OrtApiBase* vnort_runtime_entry() {
     static const OrtApiBase base = {get_api, get_version};
     if (spy.null_base) return nullptr;

@@ -1,0 +1,37 @@
+#include <xmmintrin.h>
+
+#include "core/float_state.h"
+
+namespace {
+
+// MXCSR, which all arithmetic here follows.
+constexpr uint32_t kFlags = 0x3f;
+constexpr uint32_t kDefault = 0x1f80;  // all traps masked
+
+// The x87 unit's control word. The C library's strtof looks there for the way to round. The
+// precision, which Windows and Linux set differently, is left alone.
+constexpr uint16_t kX87Default = 0x37f;
+constexpr uint16_t kX87TrapsAndRounding = 0xc3f;
+
+bool has_x87_default() {
+    uint16_t control;
+    __asm__ volatile("fnstcw\t%0" : "=m"(control));
+    return ((control ^ kX87Default) & kX87TrapsAndRounding) == 0;
+}
+
+}  // namespace
+
+// Writing a register costs more than reading it, so each is written only where it has to change.
+void vnort_enter_default_float_state(HostFloatState* host) {
+    host->control = _mm_getcsr();
+    if ((host->control & ~kFlags) != kDefault) _mm_setcsr(kDefault);
+    host->has_older = !has_x87_default();
+    if (host->has_older) {
+        __asm__ volatile("fnstenv\t%0\n\tfldcw\t%1" : "=m"(host->older) : "m"(kX87Default));
+    }
+}
+
+void vnort_leave_default_float_state(const HostFloatState& host) {
+    if (_mm_getcsr() != host.control) _mm_setcsr(host.control);
+    if (host.has_older) __asm__ volatile("fldenv\t%0" : : "m"(host.older));
+}
