@@ -12,29 +12,54 @@
 
 namespace {
 
-// Makes the entry's value and binds it. The data of a value that ONNX Runtime refuses goes over to
-// the binding; the rest stays the entry's.
+// The name under which ONNX Runtime knows a bound input.
+const char* bound_name(const IoBinding* binding, uint64_t index) {
+    const char* whole = binding->whole_names[index];
+    return whole != nullptr ? whole : binding->inputs[index].name;
+}
+
+// Keeps the name of the next input where its entry has only the beginning of it.
+int32_t keep_whole_name(IoBinding* binding, const char* name) {
+    const size_t length = strlen(name);
+    if (length < kNameCapacity) return 1;
+    char* copy = static_cast<char*>(malloc(length + 1));
+    if (copy == nullptr) return vnort_fail("out of memory");
+    memcpy(copy, name, length + 1);
+    binding->whole_names[binding->input_count] = copy;
+    return 1;
+}
+
+void free_whole_name(IoBinding* binding, uint64_t index) {
+    free(binding->whole_names[index]);
+    binding->whole_names[index] = nullptr;
+}
+
+// ONNX Runtime may keep a value that it refuses, and once it has refused a name it refuses every
+// bind, storing its value all the same. Only clearing ends both, so what was accepted is bound anew.
+// An input that is then refused is missing from the next run, which says so.
+void bind_accepted_anew(IoBinding* binding) {
+    g_api->ClearBoundInputs(binding->io_binding);
+    for (uint64_t i = 0; i < binding->input_count; ++i) {
+        vnort_ignore_status(g_api->BindInput(binding->io_binding, bound_name(binding, i),
+                                             binding->inputs[i].value));
+    }
+}
+
+// Makes the value of the next entry and binds it. The entry keeps what was made, bound or not.
 int32_t make_and_bind(IoBinding* binding, const char* name, InputTensor* entry) {
-    if (!vnort_make_input_values(entry, 1)) return 0;
-    auto refused = vnort_allocate_zeroed<RefusedData>(1);
-    if (refused == nullptr) return vnort_fail("out of memory");
+    if (!vnort_make_input_values(entry, 1) || !keep_whole_name(binding, name)) return 0;
     if (vnort_status_ok(g_api->BindInput(binding->io_binding, name, entry->value), "BindInput")) {
         return 1;
     }
-    *refused = {entry->data, binding->refused};
-    binding->refused = refused.release();
-    entry->data = nullptr;
+    bind_accepted_anew(binding);
+    free_whole_name(binding, binding->input_count);
     return 0;
 }
 
 // Frees all that the inputs own, once ONNX Runtime has dropped them.
 void free_inputs(IoBinding* binding) {
     vnort_free_input_tensors(binding->inputs, binding->input_count);
-    while (binding->refused != nullptr) {
-        HeapBlock<RefusedData> refused(binding->refused);
-        binding->refused = refused->next;
-        free(refused->data);
-    }
+    for (uint64_t i = 0; i < binding->input_count; ++i) free_whole_name(binding, i);
 }
 
 }  // namespace

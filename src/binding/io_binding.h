@@ -8,13 +8,6 @@
 #include "json/input_tensor.h"
 #include "session/inference_session.h"
 
-// The data of an input that ONNX Runtime refused to bind. It may have taken the value in all the
-// same, so the data stays until the inputs are cleared or the binding is released.
-struct RefusedData {
-    void* data;
-    RefusedData* next;
-};
-
 // ONNX Runtime's binding refers to the values of the bound inputs, and the numeric ones lie over
 // the entries' own data: entries are freed only when ONNX Runtime has dropped them.
 struct IoBinding {
@@ -25,7 +18,7 @@ struct IoBinding {
     Name output_names[kMaxOutputs];  // in the order bound
     uint64_t output_count;
     char outputs_json[kResultCapacity];  // of the last successful run
-    RefusedData* refused;
+    char* whole_names[kMaxInputs];       // of inputs whose entries hold them cut; owned
 };
 
 inline bool vnort_is_usable(const IoBinding* binding) {

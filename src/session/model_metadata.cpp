@@ -36,18 +36,18 @@ void append_custom_member(const OrtModelMetadata* metadata, OrtAllocator* alloca
 
 void append_custom_members(const OrtModelMetadata* metadata, OrtAllocator* allocator,
                            BoundedText& text) {
-    char** given_keys = nullptr;
+    AllocatorArray<char, AllocatorFree> keys(allocator, {allocator});
+    char** names = nullptr;
     int64_t count = 0;
     if (!vnort_status_ok(
-            g_api->ModelMetadataGetCustomMetadataMapKeys(metadata, allocator, &given_keys, &count),
+            g_api->ModelMetadataGetCustomMetadataMapKeys(metadata, allocator, &names, &count),
             "ModelMetadataGetCustomMetadataMapKeys")) {
         return;
     }
-    AllocatorOwned<char*> keys = vnort_allocator_owned(allocator, given_keys);
-    for (int64_t i = 0; i < count && keys != nullptr; ++i) {
-        AllocatorOwned<char> key = vnort_allocator_owned(allocator, given_keys[i]);
+    keys.take(names, count > 0 ? static_cast<uint64_t>(count) : 0);
+    for (uint64_t i = 0; i < keys.count(); ++i) {
         if (i > 0) vnort_append(text, ",");
-        append_custom_member(metadata, allocator, text, key.get());
+        append_custom_member(metadata, allocator, text, keys.elements()[i]);
     }
 }
 
