@@ -77,6 +77,9 @@ foreach(folder docs examples)
     endif()
 endforeach()
 
+# For authors of bindings: what the library answers, call by call, and the models that it is asked about.
+install(FILES "${PROJECT_SOURCE_DIR}/tests/script.txt" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+
 # The licences of everything that is installed, in one file, and the texts that it refers to.
 file(READ "${PROJECT_SOURCE_DIR}/LICENSE" library_licence)
 set(runtime_licences "")

@@ -1,7 +1,6 @@
-// Feeds the corpora to the targets, from texts that end where their page ends, and with them each
-// of their beginnings and some thousand variations: replay MODELS CORPUS
+// Feeds the corpora to their targets, and with each text its beginnings and some variations:
+// replay CORPUS
 #include <stdio.h>
-#include <string.h>
 
 #include <filesystem>
 #include <fstream>
@@ -13,13 +12,10 @@
 
 namespace {
 
-constexpr size_t kLongest = 1 << 16;
+constexpr int kVariations = 200;
 
-void replay(const FuzzTarget& target, const std::string& text) {
-    static char* const end = end_of_pages(kLongest + 1);
-    char* at = end - text.size() - 1;
-    memcpy(at, text.c_str(), text.size() + 1);
-    target.run(at, text.size());
+void replay(const std::string& text) {
+    LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t*>(text.data()), text.size());
 }
 
 // A few bytes replaced, left out or repeated.
@@ -39,23 +35,19 @@ std::string varied(std::string text, std::mt19937& random) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 3) return 2;
-    g_fuzz_models = argv[1];
+    if (argc != 2) return 2;
     std::mt19937 random(1);
-    for (const FuzzTarget& target : kFuzzTargets) {
-        int runs = 0;
-        for (const auto& entry :
-             std::filesystem::directory_iterator(std::filesystem::path(argv[2]) / target.name)) {
+    for (const auto& folder : std::filesystem::directory_iterator(argv[1])) {
+        if (!choose_target(folder.path().filename().string().c_str())) return 3;
+        size_t texts = 0;
+        for (const auto& entry : std::filesystem::directory_iterator(folder)) {
             std::ifstream file(entry.path(), std::ios::binary);
             const std::string text(std::istreambuf_iterator<char>(file), {});
-            if (text.size() > kLongest / 2) return 3;
-            for (size_t length = 0; length <= text.size(); ++length, ++runs) {
-                replay(target, text.substr(0, length));
-            }
-            for (int i = 0; i < 200; ++i, ++runs) replay(target, varied(text, random));
+            for (size_t length = 0; length <= text.size(); ++length) replay(text.substr(0, length));
+            for (int i = 0; i < kVariations; ++i) replay(varied(text, random));
+            texts += text.size() + 1 + kVariations;
         }
-        printf("%s: %d texts\n", target.name, runs);
-        if (runs == 0) return 4;
+        printf("%s: %zu texts\n", folder.path().filename().string().c_str(), texts);
     }
     return 0;
 }

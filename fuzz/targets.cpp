@@ -6,6 +6,7 @@
 #include <string.h>
 
 #include <bit>
+#include <random>
 #include <string>
 
 #include "core/bounded_text.h"
@@ -17,17 +18,17 @@
 #include "json/number_reader.h"
 #include "json/number_writer.h"
 #include "json/output_tensor.h"
-#include "onnxruntime_vornic.h"
 #include "session/provider_options.h"
+#include "support/platform.h"
 
 #define HOLDS(truth)                          \
     do {                                      \
         if (!(truth)) stop(__LINE__, #truth); \
     } while (false)
 
-const char* g_fuzz_models;
-
 namespace {
+
+void (*g_run)(const char* text, size_t size);
 
 [[noreturn]] void stop(int line, const char* truth) {
     fprintf(stderr, "targets.cpp:%d: not so: %s\n", line, truth);
@@ -86,28 +87,7 @@ std::string quoted(const char* text) {
     return made + '"';
 }
 
-// What is written of an entry is read as the same elements.
-void check_entry(const InputTensor& entry) {
-    HOLDS(entry.rank <= kMaxRank && entry.element_count <= kMaxElements);
-    static char text[1 << 22];
-    static char again[sizeof text];
-    const auto write = [](char* room, const InputTensor& from) {
-        BoundedText writer = {room, sizeof text, 0};
-        vnort_append_tensor_data_json(writer, from.element_type, {from.shape, from.rank}, from.data,
-                                      from.element_count);
-    };
-    if (entry.element_type == kString) return;
-    write(text, entry);
-    // true and false are not read, and whole numbers past 2^53 are rounded.
-    if (strstr(text, "\"bool\"") != nullptr || strstr(text, "int64\"") != nullptr) return;
-    InputTensor reread;
-    HOLDS(vnort_parse_input_tensor_body(vnort_find_feed_item(text), "x", &reread));
-    HOLDS(reread.byte_size == entry.byte_size);
-    write(again, reread);
-    HOLDS(strcmp(text, again) == 0);
-    vnort_free_input_tensors(&reread, 1);
-}
-
+// Names, braces and keys are found where a plain search finds them.
 void fuzz_feed(const char* text, size_t) {
     static const Name names[] = {"x", "a{\"b", "data", "", "in_string"};
     constexpr uint64_t kCount = sizeof names / sizeof *names;
@@ -123,7 +103,7 @@ void fuzz_feed(const char* text, size_t) {
               items[i].data == key("\"data\""));
         InputTensor entry;
         if (vnort_parse_input_tensor_body(items[i], names[i], &entry)) {
-            check_entry(entry);
+            HOLDS(entry.rank <= kMaxRank && entry.element_count <= kMaxElements);
             vnort_free_input_tensors(&entry, 1);
         } else {
             HOLDS(entry.data == nullptr && entry.strings == nullptr && entry.value == nullptr);
@@ -131,105 +111,39 @@ void fuzz_feed(const char* text, size_t) {
     }
 }
 
-// The inputs that a text leaves out, each of one element.
-std::string other_inputs() {
-    std::string made;
-    for (const ElementType& type : kElementTypes) {
-        const std::string name = type.name;
-        made += ",\"in_" + name + "\":{\"dtype\":\"" + name + "\",\"shape\":[1],\"data\":[" +
-                (type.code == kString ? "\"s\"" : "1") + "]}";
-    }
-    return made + '}';
-}
-
-RunResult* run_json(const char* names, const std::string& feed) {
-    static InferenceSession* session = onnxruntime_vn_create_session(
-        (std::string(g_fuzz_models) + "/types.onnx").c_str(), nullptr);
-    HOLDS(session != nullptr);
-    return onnxruntime_vn_run_json(session, names, feed.c_str());
-}
-
-// The first line names the outputs, the rest is the beginning of a feed. A result that has none of
-// the types that cannot be fed again is fed again and must come back as it was.
-void fuzz_run(const char* text, size_t) {
-    static const std::string others = other_inputs();
-    const char* line_end = strchr(text, '\n');
-    if (line_end == nullptr) return;
-    const std::string names(text, line_end);
-    RunResult* result = run_json(names.c_str(), line_end + 1 + others);
-    if (result == nullptr) return;
-    HOLDS(g_error[0] == '\0');
-    std::string json = onnxruntime_vn_result_json(result);
-    onnxruntime_vn_release_result(result);
-    HOLDS(json.size() < kResultCapacity && json.rfind("{\"outputs\":{", 0) == 0);
-    if (json.size() == kResultCapacity - 1) return;
-    HOLDS(json.size() > 12 && json.compare(json.size() - 2, 2, "}}") == 0);
-    for (const char* word :
-         {"bool\"", "int64\"", "out_string\":{\"dtype\":\"string\",\"shape\":[0"}) {
-        if (json.find(word) != std::string::npos) return;
-    }
-    if (strstr(line_end, "out_") != nullptr) return;
-    std::string feed = json;
-    for (size_t at = 0; (at = feed.find("\"out_", at)) != std::string::npos;)
-        feed.replace(at, 4, "\"in");
-    result = run_json(names.c_str(), feed.substr(0, feed.size() - 1) + others);
-    HOLDS(result != nullptr && json == onnxruntime_vn_result_json(result));
-    onnxruntime_vn_release_result(result);
-}
-
+// What is read of provider options is read again from the object written of it.
 void fuzz_options(const char* text, size_t) {
     static ProviderOptions list, again;
     if (!vnort_parse_provider_options(text, &list)) return;
     HOLDS(list.count <= kMaxProviderOptions);
     std::string object = "{";
     for (uint64_t i = 0; i < list.count; ++i) {
-        HOLDS(memchr(list.keys[i], '\0', sizeof list.keys[i]) != nullptr);
-        HOLDS(memchr(list.values[i], '\0', sizeof list.values[i]) != nullptr);
         object += quoted(list.keys[i]) + ':' + quoted(list.values[i]) + ',';
     }
-    HOLDS(vnort_parse_provider_options((object + '}').c_str(), &again) &&
-          again.count == list.count);
+    HOLDS(vnort_parse_provider_options((object + '}').c_str(), &again));
+    HOLDS(again.count == list.count);
     for (uint64_t i = 0; i < list.count; ++i) {
         HOLDS(strcmp(list.keys[i], again.keys[i]) == 0);
         HOLDS(strcmp(list.values[i], again.values[i]) == 0);
     }
 }
 
-void check_shape(const char* text) {
-    double expected[kMaxRank];
-    double got[kMaxRank];
-    uint64_t rank = 0;
-    const int64_t count = read_slowly(text, expected, kMaxRank);
-    HOLDS(vnort_parse_number_array_double(text, got, kMaxRank, &rank) == (count >= 0));
-    HOLDS(int64_t(rank) == (count > 0 ? count : 0));
-    double product = rank > 0;  // exact as long as it matters
-    for (uint64_t i = 0; i < rank; ++i) {
-        HOLDS(same(expected[i], got[i]));
-        product *= got[i] >= 1 ? trunc(got[i]) : 0;
-    }
-    if (product > 1e5 && product <= INT32_MAX) return;  // large for nothing
-    FloatTensor* tensor = onnxruntime_vn_tensor_zeros_f32(text);
-    HOLDS((tensor != nullptr) == (product >= 1 && product <= 1e5));
-    onnxruntime_vn_release_tensor(tensor);
-}
-
+// Numbers are strtod's; output names are among those recorded.
 void fuzz_arrays(const char* text, size_t) {
     static const Name names[] = {"y", "a\"b\\c", "", "output", "output2"};
-    constexpr uint64_t kCount = sizeof names / sizeof *names;
-    check_shape(text);
-    const char* selected[kMaxOutputs];
-    const char* again[kMaxOutputs];
+    double expected[kMaxRank];
+    double got[kMaxRank];
     uint64_t count = 0;
-    uint64_t count_again = 0;
-    if (!vnort_parse_string_array(text, names, kCount, selected, &count)) return;
+    const int64_t read = read_slowly(text, expected, kMaxRank);
+    HOLDS(vnort_parse_number_array_double(text, got, kMaxRank, &count) == (read >= 0));
+    HOLDS(int64_t(count) == (read > 0 ? read : 0));
+    for (uint64_t i = 0; i < count; ++i) HOLDS(same(expected[i], got[i]));
+    const char* selected[kMaxOutputs];
+    if (!vnort_parse_string_array(text, names, 5, selected, &count)) return;
     HOLDS(count <= kMaxOutputs);
-    std::string array = "[ ";
     for (uint64_t i = 0; i < count; ++i) {
-        HOLDS(selected[i] >= names[0] && selected[i] <= names[kCount - 1]);
-        array += quoted(selected[i]) + ',';
+        HOLDS(selected[i] >= names[0] && selected[i] <= names[4]);
     }
-    HOLDS(vnort_parse_string_array((array + ']').c_str(), names, kCount, again, &count_again));
-    HOLDS(count == count_again && memcmp(selected, again, count * sizeof *again) == 0);
 }
 
 // Plays the text as appends into an array of this capacity, and on a string as the rules have it.
@@ -291,38 +205,106 @@ void fuzz_texts(const char* text, size_t size) {
     if (type.size > 0) cut_elements(type, elements, sizeof elements / type.size);
 }
 
-void check_written(const char* text, const char* end, int digits, double value) {
-    char expected[64];
-    snprintf(expected, sizeof expected, "%.*g", digits, value);
-    const std::string got(text, end);
-    HOLDS(got == (isnan(value) ? "nan" : expected));
-    HOLDS(isnan(value) || same(vnort_read_number(got.c_str()).value, strtod(expected, nullptr)));
+// Reading is strtod's; blanks, which strtod passes over, are no part of a number.
+void check_read(const char* text) {
+    if (*text != '\0' && strchr(" \t\n\v\f\r", *text) != nullptr) return;
+    const char* end = nullptr;
+    const double expected = read_number_slowly(text, &end);
+    const NumberRead got = vnort_read_number(text);
+    // glibc 2.36 rounds some hexadecimal texts wrong near the least doubles.
+    const bool is_judged = fabs(expected) >= 0x1p-1022 || strpbrk(text, "xX") == nullptr;
+    HOLDS((same(got.value, expected) || !is_judged) && got.end == end);
 }
 
-void fuzz_numbers(const char* text, size_t size) {
-    if (strchr(" \t\n\v\f\r", text[0]) == nullptr || text[0] == '\0') {
-        const char* end = nullptr;
-        const double expected = read_number_slowly(text, &end);
-        const NumberRead got = vnort_read_number(text);
-        HOLDS(same(got.value, expected) && got.end == end);
-    }
+// Writing is printf's, and what is written reads back as it was.
+void check_written(double value) {
+    const float single = static_cast<float>(value);
     char room[kNumberRoom];
-    double number = 0;
-    float single = 0;
+    char expected[64];
+    for (const int digits : {9, 17}) {
+        char* const end =
+            digits == 9 ? vnort_write_float32(room, single) : vnort_write_float64(room, value);
+        snprintf(expected, sizeof expected, "%.*g", digits,
+                 digits == 9 ? static_cast<double>(single) : value);
+        const std::string got(room, end);
+        HOLDS(got == (isnan(value) ? "nan" : expected));
+        if (!isnan(value)) check_read(got.c_str());
+    }
     uint64_t whole = 0;
-    memcpy(&number, text, size < sizeof number ? size : sizeof number);
-    memcpy(&single, text, size < sizeof single ? size : sizeof single);
-    memcpy(&whole, text, size < sizeof whole ? size : sizeof whole);
-    check_written(room, vnort_write_float64(room, number), 17, number);
-    check_written(room, vnort_write_float32(room, single), 9, static_cast<double>(single));
+    memcpy(&whole, &value, sizeof whole);
+    whole >>= whole % 64;
     HOLDS(std::to_string(whole) == std::string(room, vnort_write_uint64(room, whole)));
-    const int64_t negative = static_cast<int64_t>(whole);
+    const int64_t negative = static_cast<int64_t>(0 - whole);
     HOLDS(std::to_string(negative) == std::string(room, vnort_write_int64(room, negative)));
 }
 
+// Half way between two doubles above one, in all its digits, and a little above.
+void check_tie(uint64_t bits) {
+    const double lower = std::bit_cast<double>(0x3ff0000000000000 | bits >> 12);
+    char tie[64] = "";
+    snprintf(tie, sizeof tie, "%.53f", lower - 1 + 0x1p-53);
+    tie[0] = '1';
+    const double upper = lower + 0x1p-52;
+    HOLDS(same(vnort_read_number(tie).value, bits >> 12 & 1 ? upper : lower));
+    HOLDS(same(vnort_read_number(strcat(tie, "1")).value, upper));
+}
+
+// A number in each line; and numbers made of the text's bits.
+void fuzz_numbers(const char* text, size_t size) {
+    for (const char* line = text; line != nullptr; line = strchr(line, '\n')) {
+        line += *line == '\n';
+        check_read(line);
+        check_written(vnort_read_number(line).value);
+    }
+    std::mt19937_64 random(std::hash<std::string_view>()({text, size}));
+    for (int i = 0; i < 8; ++i) {
+        const uint64_t bits = random();
+        check_tie(bits);
+        check_written(std::bit_cast<double>(bits));
+        check_written(static_cast<double>(std::bit_cast<float>(static_cast<uint32_t>(bits))));
+        check_written(
+            ldexp(static_cast<double>(bits >> bits % 64), -static_cast<int>(random() % 24)));
+        const std::string digits = std::to_string(bits),
+                          more = std::to_string(random() >> bits % 64);
+        const std::string exponent = std::to_string(static_cast<int>(random() % 700) - 350);
+        for (const std::string& number : {more + "." + digits, "-" + more + "e" + exponent + "]",
+                                          more + "." + digits + digits + "E" + exponent,
+                                          "0x" + digits + "." + more + "p" + exponent}) {
+            check_read(number.c_str());
+        }
+    }
+}
+
+constexpr struct {
+    const char* name;  // also of the target's folder in corpus/
+    void (*run)(const char* text, size_t size);
+} kTargets[] = {
+    {"feed", fuzz_feed},   {"options", fuzz_options}, {"arrays", fuzz_arrays},
+    {"texts", fuzz_texts}, {"numbers", fuzz_numbers},
+};
+
 }  // namespace
 
-const FuzzTarget kFuzzTargets[kFuzzTargetCount] = {
-    {"feed", fuzz_feed},     {"run", fuzz_run},     {"options", fuzz_options},
-    {"arrays", fuzz_arrays}, {"texts", fuzz_texts}, {"numbers", fuzz_numbers},
-};
+bool choose_target(const char* name) {
+    for (const auto& target : kTargets) {
+        if (strcmp(target.name, name) == 0) g_run = target.run;
+    }
+    return g_run != nullptr;
+}
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    const char* name = getenv("VORNIC_FUZZ_TARGET");
+    if (name == nullptr || !choose_target(name)) exit(2);
+    return 0;
+}
+
+// The text is handed over where the memory that may be read ends behind it.
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static char* const end = end_of_pages(kLongestText + 1);
+    if (size > kLongestText) return 0;
+    char* text = end - size - 1;
+    memcpy(text, data, size);
+    text[size] = '\0';
+    g_run(text, size);
+    return 0;
+}

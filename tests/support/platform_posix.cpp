@@ -1,7 +1,16 @@
+#include <dlfcn.h>
+#include <stdio.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "targets.h"
+#include "support/platform.h"
+
+void* find_function(const char* library, const char* name) {
+    void* loaded = dlopen(library, RTLD_NOW);
+    void* function = loaded != nullptr ? dlsym(loaded, name) : nullptr;
+    if (function == nullptr) printf("%s\n", dlerror());
+    return function;
+}
 
 char* end_of_pages(size_t size) {
     const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));

@@ -1,0 +1,290 @@
+"""Checks what is handed out, each part in a table: delivery.py PART SETTINGS. CMake gives the settings."""
+import argparse
+import glob
+import os
+import pathlib
+import re
+import shlex
+import shutil
+import subprocess
+import sys
+import tempfile
+
+parser = argparse.ArgumentParser(description=__doc__)
+parser.add_argument("part", choices=["exports", "lookup", "tool", "examples", "packages"])
+for name in ("build", "source", "library", "runtime", "old", "cmake", "nm", "objdump", "readelf"):
+    parser.add_argument("--" + name, required=True, type=pathlib.Path)
+parser.add_argument("--objects", nargs="*", default=[], help="what the library is made of")
+parser.add_argument("--runner", default="", help="what runs the target's programs: wine, or nothing")
+parser.add_argument("--toolchain", default="", help="CMake's file for the target")
+given = parser.parse_args()
+windows = given.library.suffix == ".dll"
+runner, drive, exe = shlex.split(given.runner), "Z:" * windows, ".exe" * windows
+models, failed = given.build / "models", 0
+
+
+def check(what, expected, got):
+    """Texts are patterns; the rest must be equal."""
+    global failed
+    parts = zip(expected, got) if isinstance(expected, tuple) else [(expected, got)]
+    good = all(re.fullmatch(e, g, re.DOTALL) if isinstance(e, str) else e == g for e, g in parts)
+    failed += not good
+    print(f"ok: {what}" if good else f"FAILED: {what}\n  expected  {expected}\n  got       {got}"[:2000])
+
+
+def run(*command, feed="", **settings):
+    """Status, output and complaint; by way of files, since Windows programs cannot open Linux's pipes."""
+    with tempfile.TemporaryFile() as out, tempfile.TemporaryFile() as err:
+        status = subprocess.run(command, input=feed.encode(), stdout=out, stderr=err, **settings).returncode
+        return status, *(file.seek(0) or file.read().decode() for file in (out, err))
+
+
+def output(*command, **settings):
+    status, out, err = run(*command, **settings)
+    return out if status == 0 else sys.exit(f"{command} failed: {out}{err}")
+
+
+def exports():
+    text = re.sub(r"/\*.*?\*/", "", (given.source / "include/onnxruntime_vornic.h").read_text(), flags=re.DOTALL)
+    declared = sorted(set(re.findall(r"\bonnxruntime_vn_\w+(?=\()", text)))
+    if windows:
+        table, symbols = output(given.objdump, "-p", given.library), output(given.nm, given.library)
+        rows = [
+            ("exports", r"^\t\[ *\d+\] ([a-z]\w+)$", declared, table),
+            ("libraries", r"DLL Name: (\S+)", ["KERNEL32.dll", "msvcrt.dll"], table),
+            ("delayed imports", r"T (__DELAY_IMPORT\w+)", ["__DELAY_IMPORT_DESCRIPTOR_libonnxruntime_delayed_a"], symbols),
+            ("hardening", r"DllCharacteristics\t(\d+)", ["00000160"], table),
+            ("time stamp", r"Time/Date stamp \t\t(\d+)", ["0"], table),
+        ]
+    else:
+        dynamic = output(given.readelf, "-dW", given.library)
+        exported, needed = (output(given.nm, "-D", f"--{kind}-only", given.library) for kind in ("defined", "undefined"))
+        rows = [
+            ("exports", r" T (\w+)", declared, exported),
+            ("other exports", r" [^T] (\w+)", [], exported),
+            ("libraries", r"\(NEEDED\).*\[(.*)\]", ["libonnxruntime.so.1", "libc.so.6"], dynamic),
+            ("name", r"\(SONAME\).*\[(.*)\]", ["libonnxruntime_vornic.so.1"], dynamic),
+            ("search path", r"\(RUNPATH\).*\[(.*)\]", ["$ORIGIN/onnxruntime_vornic:$ORIGIN"], dynamic),
+            ("of the runtime, and of which version", r"(Ort\S+)", ["OrtGetApiBase"], needed),
+            ("libraries of a version", r"File: (\S+)", ["libc.so.6"], output(given.readelf, "-VW", given.library)),
+            ("bytes of constructors: the C runtime's own", r"\(INIT_ARRAYSZ\)\s+(\d+)", ["8"], dynamic),
+        ]
+    at_load = r"\.(?:init_array|preinit_array|ctors|CRT\$|tls|tdata|tbss)\S*"
+    for what, pattern, expected, text in [*rows, ("run or copied at load", at_load, [], output(given.objdump, "-h", *given.objects))]:
+        check(what, expected, re.findall(pattern, text, re.MULTILINE))
+
+
+FOUND = "available -> 1 !"
+NONE = "available -> 0 ! OrtGetApiBase returned NULL"
+OLD = "available -> 0 ! GetApi returned NULL"
+# Where a runtime of which kind stands, and what the library says; then, in some, what is put where while
+# the host lives, and what the library says to that.
+LOOKUPS = [
+    ({"library": "right"}, FOUND),
+    ({"library": "old"}, OLD),
+    ({"library": "right", "host": "old"}, FOUND),
+] + windows * [
+    ({}, NONE, {"library": "right"}, FOUND),
+    ({}, NONE, {"host": "right"}, FOUND),
+    ({"library": "no entry"}, NONE, {"library": "right"}, FOUND),
+    ({"library": "damaged"}, NONE, {"library": "right"}, FOUND),
+    ({"library": "no entry", "host": "no entry"}, NONE),
+    ({"library": "no entry", "host": "right"}, FOUND),
+    ({"library": "right", "system": "old"}, FOUND),
+    ({"system": "old"}, OLD, {"library": "right"}, FOUND),
+    ({"deep library": "right", "system": "old"}, FOUND),
+]
+
+
+def ask(folders, kinds, steps):
+    """What the library in its folder says to the program in the host's, as runtimes are put around them."""
+    place = next((place for place in folders if place in steps[0] and "library" in place), "library")
+    host = shutil.copy(given.build / f"play{exe}", folders["host"])
+    library = shutil.copy(given.library, folders[place])
+    path = {"WINEPATH": drive + str(folders[place]).replace("/", "\\"), "LD_LIBRARY_PATH": folders[place]}
+    process, answers = None, []
+    for runtimes, line in zip(steps[::2], steps[1::2]):
+        for where, kind in runtimes.items():
+            shutil.copy(kinds[kind], folders[where] / "new")
+            os.replace(folders[where] / "new", folders[where] / given.runtime.name)
+        # Started where no runtime is: Windows searches the current folder too.
+        process = process or subprocess.Popen([*runner, host, os.path.basename(library), models, "-"], text=True, stdin=-1,
+                                              stdout=-1, stderr=-3, cwd=folders["host"].parent, env={**os.environ, **path})
+        print(line, file=process.stdin, flush=True)
+        answers.append(process.stdout.readline().strip())
+    process.communicate()
+    return answers
+
+
+def lookup():
+    system = pathlib.Path(os.environ.get("WINEPREFIX", "/nowhere")) / "drive_c/windows/system32"
+    for steps in LOOKUPS:
+        with tempfile.TemporaryDirectory(dir=given.build) as root:
+            root = pathlib.Path(root)
+            folders = {"host": root / "host", "library": root / "a library", "deep library": root.joinpath("Bücherei", *["deep" * 30] * 3)}
+            for folder in folders.values():
+                folder.mkdir(parents=True)
+            (root / "damaged").write_text("not a library")
+            kinds = {"right": given.runtime, "old": given.old, "no entry": given.library, "damaged": root / "damaged"}
+            try:
+                check(steps, ["as expected"] * (len(steps) // 2), ask({**folders, "system": system}, kinds, steps))
+            finally:
+                (system / given.runtime.name).unlink(missing_ok=True)
+    if not windows:
+        with tempfile.TemporaryDirectory() as alone:
+            library = shutil.copy(given.library, alone)
+            check("nowhere: the loader refuses the library", (1, r"libonnxruntime\.so\.1: .*", ".*"),
+                  run(given.build / "play", library, models, "-", feed="available\n"))
+
+
+ITEM = '{"dtype":"float32","shape":[%s],"data":[%s]}'
+FEED = '{"x":' + ITEM % ("1,3", "1,2.5,3") + "}"
+LONG = '{"x":' + ITEM % ("9000", ",".join(["0.123456789"] * 9000)) + "}"
+ODD = '{"a"b\\c":' + ITEM % ("1", "7") + "}"
+GIVES = r'\{"outputs":\{"y":\{"dtype":"float32","shape":\[1,3\],"data":\[2,5,6\]\}\}\}\n'
+TIMES = r"7 runs: minimum [\d.]+ us, median [\d.]+ us, maximum [\d.]+ us\n"
+LINES = (r'\{"inputs":\[\{"name":"x",.*\}\]\}\n\{"outputs":\[\{"name":"y",.*\}\]\}\n'
+         r'\{"metadata":\{.*va\\"lue.*\}\}\n\{"providers":\["[^\n]*CPUExecutionProvider".*\]\}\n')
+# Arguments of the tool; standard input; exit status; all of standard output; a part of standard error.
+TOOL = [
+    ("--help", "", 0, r"usage: .*Exit status: .*", ""),
+    ("--version", "", 0, r"onnxruntime_vornic-run \d+\.\d+\.\d+, ONNX Runtime 1\.\d+\.\d+\n", ""),
+    ("", "", 2, "", "usage: "),
+    ("--bench x double.onnx feed.json", "", 2, "", "usage: "),
+    ("--bench 7 double.onnx", "", 2, "", "usage: "),
+    ("--nothing double.onnx", "", 2, "", "usage: "),
+    ("double.onnx", "", 0, LINES, ""),
+    ("dóuble.onnx 食.json", "", 0, GIVES, ""),
+    ("double.onnx - y y", FEED, 0, GIVES.replace(r"6\]\}", r"6\]\},\"y\":.*"), ""),
+    ("quotes.onnx - 'd\"e\\f'", ODD, 0, r'.*"d\\"e\\\\f":.*\[7\].*', ""),
+    ("--bench 7 double.onnx feed.json", "", 0, TIMES, ""),
+    ("long.onnx -", LONG, 1, r'\{"outputs":.{65524}\n', "the result: warning: cut"),
+    ("wordy.onnx", "", 1, r".*", "inputs: warning: cut"),
+    ("absent.onnx", "", 1, "", "no session: CreateSession failed: "),
+    ("absent.onnx absent.json", "", 1, "", "absent.json: No such file"),
+    ("double.onnx -", "", 1, "", "the run failed: input_feed_json is empty"),
+    ("double.onnx -", '{"x":{"dtype":"float32"}}', 1, "", "the run failed: no reason given"),
+    ("--bench 7 double.onnx -", "{}", 1, "", "missing input 'x' in feed JSON"),
+    ("double.onnx - no", FEED, 1, "", "the run failed: "),
+    ("double.onnx -", FEED + "\0", 1, "", "-: not a text"),
+    ("double.onnx huge.json", "", 1, "", "huge.json: too large"),
+]
+
+
+def tool():
+    with tempfile.TemporaryDirectory() as folder:
+        for name in ("double", "quotes", "long", "wordy"):
+            shutil.copy(models / f"{name}.onnx", folder)
+        shutil.copy(models / "double.onnx", f"{folder}/dóuble.onnx")
+        for name in ("feed", "食"):
+            pathlib.Path(folder, name + ".json").write_text(FEED)
+        with open(f"{folder}/huge.json", "wb") as file:
+            file.truncate(2**26)
+        for arguments, feed, status, out, err in TOOL:
+            program = given.build / f"onnxruntime_vornic-run{exe}"
+            check(f"onnxruntime_vornic-run {arguments}", (status, out, f".*{re.escape(err)}.*"),
+                  run(*runner, program, *shlex.split(arguments), feed=feed, cwd=folder))
+
+
+def new_java():
+    """A Java that has java.lang.foreign (22 or later), wherever the machine keeps it."""
+    first = os.environ.get("JAVA_HOME") or os.path.dirname(os.path.dirname(os.path.realpath(shutil.which("java") or "")))
+    for release in [*glob.glob(f"{first}/release"), *glob.glob("/usr/lib/jvm/*/release")]:
+        version = re.search(r'JAVA_VERSION="(\d+)', pathlib.Path(release).read_text())
+        if version and int(version[1]) >= 22:
+            return [os.path.dirname(release) + "/bin/java", "--enable-native-access=ALL-UNNAMED"]
+
+
+def examples():
+    deps = given.source / ".deps"
+    node = [*runner, deps / "node/node.exe"] if windows else ["node"]
+    commands = [([*runner], given.build / f"detect_example{exe}"), (node, "node/detect.js")] + (not windows) * [
+        ([sys.executable], "python/detect.py"), (["luajit"], "luajit/detect.lua"), (["ruby"], "ruby/detect.rb"),
+        (["php"], "php/detect.php"), (new_java(), "java/Detect.java")]
+    model, library, nowhere = (f"{drive}{path}" for path in (deps / "models/silero_vad.onnx", given.library, "/nowhere/at.all"))
+    cases = [  # what is given; exit status, output and a part of the complaint
+        ([model, library], (0, "chunk 0: 0.229\nchunk 1: 0.259\nchunk 2: 0.254\n", ".*")),
+        ([nowhere, library], (1, "", f".*detect: CreateSession failed: Load model from {re.escape(nowhere)}.*")),
+        ([model, nowhere], (1, "", ".*detect: .*")),
+    ]
+    environment = {**os.environ, "NODE_PATH": f"{drive}{deps}/node/node_modules", "NODE_SKIP_PLATFORM_CHECK": "1"}
+    for command, example in commands:
+        finds_library = isinstance(example, pathlib.Path)  # the C program was linked with it
+        for paths, expected in cases[: 2 if finds_library else 3]:
+            if command is None:
+                print(f"{example} is left out: what runs it is not there")
+                continue
+            with tempfile.TemporaryDirectory() as empty:
+                line = [*command, example if finds_library else f"{drive}{given.source}/examples/{example}"]
+                check(f"{example} {paths}", expected, run(*line, *paths[: 2 - finds_library], cwd=empty, env=environment))
+
+
+# For Microsoft's linker, with no C runtime: the exit status says that the runtime was found.
+MSVC_CLIENT = '#include "onnxruntime_vornic.h"\nint start(void) { return 41 + onnxruntime_vn_available(); }\n'
+
+
+def build_by_cmake(prefix, work):
+    """The C examples that came with the prefix, built with what came with it."""
+    source = prefix / "share/doc/onnxruntime-vornic/examples/c"
+    output(given.cmake, "-G", "Ninja", "-S", source, "-B", work / "by_cmake", f"-DCMAKE_PREFIX_PATH={prefix}",
+           *[f"-DCMAKE_TOOLCHAIN_FILE={given.toolchain}"] * bool(given.toolchain))
+    output(given.cmake, "--build", work / "by_cmake")
+    return work / f"by_cmake/run{exe}"
+
+
+def answers(what, program):
+    check(what, (0, GIVES, ".*"), run(*runner, program, f"{drive}{models}/double.onnx", "-", feed=FEED))
+
+
+def pack(work, generators):
+    output(given.cmake.with_name("cpack"), "-G", generators, "-B", work / "packages", "--config", given.build / "CPackConfig.cmake")
+    return {path.suffix: path for path in (work / "packages").iterdir() if path.is_file()}
+
+
+def check_contents(prefix):
+    files = [path for path in prefix.rglob("*") if path.is_file()]
+    check("files that name the checkout", [], [path for path in files if bytes(given.source) in path.read_bytes()])
+    check("the script for authors of bindings", 1, sum(path.name == "script.txt" for path in files))
+
+
+def packages():
+    with tempfile.TemporaryDirectory() as folder:
+        (windows_packages if windows else linux_packages)(pathlib.Path(folder))
+
+
+def linux_packages(work):
+    output(given.cmake, "--install", given.build, "--prefix", work / "prefix", "--strip")
+    prefix = (work / "prefix").rename(work / "moved away")
+    check("link for the linker", r"libonnxruntime_vornic\.so\.1", os.readlink(prefix / "lib/libonnxruntime_vornic.so"))
+    answers("installed and moved, by CMake", build_by_cmake(prefix, work))
+    flags = shlex.split(output("pkg-config", "--cflags", "--libs", "onnxruntime_vornic",
+                               env={**os.environ, "PKG_CONFIG_PATH": str(prefix / "lib/pkgconfig")}))
+    example = prefix / "share/doc/onnxruntime-vornic/examples/c/run.c"
+    output("cc", "-o", work / "by_pkg_config", example, *flags, f"-Wl,-rpath,{prefix}/lib")
+    answers("installed and moved, by pkg-config", work / "by_pkg_config")
+    made = pack(work, "TGZ;DEB")
+    shutil.unpack_archive(made[".gz"], work / "archive")
+    output("dpkg-deb", "-x", made[".deb"], work / "package")
+    for prefix in (*(work / "archive").iterdir(), work / "package/usr"):
+        check_contents(prefix)
+        # The system's own runtime may stand in the folder of libraries, and be too old.
+        check("runtime outside its folder", False, (prefix / "lib/libonnxruntime.so.1").exists())
+        shutil.copy(given.old, prefix / "lib/libonnxruntime.so.1")
+        answers(f"unpacked in {prefix.name}", prefix / "bin/onnxruntime_vornic-run")
+
+
+def windows_packages(work):
+    shutil.unpack_archive(pack(work, "ZIP")[".zip"], work / "archive")
+    (prefix,) = (work / "archive").iterdir()
+    check_contents(prefix)
+    answers("unpacked", prefix / "bin/onnxruntime_vornic-run.exe")
+    answers("unpacked, by CMake and MinGW", shutil.copy(build_by_cmake(prefix, work), prefix / "bin"))
+    (work / "client.c").write_text(MSVC_CLIENT)
+    output("clang-14", "--target=x86_64-pc-windows-msvc", "-ffreestanding", f"-I{prefix}/include", "-c", "client.c", cwd=work)
+    output("lld-link-14", "-entry:start", "-subsystem:console", "-nodefaultlib", f"-out:{prefix}/bin/client.exe",
+           "client.o", prefix / "lib/onnxruntime_vornic.lib", cwd=work)
+    check("unpacked, by Microsoft's import library", 42, run(*runner, prefix / "bin/client.exe")[0])
+
+
+globals()[given.part]()
+sys.exit(failed > 0)

@@ -1,0 +1,12 @@
+// What the tests need of the operating system.
+#pragma once
+
+#include <stddef.h>
+
+// A function of the library of this path, or of this program if it is null. Null, with the reason
+// printed, when it cannot be had.
+void* find_function(const char* library, const char* name);
+
+// The end of size readable bytes, rounded up to pages, behind which the next byte cannot be read;
+// null when they cannot be had.
+char* end_of_pages(size_t size);

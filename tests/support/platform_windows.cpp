@@ -1,0 +1,19 @@
+#include <stdio.h>
+#include <windows.h>
+
+#include "support/platform.h"
+
+void* find_function(const char* library, const char* name) {
+    const HMODULE loaded = library != nullptr ? LoadLibraryA(library) : GetModuleHandleA(nullptr);
+    void* function = reinterpret_cast<void*>(GetProcAddress(loaded, name));
+    if (function == nullptr) printf("%s: error %lu\n", name, GetLastError());
+    return function;
+}
+
+char* end_of_pages(size_t size) {
+    constexpr size_t kPage = 4096;
+    size = (size + kPage - 1) / kPage * kPage;
+    void* pages = VirtualAlloc(nullptr, size + kPage, MEM_RESERVE, PAGE_NOACCESS);
+    if (pages == nullptr || !VirtualAlloc(pages, size, MEM_COMMIT, PAGE_READWRITE)) return nullptr;
+    return static_cast<char*>(pages) + size;
+}
