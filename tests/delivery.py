@@ -36,7 +36,7 @@ def run(*command, feed="", **settings):
     """Status, output and complaint; by way of files, since Windows programs cannot open Linux's pipes."""
     with tempfile.TemporaryFile() as out, tempfile.TemporaryFile() as err:
         status = subprocess.run(command, input=feed.encode(), stdout=out, stderr=err, **settings).returncode
-        return status, *(file.seek(0) or file.read().decode() for file in (out, err))
+        return status, *(file.seek(0) or file.read().decode().replace("\r\n", "\n") for file in (out, err))
 
 
 def output(*command, **settings):

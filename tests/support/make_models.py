@@ -40,7 +40,8 @@ identities("wide", [(f"i{k:02}", f"o{k:02}", T.FLOAT) for k in range(20)], [1])
 identities("sixteen", [(f"i{k:02}", f"o{k:02}", T.FLOAT) for k in range(16)], [1])
 identities("quotes", [('a"b\\c', 'd"e\\f', T.FLOAT)], [1])
 identities("wordy", [(f"{k:02}" + "i" * 148, f"{k:02}" + "o" * 198, T.FLOAT) for k in range(12)], [1])
-identities("rank8", [("x", "y", T.FLOAT)], [2] * 7 + [1])
+identities("rank8", [("x", "y", T.FLOAT)], [1] * 7 + [2])
+identities("doubles", [("x", "y", T.DOUBLE)], ["n"])
 model("ranks", [node("Identity", [f"rank{r}"], [f"same{r}"]) for r in (16, 17)],
       [value(f"rank{r}", T.FLOAT, [1] * r) for r in (16, 17)],
       [value(f"same{r}", T.FLOAT, [1] * r) for r in (16, 17)])
