@@ -78,7 +78,10 @@ foreach(folder docs examples)
 endforeach()
 
 # For authors of bindings: what the library answers, call by call, and the models that it is asked about.
-install(FILES "${PROJECT_SOURCE_DIR}/tests/script.txt" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+install(FILES "${PROJECT_SOURCE_DIR}/tests/script.txt" "${PROJECT_SOURCE_DIR}/tests/play.py"
+    DESTINATION "${CMAKE_INSTALL_DOCDIR}/tests")
+install(FILES "${PROJECT_SOURCE_DIR}/tests/support/make_models.py"
+    DESTINATION "${CMAKE_INSTALL_DOCDIR}/tests/support")
 
 # The licences of everything that is installed, in one file, and the texts that it refers to.
 file(READ "${PROJECT_SOURCE_DIR}/LICENSE" library_licence)
