@@ -9,7 +9,6 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include <fstream>
 #include <iostream>
 #include <thread>
 
@@ -20,8 +19,8 @@ namespace {
 constexpr int kThreads = 4;
 constexpr int kThreadRounds = 1000;
 
-// A scene played by several threads, each with handles of its own but for the session that is
-// there already.
+// Lines played by several threads, each with handles of its own but for the session that is there
+// already: the first line of a scene whose title says "at once" makes it.
 bool play_at_once(const char* library, Player& first, const std::vector<Line>& lines) {
     std::atomic<int> good = 0;
     std::vector<std::thread> threads;
@@ -44,41 +43,33 @@ bool play_at_once(const char* library, Player& first, const std::vector<Line>& l
     return good == kThreads;
 }
 
-struct Theatre {
-    const char* library;
-    Player player;
-    bool answers_lines = false;
+// Plays a script, and gives the number of lines that were not as expected.
+size_t play(const char* library, Player& player, const char* path) {
     size_t failed = 0;
-
-    void play(const char* path) {
-        std::ifstream file(path);
-        std::istream& script = answers_lines ? std::cin : file;
-        std::vector<Line> at_once;
-        bool is_at_once = false;
-        Line line;
-        for (int number = 1; std::getline(script, line.text); ++number) {
-            if (!line.text.empty() && line.text.back() == '\r') line.text.pop_back();
-            if (line.text.empty() || line.text[0] == '#') continue;
-            line.place = std::string(path) + ":" + std::to_string(number);
-            if (line.text.rfind("== ", 0) == 0) {
-                finish(at_once);
-                is_at_once = line.text.find("at once") != std::string::npos;
-            } else if (is_at_once && line.text.rfind("$session", 0) != 0) {
-                at_once.push_back(line);
-            } else {
-                failed += !player.play(line);
+    for (const Scene& scene : read_script(path)) {
+        const bool is_at_once = scene.title.text.find("at once") != std::string::npos;
+        for (size_t i = 0; i < scene.lines.size(); ++i) {
+            if (is_at_once && i == 1) {
+                failed +=
+                    !play_at_once(library, player, {scene.lines.begin() + 1, scene.lines.end()});
+                break;
             }
-            if (answers_lines) puts(failed > 0 ? "not as expected" : "as expected");
+            failed += !player.play(scene.lines[i]);
         }
-        finish(at_once);
-    }
-
-    void finish(std::vector<Line>& at_once) {
-        if (!at_once.empty()) failed += !play_at_once(library, player, at_once);
-        at_once.clear();
         player.close();
     }
-};
+    return failed;
+}
+
+size_t play_input(Player& player) {
+    size_t failed = 0;
+    for (Line line = {"line", ""}; std::getline(std::cin, line.text);) {
+        const bool is_good = player.play(line);
+        puts(is_good ? "as expected" : "not as expected");
+        failed += !is_good;
+    }
+    return failed;
+}
 
 bool has_decimal_comma() {
     return (setlocale(LC_ALL, "de_DE.UTF-8") != nullptr ||
@@ -98,15 +89,15 @@ int main(int argc, char** argv) {
         if (strcmp(argv[at], "--rounds") == 0) rounds = atoi(argv[at + 1]);
     }
     if (argc != at + 3 || !has_decimal_comma()) return puts("play: usage, or no such locale"), 2;
-    Theatre theatre = {
-        argv[at], {argv[at], argv[at + 1], host_state}, strcmp(argv[at + 2], "-") == 0};
-    // Binding the runtime empties the last error.
-    if (!theatre.answers_lines)
-        theatre.failed += !theatre.player.play({argv[0], "available -> 1 !"});
+    Player player(argv[at], argv[at + 1], host_state);
+    size_t failed = 0;
+    if (strcmp(argv[at + 2], "-") == 0) return play_input(player) > 0;
+    failed +=
+        !player.play({argv[0], "available -> 1 !"});  // binding the runtime empties the last error
     for (int round = 1; round <= rounds; ++round) {
-        theatre.play(argv[at + 2]);
+        failed += play(argv[at], player, argv[at + 2]);
         if (rounds > 1) printf("round %d\n", round);
     }
-    printf("%zu calls played, %zu lines not as expected\n", theatre.player.played, theatre.failed);
-    return theatre.failed > 0 || theatre.player.played == 0;
+    printf("%zu calls played, %zu lines not as expected\n", player.played, failed);
+    return failed > 0 || player.played == 0;
 }

@@ -4,7 +4,9 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <algorithm>
 #include <charconv>
+#include <fstream>
 
 #include "support/float_state.h"
 #include "support/platform.h"
@@ -19,17 +21,6 @@ using Texts = std::vector<std::string>;
 constexpr const char* kEarlier = "invalid shape_json";
 // What stands before ONNX Runtime's own words in an error.
 constexpr const char* kRefusal = " failed: ";
-
-// Up to the bar or the end that belongs to this level of < and >; an arrow is neither.
-size_t end_of_part(std::string_view text) {
-    int depth = 0;
-    for (size_t i = 0; i < text.size(); ++i) {
-        if (text.substr(i, 2) == "->") i += 2;
-        if (depth == 0 && (text[i] == '|' || text[i] == '>')) return i;
-        depth += text[i] == '<' ? 1 : text[i] == '>' ? -1 : 0;
-    }
-    return std::string_view::npos;
-}
 
 // The words of a line. A text is one word and keeps its opening quote; an error is one, too.
 Texts split(std::string_view line) {
@@ -47,34 +38,26 @@ Texts split(std::string_view line) {
     return words;
 }
 
-template <typename Number>
-std::vector<Number> numbers_of(const std::string& list) {
-    std::vector<Number> numbers;
-    const char* at = list.c_str() + strlen("f32");
-    while (*at == ':' || *at == ',') {
-        Number number = 0;
-        at = std::from_chars(at + 1, list.data() + list.size(), number).ptr;
-        numbers.push_back(number);
-    }
-    return numbers;
-}
-
-std::string written(const float* numbers, size_t count) {
+// The shortest decimals that give these floats.
+std::string written(const float* floats, size_t count) {
     std::string text = "f32";
-    for (size_t i = 0; numbers != nullptr && i < count; ++i) {
+    for (size_t i = 0; floats != nullptr && i < count; ++i) {
         char room[64];
-        char* const end = std::to_chars(room, room + sizeof room, numbers[i]).ptr;
+        char* const end = std::to_chars(room, room + sizeof room, floats[i]).ptr;
         text += (i == 0 ? ":" : ",") + std::string(room, end);
     }
     return text;
 }
 
+// The numbers of "f32:0.5,1" or "i64:2,3" in a block of their own.
 template <typename Number>
 void* block_of(const std::string& list) {
-    const std::vector<Number> numbers = numbers_of<Number>(list);
-    void* block = malloc(numbers.size() * sizeof(Number));
-    memcpy(block, numbers.data(), numbers.size() * sizeof(Number));
-    return block;
+    std::vector<Number> numbers;
+    for (const char* at = list.c_str() + strlen("f32"); *at != '\0';) {
+        at = std::from_chars(at + 1, list.data() + list.size(), numbers.emplace_back()).ptr;
+    }
+    return memcpy(malloc(numbers.size() * sizeof(Number)), numbers.data(),
+                  numbers.size() * sizeof(Number));
 }
 
 bool begins(const std::string& text, const char* beginning) {
@@ -143,10 +126,6 @@ struct Player::Step {
             }
         }
         if (answer == "null") answer = "nothing";
-        if (answer.rfind("f32:", 0) == 0) {
-            const std::vector<float> floats = numbers_of<float>(answer);
-            answer = written(floats.data(), floats.size());
-        }
         if (!has_answer) answer = has_error ? "nothing" : "something";
     }
 
@@ -201,58 +180,40 @@ void Player::close() {
     for (const auto& held : handles) hold(held.first, 0);
 }
 
-std::string Player::meaning(std::string_view inside, size_t choice, size_t* choices) {
-    const char* const end = inside.data() + inside.size();
-    unsigned number = 0;
-    if (inside.size() == 3 && inside[0] == 'x' &&
-        std::from_chars(inside.data() + 1, end, number, 16).ptr == end) {
-        return std::string(1, static_cast<char>(number));
-    }
-    const char* const behind = std::from_chars(inside.data(), end, number).ptr;
-    if (behind == end || *behind != '*') {
-        const auto word = words.find(std::string(inside));
-        if (word == words.end()) stop("there is no word " + std::string(inside));
-        return spell(word->second, choice, choices);
-    }
-    const std::string piece =
-        spell({behind + 1, static_cast<size_t>(end - behind - 1)}, choice, choices);
-    std::string made;
-    for (; number > 0; --number) made += piece;
-    return made;
-}
-
-// The text with all that stands in < and > spelled out, in one of its choices.
-std::string Player::spell(std::string_view text, size_t choice, size_t* choices) {
-    std::string made;
-    while (!text.empty()) {
-        std::vector<std::string_view> parts;
-        std::string_view rest = text[0] == '<' ? text.substr(1) : "";
-        size_t end = end_of_part(rest);
-        for (; end != std::string_view::npos; end = end_of_part(rest)) {
-            const char mark = rest[end];
-            parts.push_back(rest.substr(0, end));
-            rest.remove_prefix(end + 1);
-            if (mark == '>') break;
-        }
-        if (parts.empty()) {
-            made += text[0];
-            text.remove_prefix(1);
+// The text with all that stands in < and > spelled out from the inside, in one of its choices.
+std::string Player::spell(std::string text, size_t choice, size_t* choices) {
+    for (size_t end = 0; (end = text.find('>', end)) != std::string::npos;) {
+        const size_t start = text.rfind('<', end);
+        if (text[end - 1] == '-' || start == std::string::npos) {  // an arrow
+            ++end;
             continue;
         }
-        if (parts.size() > *choices) *choices = parts.size();
-        const std::string_view part = parts[choice % parts.size()];
-        made += parts.size() > 1 ? spell(part, choice, choices) : meaning(part, choice, choices);
-        text = rest;
+        const std::string inside = text.substr(start + 1, end - start - 1);
+        Texts parts(1);
+        for (char byte : inside) byte == '|' ? parts.emplace_back() : parts.back() += byte;
+        std::string made = parts[choice % parts.size()];
+        const size_t star = inside.find('*');
+        if (parts.size() > 1) {
+            *choices = std::max(*choices, parts.size());
+        } else if (star != std::string::npos) {
+            made.clear();
+            for (int i = atoi(inside.c_str()); i > 0; --i) made += inside.substr(star + 1);
+        } else if (inside[0] == 'x' && inside.size() == 3) {
+            made = static_cast<char>(strtol(&inside[1], nullptr, 16));
+        } else if (words.count(inside) == 0) {
+            stop("there is no word <" + inside + ">");
+        } else {
+            made = words[inside];
+        }
+        text.replace(start, end + 1 - start, made);
+        end = start;
     }
-    return made;
+    return text;
 }
 
 Word Player::argument(const std::string& word, std::vector<void*>& blocks) {
     if (word[0] == '\'') return reinterpret_cast<Word>(word.c_str() + 1);
-    if (word[0] == '$') {
-        if (handles.count(word.substr(1)) == 0) stop("there is no kind of handle " + word);
-        return handles[word.substr(1)];
-    }
+    if (word[0] == '$') return handles[word.substr(1)];
     if (word == "null") return 0;
     if (begins(word, "f32:") || begins(word, "i64:")) {
         blocks.push_back(word[0] == 'f' ? block_of<float>(word) : block_of<int64_t>(word));
@@ -289,7 +250,8 @@ std::string Player::call(const Step& step) {
     if (host_state_ != nullptr && state_after != state) return "another floating-point state";
     if (gives_float) return written(&number, 1);
     if (begins(step.answer, "f32")) {
-        return written(reinterpret_cast<const float*>(word), numbers_of<float>(step.answer).size());
+        const auto commas = std::count(step.answer.begin(), step.answer.end(), ',');
+        return written(reinterpret_cast<const float*>(word), static_cast<size_t>(commas) + 1);
     }
     if (step.kind.empty() && step.has_answer && !step.is_text() && step.answer != "nothing") {
         return std::to_string(static_cast<int32_t>(word));
@@ -330,11 +292,26 @@ bool Player::play(const Line& line) {
     unsigned times = 1;
     const char* const text = line.text.c_str();
     const char* const behind = std::from_chars(text, text + line.text.size(), times).ptr;
-    const std::string_view step = behind != text ? behind + strlen("x ") : text;
+    const std::string step = behind != text ? behind + strlen("x ") : text;
     bool is_good = true;
     for (size_t choice = 0, choices = 1; choice < choices; ++choice) {
         const std::string spelled = spell(step, choice, &choices);
         for (unsigned i = 0; i < times && is_good; ++i) is_good = play_step(line, spelled);
     }
     return is_good;
+}
+
+std::vector<Scene> read_script(const char* path) {
+    std::ifstream script(path);
+    std::vector<Scene> scenes(1);
+    Line line;
+    for (int number = 1; std::getline(script, line.text); ++number) {
+        line.place = std::string(path) + ":" + std::to_string(number);
+        if (line.text.rfind("== ", 0) == 0) {
+            scenes.push_back({line, {}});
+        } else if (!line.text.empty() && line.text[0] != '#') {
+            scenes.back().lines.push_back(line);
+        }
+    }
+    return scenes;
 }

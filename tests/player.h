@@ -7,7 +7,6 @@
 #include <atomic>
 #include <map>
 #include <string>
-#include <string_view>
 #include <vector>
 
 // What fits every argument and every result but a float.
@@ -17,6 +16,13 @@ struct Line {
     std::string place;  // the file and the number, for whoever has to look
     std::string text;
 };
+
+struct Scene {
+    Line title;
+    std::vector<Line> lines;
+};
+
+std::vector<Scene> read_script(const char* path);
 
 class Player {
 public:
@@ -42,8 +48,7 @@ public:
 private:
     struct Step;
 
-    std::string spell(std::string_view text, size_t choice, size_t* choices);
-    std::string meaning(std::string_view inside, size_t choice, size_t* choices);
+    std::string spell(std::string text, size_t choice, size_t* choices);
     bool play_step(const Line& line, const std::string& text);
     Word argument(const std::string& word, std::vector<void*>& blocks);
     std::string call(const Step& step);

@@ -8,9 +8,9 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include <fstream>
 #include <set>
 #include <type_traits>
+#include <typeinfo>
 #include <utility>
 
 #include "core/runtime.h"
@@ -28,7 +28,7 @@ OrtApi table;
 std::string log_of_calls;
 std::map<std::string, int> live;      // objects, blocks and memory by kind
 std::map<std::string, int> pretends;  // what the script wishes to be otherwise
-const char* given_text;               // what the next call that makes a text is to make
+std::string given_text;               // the next profile path, if not empty
 
 // Which call that can be refused is, and which allocation; 0 for none. A scene's are counted from
 // where it says "begin".
@@ -37,7 +37,7 @@ struct Refusals {
     int allocations = 0, allocation = 0, next_allocation = 0;
     bool goes_on = false;  // all allocations from that one on
     std::string refused;   // the name of the call
-    const char* message = "injected";
+    std::string message = "injected";
 } refusals;
 
 // The tests' own blocks are not counted.
@@ -47,10 +47,8 @@ struct Outside {
 };
 
 template <typename Object>
-std::string kind_of() {
-    const std::string name = __PRETTY_FUNCTION__;
-    const size_t start = name.find("Object = ") + strlen("Object = ");
-    return name.substr(start, name.find_first_of(";]", start) - start);
+const char* kind_of() {
+    return strstr(typeid(Object*).name(), "Ort");
 }
 
 // Texts and numbers; a path on Windows is a wide text.
@@ -123,14 +121,12 @@ void after(OrtAllocator** given) {
     *given = &counting;
 }
 
-void give(OrtAllocator* allocator, char** text) {
-    if (given_text == nullptr) return;
+void after(OrtSession*, OrtAllocator* allocator, char** text) {
+    if (given_text.empty()) return;
     allocator->Free(allocator, *text);
-    *text = static_cast<char*>(allocator->Alloc(allocator, strlen(given_text) + 1));
-    strcpy(*text, std::exchange(given_text, nullptr));
+    *text = static_cast<char*>(allocator->Alloc(allocator, given_text.size() + 1));
+    strcpy(*text, std::exchange(given_text, "").c_str());
 }
-
-void after(OrtSession*, OrtAllocator* allocator, char** text) { give(allocator, text); }
 
 template <auto member>
 const char* name_of;
@@ -161,7 +157,7 @@ struct Watch<member, OrtStatus* (*)(Arguments...) noexcept> {
         }
         if (is_refused) {
             refusals.refused = name;
-            status = real->CreateStatus(ORT_FAIL, refusals.message);
+            status = real->CreateStatus(ORT_FAIL, refusals.message.c_str());
         }
         if (status != nullptr) ++live["OrtStatus"];
         return status;
@@ -219,14 +215,6 @@ bool is_refused_allocation() {
                              : refusals.allocations == refusals.allocation);
 }
 
-std::string leftovers() {
-    std::string text;
-    for (const auto& [kind, count] : live) {
-        if (count != 0) text += kind + " " + std::to_string(count) + "; ";
-    }
-    return text;
-}
-
 // How a refused call shows in a scene's answers, where it is not "NAME failed".
 std::map<std::string, std::string> shown_as;
 
@@ -251,51 +239,45 @@ void __wrap_free(void* block) {
 }
 
 // What the scripts played here can call besides; the head of watched.txt tells of it.
-ONNXRUNTIME_VN_API(const char*) onnxruntime_vn_calls(const char* end) {
+#define COMMAND(type, name) ONNXRUNTIME_VN_API(type) onnxruntime_vn_##name
+COMMAND(const char*, calls)(const char* end) {
     const Outside outside;
     static std::string text;
     text = std::exchange(log_of_calls, "");
     if (end != nullptr) text.resize(std::min(text.find(end), text.size()));
     return text.c_str();
 }
-ONNXRUNTIME_VN_API(void) onnxruntime_vn_begin() {
+COMMAND(void, begin)() {
     refusals.calls = refusals.allocations = 0;
     refusals.call = refusals.next_call;
     refusals.allocation = refusals.next_allocation;
 }
-ONNXRUNTIME_VN_API(void) onnxruntime_vn_refuse(Word k, const char* message) {
+COMMAND(void, refuse)(Word k, const char* message) {
     const Outside outside;
-    static std::string kept;
-    kept = message;
-    refusals.message = kept.c_str();
+    refusals.message = message;
     refusals.call = refusals.calls + static_cast<int>(k);
 }
-ONNXRUNTIME_VN_API(void) onnxruntime_vn_pretend(const char* what, Word truth) {
+COMMAND(void, pretend)(const char* what, Word truth) {
     const Outside outside;
     pretends[what] = truth != 0;
 }
-ONNXRUNTIME_VN_API(void) onnxruntime_vn_give(const char* text) {
+COMMAND(void, give)(const char* text) {
     const Outside outside;
-    static std::string kept;
-    kept = text;
-    given_text = kept.c_str();
+    given_text = text;
 }
-ONNXRUNTIME_VN_API(void) onnxruntime_vn_shown(const char* names, const char* as) {
+COMMAND(void, shown)(const char* name, const char* as) {
     const Outside outside;
-    for (const char* at = names; *at != '\0'; at += strspn(at, " ")) {
-        const size_t length = strcspn(at, " ");
-        shown_as[std::string(at, length)] = as;
-        at += length;
-    }
+    shown_as[name] = as;
 }
-ONNXRUNTIME_VN_API(const char*) onnxruntime_vn_provider_options(const char* text) {
+COMMAND(const char*, provider_options)(const char* text) {
     const Outside outside;
     static ProviderOptions list;
     static std::string got;
     got.clear();
     if (!vnort_parse_provider_options(text, &list)) return nullptr;
-    for (uint64_t i = 0; i < list.count; ++i)
+    for (uint64_t i = 0; i < list.count; ++i) {
         got += std::string(list.keys[i]) + "=" + list.values[i] + ";";
+    }
     return got.c_str();
 }
 }
@@ -322,68 +304,64 @@ const OrtApiBase* vnort_runtime_entry() {
 
 namespace {
 
-using Lines = std::vector<Line>;
+int failures;
 
-Player* player;
-int failed;
-
-void expect(bool truth, const std::string& where, const std::string& what) {
-    if (truth) return;
-    ++failed;
-    printf("%s: %.1000s\n", where.c_str(), what.c_str());
-}
-
-// All answers of a scene; `left` tells what lives before the handles are released and after.
-std::string play(const Lines& scene) {
-    player->answers = "|";
-    for (const Line& line : scene) failed += !player->play(line);
+// All answers of a scene, once it has left nothing behind.
+std::string play(Player& player, const Scene& scene, const std::string& circumstances) {
+    player.answers = "|";
+    for (const Line& line : scene.lines) failures += !player.play(line);
     refusals.call = refusals.allocation = 0;
     refusals.message = "injected";
-    player->close();
+    player.close();
     log_of_calls.clear();
-    return player->answers;
+    std::string left;
+    for (const auto& [kind, count] : std::exchange(live, {})) {
+        if (count != 0) left += " " + kind + " " + std::to_string(count);
+    }
+    failures += !left.empty();
+    if (!left.empty()) {
+        printf("%s: %s leaves behind:%s\n", scene.title.place.c_str(), circumstances.c_str(),
+               left.c_str());
+    }
+    return player.answers;
 }
 
-void expect_outcome(const Line& title, const std::string& what, bool is_right,
-                    const std::string& answers) {
-    expect(is_right, title.place, what + ": the answers do not show it as they should: " + answers);
-    expect(leftovers().empty(), title.place, what + ": left behind: " + leftovers());
-    live.clear();
+void expect(bool truth, const Scene& scene, const std::string& circumstances,
+            const std::string& answers) {
+    failures += !truth;
+    if (truth) return;
+    printf("%s: %s does not show in the answers as it should\n  got       %.1000s\n",
+           scene.title.place.c_str(), circumstances.c_str(), answers.c_str());
 }
 
-void play_refusing(const Line& title, const Lines& scene) {
-    player->compares = false;
-    const std::string all_well = play(scene);
-    const int last_call = refusals.calls, last_allocation = refusals.allocations;
-    for (refusals.next_call = 1; refusals.next_call <= last_call; ++refusals.next_call) {
-        const std::string answers = play(scene), name = refusals.refused;
-        const auto row = shown_as.find(name);
-        const std::string marker = row != shown_as.end() ? row->second : name + " failed";
-        const bool is_shown = answers != all_well && answers.find(marker) != std::string::npos;
-        expect_outcome(title,
-                       "call " + std::to_string(refusals.next_call) + ", " + name + ", refused",
-                       marker == "nowhere"   ? answers == all_well
-                       : marker == "somehow" ? answers != all_well
-                                             : is_shown,
-                       answers);
+void play_refusing(Player& player, const Scene& scene) {
+    const std::string all_well = play(player, scene, "the scene");
+    const int calls = refusals.calls, allocations = refusals.allocations;
+    for (refusals.next_call = 1; refusals.next_call <= calls; ++refusals.next_call) {
+        const std::string what = "refusing call " + std::to_string(refusals.next_call);
+        const std::string answers = play(player, scene, what);
+        const auto row = shown_as.find(refusals.refused);
+        const std::string mark = row != shown_as.end() ? row->second : refusals.refused + " failed";
+        expect(mark == "nowhere" ? answers == all_well
+                                 : answers != all_well && (mark == "somehow" ||
+                                                           answers.find(mark) != std::string::npos),
+               scene, what + ", " + refusals.refused + ",", answers);
     }
     refusals.next_call = 0;
-    for (int k = 2; k < 2 * last_allocation + 2; ++k) {
+    for (int k = 2; k < 2 * allocations + 2; ++k) {
         refusals.next_allocation = k / 2;
         refusals.goes_on = k % 2 != 0;
-        const std::string answers = play(scene);
+        const std::string what = "refusing allocation " + std::to_string(k / 2);
+        const std::string answers = play(player, scene, what);
         bool is_shown = false;
         for (const char* text : {"out of memory", "|0|", "failed to read string"}) {
             is_shown = is_shown || answers.find(text) != std::string::npos;
         }
-        expect_outcome(title, "allocation " + std::to_string(k / 2) + " refused",
-                       is_shown && answers != all_well, answers);
+        expect(is_shown && answers != all_well, scene, what, answers);
     }
     refusals.next_allocation = 0;
-    expect_outcome(title, "after all refusals", play(scene) == all_well, all_well);
-    player->compares = true;
-    printf("%s: %d calls, %d allocations refused\n", title.text.c_str(), last_call,
-           last_allocation);
+    expect(play(player, scene, "the scene") == all_well, scene, "having refused", all_well);
+    printf("%s: %d calls, %d allocations refused\n", scene.title.text.c_str(), calls, allocations);
 }
 
 }  // namespace
@@ -395,28 +373,13 @@ int main(int argc, char** argv) {
     real = reinterpret_cast<const OrtApiBase* (*)()>(entry)()->GetApi(24);
     table = *real;
     put_watchers();
-    Player first(nullptr, argv[2]);
-    player = &first;
-    std::ifstream script(argv[3]);
-    Line line, title;
-    Lines scene;
-    const auto finish = [&] {
-        if (title.text.find("refused") != std::string::npos) play_refusing(title, scene);
-        play(scene);
-        expect(leftovers().empty(), title.place, "left behind: " + leftovers());
-        scene.clear();
-        live.clear();
-    };
-    for (int number = 1; std::getline(script, line.text); ++number) {
-        line.place = std::string(argv[3]) + ":" + std::to_string(number);
-        if (line.text.rfind("== ", 0) == 0) {
-            finish();
-            title = line;
-        } else if (!line.text.empty() && line.text[0] != '#') {
-            scene.push_back(line);
-        }
+    Player player(nullptr, argv[2]);
+    for (const Scene& scene : read_script(argv[3])) {
+        player.compares = scene.title.text.find("refused") == std::string::npos;
+        if (!player.compares) play_refusing(player, scene);
+        player.compares = true;
+        play(player, scene, "the scene");
     }
-    finish();
-    printf("%zu calls played, %d failures\n", first.played, failed);
-    return failed > 0 || first.played == 0;
+    printf("%zu calls played, %d failures\n", player.played, failures);
+    return failures > 0 || player.played == 0;
 }
