@@ -20,7 +20,10 @@ CARRIED = "float32 float64 int8 int16 int32 int64 uint8 uint16 uint32 uint64 boo
 # ONNX Runtime by itself answers these otherwise than their data, to the bit as through the library, or at
 # random.
 OTHERWISE = """
-@@@
+bernoulli bernoulli_double bernoulli_double_expanded bernoulli_expanded bernoulli_seed bernoulli_seed_expanded
+dft dft_axis dft_inverse maxunpool_export_with_output_shape resize_downsample_scales_cubic_align_corners
+resize_downsample_scales_linear_align_corners stft stft_with_window training_dropout training_dropout_default
+training_dropout_default_mask training_dropout_mask
 """.split()
 
 
@@ -125,7 +128,7 @@ for model in sorted(pathlib.Path(sys.argv[2]).glob(f"{(sys.argv[3:] or ['*'])[0]
     except (AssertionError, UnicodeDecodeError, VornicError) as error:
         if str(error).startswith("CreateSession failed"):
             skipped["ONNX Runtime refuses the model"].append(test)
-        elif isinstance(error, AssertionError) and test in OTHERWISE:
+        elif isinstance(error, AssertionError) and test[len("test_"):] in OTHERWISE:
             skipped["ONNX Runtime by itself answers otherwise, or at random"].append(test)
         else:
             failed += 1
