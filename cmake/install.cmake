@@ -20,6 +20,12 @@ install(TARGETS onnxruntime_vornic EXPORT onnxruntime_vornic
     INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
 install(FILES "${PROJECT_SOURCE_DIR}/include/onnxruntime_vornic.h"
     DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+# Beside the library, where programs that load it by its path find it.
+set(beside_library "${CMAKE_INSTALL_LIBDIR}")
+if(WIN32)
+    set(beside_library "${CMAKE_INSTALL_BINDIR}")
+endif()
+install(FILES "${CMAKE_BINARY_DIR}/onnxruntime_vornic.cdef" DESTINATION "${beside_library}")
 if(VORNIC_TOOL)
     file(RELATIVE_PATH to_libraries "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
     set_target_properties(onnxruntime_vornic_run PROPERTIES

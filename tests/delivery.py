@@ -245,6 +245,7 @@ def check_contents(prefix):
     files = [path for path in prefix.rglob("*") if path.is_file()]
     check("files that name the checkout", [], [path for path in files if bytes(given.source) in path.read_bytes()])
     check("the script for authors of bindings", 1, sum(path.name == "script.txt" for path in files))
+    check("functions for languages that read C", [58], [path.read_text().count(");\n") for path in files if path.suffix == ".cdef"])
 
 
 def packages():

@@ -5,23 +5,13 @@
 -- Every chunk is the same; the answers differ by the detector's state, which each run hands on.
 local ffi = require("ffi")
 
-ffi.cdef [[
-typedef struct InferenceSession InferenceSession;
-typedef struct SessionOptions SessionOptions;
-typedef struct RunResult RunResult;
-const char* onnxruntime_vn_last_error(void);
-int32_t onnxruntime_vn_available(void);
-InferenceSession* onnxruntime_vn_create_session(const char*, const SessionOptions*);
-void onnxruntime_vn_release_session(InferenceSession*);
-RunResult* onnxruntime_vn_run_json(const InferenceSession*, const char*, const char*);
-const char* onnxruntime_vn_result_json(const RunResult*);
-float onnxruntime_vn_result_float_at(const RunResult*, int32_t);
-void onnxruntime_vn_release_result(RunResult*);
-]]
-
 local function load(path)
     -- By path: a bare name would be searched for, and another library or runtime could be found.
-    local library = ffi.load(path:find("[/\\]") and path or "./" .. path)
+    path = path:find("[/\\]") and path or "./" .. path
+    local library = ffi.load(path)
+    local declarations = assert(io.open(path:match("^.*[/\\]") .. "onnxruntime_vornic.cdef"))
+    ffi.cdef(declarations:read("*a"))
+    declarations:close()
     -- Fails on a null or a 0. A null is a cdata, which is true in Lua, but it equals nil. The error
     -- text means something after a failure only; ffi.string copies it.
     local function check(outcome)

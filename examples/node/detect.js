@@ -5,32 +5,22 @@
 // Every chunk is the same; the answers differ by the detector's state, which each run hands on.
 'use strict';
 
+const fs = require('node:fs');
 const path = require('node:path');
 const koffi = require('koffi');
 
-// Names for the prototypes. In JavaScript every handle is a BigInt, or null, and koffi takes any.
-koffi.opaque('InferenceSession');
-koffi.opaque('SessionOptions');
-koffi.opaque('RunResult');
-
-// A result of const char * is copied into a JavaScript string before the call returns.
-const PROTOTYPES = [
-    'const char *onnxruntime_vn_last_error()',
-    'int32_t onnxruntime_vn_available()',
-    'InferenceSession *onnxruntime_vn_create_session(const char *, const SessionOptions *)',
-    'void onnxruntime_vn_release_session(InferenceSession *)',
-    'RunResult *onnxruntime_vn_run_json(const InferenceSession *, const char *, const char *)',
-    'const char *onnxruntime_vn_result_json(const RunResult *)',
-    'void onnxruntime_vn_release_result(RunResult *)',
-];
-
 function load(file) {
     // By full path, so that no other library of this name, and no other runtime, is found.
-    const loaded = koffi.load(path.resolve(file));
+    const full = path.resolve(file);
+    const loaded = koffi.load(full);
     const library = {};
-    for (const prototype of PROTOTYPES) {
-        const name = prototype.match(/onnxruntime_vn_(\w+)/)[1];
-        library[name] = loaded.func(prototype);
+    // One type or function a line. In JavaScript every handle is a BigInt, or null; a result of
+    // const char * is copied into a JavaScript string before the call returns.
+    const cdef = fs.readFileSync(path.join(path.dirname(full), 'onnxruntime_vornic.cdef'), 'utf8');
+    for (const line of cdef.trim().split('\n')) {
+        const [, name] = line.match(/(?:struct |onnxruntime_vn_)(\w+)/);
+        if (line.startsWith('typedef')) koffi.opaque(name);
+        else library[name] = loaded.func(line.slice(0, -1));
     }
     // Hands on a handle or a 1. The error text means something after a failure only.
     library.check = (outcome) => {

@@ -6,20 +6,6 @@
 // Every chunk is the same; the answers differ by the detector's state, which each run hands on.
 declare(strict_types=1);
 
-// A result of const char * is copied into a PHP string before the call returns.
-const DECLARATIONS = <<<'C'
-typedef struct InferenceSession InferenceSession;
-typedef struct SessionOptions SessionOptions;
-typedef struct RunResult RunResult;
-const char* onnxruntime_vn_last_error(void);
-int32_t onnxruntime_vn_available(void);
-InferenceSession* onnxruntime_vn_create_session(const char*, const SessionOptions*);
-void onnxruntime_vn_release_session(InferenceSession*);
-RunResult* onnxruntime_vn_run_json(const InferenceSession*, const char*, const char*);
-const char* onnxruntime_vn_result_json(const RunResult*);
-void onnxruntime_vn_release_result(RunResult*);
-C;
-
 function load(string $path): FFI
 {
     // By full path, so that no other library of this name, and no other runtime, is found.
@@ -27,7 +13,9 @@ function load(string $path): FFI
     if ($file === false) {
         throw new RuntimeException("$path does not exist");
     }
-    $library = FFI::cdef(DECLARATIONS, $file);
+    // A result of const char * is copied into a PHP string before the call returns.
+    $declarations = file_get_contents(dirname($file) . '/onnxruntime_vornic.cdef');
+    $library = FFI::cdef($declarations, $file);
     check($library, $library->onnxruntime_vn_available());
     return $library;
 }

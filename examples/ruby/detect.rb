@@ -12,24 +12,22 @@ require "json"
 class VornicError < StandardError; end
 
 class Library
-  POINTER = Fiddle::TYPE_VOIDP
-  TEXT = Fiddle::TYPE_CONST_STRING # As a result, copied into a String before the call returns.
-
-  FUNCTIONS = {
-    last_error: [TEXT],
-    available: [Fiddle::TYPE_INT32_T],
-    create_session: [POINTER, TEXT, POINTER],
-    release_session: [Fiddle::TYPE_VOID, POINTER],
-    run_json: [POINTER, POINTER, TEXT, TEXT],
-    result_json: [TEXT, POINTER],
-    release_result: [Fiddle::TYPE_VOID, POINTER]
-  }.freeze
+  # A result of CONST_STRING is copied into a String before the call returns.
+  TYPES = {
+    "void" => Fiddle::TYPE_VOID,
+    "int32_t" => Fiddle::TYPE_INT32_T,
+    "float" => Fiddle::TYPE_FLOAT,
+    "const char*" => Fiddle::TYPE_CONST_STRING
+  }.tap { |types| types.default = Fiddle::TYPE_VOIDP }.freeze
 
   def initialize(path)
     # By full path, so that no other library of this name, and no other runtime, is found.
-    loaded = Fiddle.dlopen(File.expand_path(path))
-    FUNCTIONS.each do |name, (result, *arguments)|
-      function = Fiddle::Function.new(loaded["onnxruntime_vn_#{name}"], arguments, result)
+    path = File.expand_path(path)
+    loaded = Fiddle.dlopen(path)
+    File.read("#{File.dirname(path)}/onnxruntime_vornic.cdef")
+        .scan(/^(.*?) ?onnxruntime_vn_(\w+)\((.*)\);/) do |result, name, arguments|
+      kinds = arguments.scan(/([^,]*[ *])\w+/).map { |(type)| TYPES[type.strip] }
+      function = Fiddle::Function.new(loaded["onnxruntime_vn_#{name}"], kinds, TYPES[result])
       define_singleton_method(name) { |*values| function.call(*values) }
     end
     check(available)
@@ -74,6 +72,6 @@ end
 abort "usage: detect.rb MODEL LIBRARY" if ARGV.length != 2
 begin
   detect(Library.new(ARGV[1]), ARGV[0])
-rescue VornicError, Fiddle::DLError => e
+rescue VornicError, Fiddle::DLError, SystemCallError => e
   abort "detect: #{e.message}"
 end
