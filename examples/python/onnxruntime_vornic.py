@@ -206,6 +206,11 @@ class Result(_Handle):
         super().__init__(library, handle, library._release_result)
 
     @property
+    def text(self):
+        """The outputs as the library wrote them."""
+        return self.library._result_json(self.handle).decode(errors="replace")
+
+    @property
     def outputs(self):
         """Every output by name: dtype, shape and data, or error."""
         return _parsed(self.library._result_json(self.handle), "result")["outputs"]
