@@ -7,6 +7,9 @@
 // printed, when it cannot be had.
 void* find_function(const char* library, const char* name);
 
+// Unloads the library of this path, however often find_function has loaded it.
+void unload(const char* library);
+
 // The end of size readable bytes, rounded up to pages, behind which the next byte cannot be read;
 // null when they cannot be had.
 char* end_of_pages(size_t size);

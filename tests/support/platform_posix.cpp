@@ -12,6 +12,13 @@ void* find_function(const char* library, const char* name) {
     return function;
 }
 
+void unload(const char* library) {
+    while (void* loaded = dlopen(library, RTLD_NOW | RTLD_NOLOAD)) {
+        dlclose(loaded);
+        dlclose(loaded);
+    }
+}
+
 char* end_of_pages(size_t size) {
     const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
     size = (size + page - 1) / page * page;

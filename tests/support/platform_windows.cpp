@@ -10,6 +10,10 @@ void* find_function(const char* library, const char* name) {
     return function;
 }
 
+void unload(const char* library) {
+    while (const HMODULE loaded = GetModuleHandleA(library)) FreeLibrary(loaded);
+}
+
 char* end_of_pages(size_t size) {
     constexpr size_t kPage = 4096;
     size = (size + kPage - 1) / kPage * kPage;
