@@ -88,3 +88,23 @@ def draw(sweep):
     return (f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {width} {height}" '
             f'style="{STYLE}">\n<rect width="{width}" height="{height}" fill="white"/>\n'
             + "\n".join(parts) + "\n</svg>\n")
+
+
+def bars(rows, series, title):
+    """Bars: rows of a name and a number for each of the series, whose colours are as above."""
+    colours, thick, width = ["#0072b2", "#d55e00"], 12, 420
+    longest = max(value for _, values in rows for value in values)
+    parts, y, left = [text(150, TOP - 14, title, "start")], TOP, 150
+    for name, values in rows:
+        parts.append(text(left - 6, y + thick + 4, name, "end"))
+        for value, colour in zip(values, colours):
+            length = round(width * value / longest, 1)
+            parts.append(f'<rect x="{left}" y="{y}" width="{length}" height="{thick - 2}" fill="{colour}"/>')
+            parts.append(text(left + length + 4, y + 9, f"{value:,.0f}", "start"))
+            y += thick
+        y += 10
+    for i, name in enumerate(series):
+        parts.append(f'<rect x="{left + 90 * i}" y="{y}" width="12" height="10" fill="{colours[i]}"/>')
+        parts.append(text(left + 90 * i + 18, y + 9, name, "start"))
+    return (f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {left + width + 60} {y + 24}" '
+            f'style="{STYLE}">\n<rect width="100%" height="100%" fill="white"/>\n' + "\n".join(parts) + "\n</svg>\n")
