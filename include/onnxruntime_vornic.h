@@ -21,18 +21,21 @@
  *    for each of them; 65,535 bytes for each result text. What exceeds a limit inside a
  *    JSON text is refused with a message; any other text that is stored, and every text that is
  *    returned, is cut to its limit without notice.
- * 6. Threads: the library starts none and takes no locks. The last-error text, the binding to the
- *    runtime and the providers text are shared by the process. Calls from several threads are
- *    serialised by the caller, with this exception: once a session exists, several threads may run
- *    it at the same time, and read and release their results; the last-error text is unreliable
- *    while they do. Such runs may share a FloatTensor and run options, and several threads may read
- *    one RunResult. Every other handle is used by one thread at a time, not always the same one,
- *    and none is released while it is in use.
+ * 6. Threads: the library starts none and takes no locks. The binding to the runtime, the last-error
+ *    text and the providers text are shared by the process. Once onnxruntime_vn_available has
+ *    succeeded, every thread may make, use and release handles of its own, sessions included, while
+ *    others do the same; and several threads may run one session, share a FloatTensor or run
+ *    options between runs, and read one RunResult. Every other handle is used by one thread at a
+ *    time, not always the same one, and none is released while it is in use. The last-error text is
+ *    a hint then: it may be another thread's. Listing the providers is serialised by the caller,
+ *    and so are runs of several sessions on a GPU.
  * 7. Nothing happens when the library is loaded or unloaded, and nothing has to be shut down. The
  *    first call that needs ONNX Runtime binds it (version 24 of its API, that is ONNX Runtime 1.24
  *    or later); a failed attempt is repeated by the next such call. Nothing that a text holds takes
  *    the process down; pointers must be null or valid. What ONNX Runtime does with a model or a
- *    provider is its own: appending a provider that the machine cannot use may fail, or hang.
+ *    provider is its own: appending a provider that the machine cannot use may fail, or hang, and
+ *    a GPU provider can end the process or overwrite memory where the CPU fails
+ *    (docs/surprises.md, On a GPU).
  *
  * JSON TENSORS
  *
