@@ -1,6 +1,6 @@
 // Plays a script over the built library, in a process whose locale has decimal commas:
 //
-//     play [--host STATE] [--rounds N] LIBRARY MODELS SCRIPT
+//     play [--host STATE] [--provider NAME] [--rounds N] LIBRARY MODELS SCRIPT
 //
 // --host STATE: every call finds this floating-point state (traps, flush, up, down or zero) and must
 // leave it so. SCRIPT may be - for standard input, each of whose lines is then answered by one.
@@ -82,15 +82,18 @@ bool has_decimal_comma() {
 int main(int argc, char** argv) {
     setvbuf(stdout, nullptr, _IONBF, 0);  // for the case that the process ends early
     const char* host_state = nullptr;
+    const char* provider = nullptr;
     int rounds = 1;
     int at = 1;
     for (; at + 1 < argc && argv[at][0] == '-' && argv[at][1] == '-'; at += 2) {
         if (strcmp(argv[at], "--host") == 0) host_state = argv[at + 1];
+        if (strcmp(argv[at], "--provider") == 0) provider = argv[at + 1];
         if (strcmp(argv[at], "--rounds") == 0) rounds = atoi(argv[at + 1]);
     }
     if (argc != at + 3 || !has_decimal_comma()) return puts("play: usage, or no such locale"), 2;
     if (host_state != nullptr || rounds > 1) thread_rounds = 100;
     Player player(argv[at], argv[at + 1], host_state);
+    player.provider = provider;
     size_t failed = 0;
     if (strcmp(argv[at + 2], "-") == 0) return play_input(player) > 0;
     failed +=

@@ -42,6 +42,7 @@ public:
     std::map<std::string, std::string> words;  // what lines "NAME: text" have given
     std::string answers;                       // all that came, each answer behind a bar
     bool compares = true;                      // else lines are played for their answers
+    const char* provider = nullptr;            // appended to the options of every session
     bool is_alone = true;                      // else the last error may be another thread's
     size_t played = 0;
 
@@ -52,6 +53,7 @@ private:
     bool play_step(const Line& line, const std::string& text);
     Word argument(const std::string& word, std::vector<void*>& blocks);
     std::string call(const Step& step);
+    Word with_provider(Word options);
     [[noreturn]] void stop(const std::string& why);
     void hold(const std::string& kind, Word handle);
     void* look_up(const std::string& name);
