@@ -47,15 +47,15 @@ int32_t vnort_parse_number_array_double(const char* text, double* numbers, int64
     if (count == nullptr) return 0;
     *count = 0;
     if (numbers == nullptr) return 0;
-    return vnort_read_numbers(text, capacity, count,
+    return vnort_read_numbers(text, nullptr, capacity, count,
                               [&](int64_t i, double number) { numbers[i] = number; });
 }
 
-uint64_t vnort_number_array_bound(const char* text) {
+NumberArrayExtent vnort_number_array_extent(const char* text) {
     const char* from = text != nullptr ? strchr(text, '[') : nullptr;
-    if (from == nullptr) return 0;
-    uint64_t commas = vnort_count_commas(from);
-    return commas < kMaxElements ? commas + 1 : kMaxElements;
+    if (from == nullptr) return {0, nullptr};
+    const CommaCount commas = vnort_count_commas(from);
+    return {commas.count < kMaxElements ? commas.count + 1 : kMaxElements, commas.end};
 }
 
 int32_t vnort_parse_string_array(const char* text, const Name* names, uint64_t name_count,

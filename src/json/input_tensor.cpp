@@ -89,16 +89,17 @@ int32_t read_string_data(const char* data_key, InputTensor* entry) {
 
 // Numbers go straight into the tensor's block, which their commas foretell but for one at the end.
 int32_t read_numeric_data(const char* data_key, uint32_t element_size, InputTensor* entry) {
-    uint64_t bound = vnort_number_array_bound(data_key);
-    if (bound == 0) return 0;
-    HeapBlock<void> data(calloc(bound, element_size));
+    const NumberArrayExtent extent = vnort_number_array_extent(data_key);
+    if (extent.bound == 0) return 0;
+    HeapBlock<void> data(calloc(extent.bound, element_size));
     if (data == nullptr) return vnort_fail("out of memory");
     uint64_t count = 0;
     int32_t is_read = 0;
     vnort_visit_numeric(entry->element_type, [&](auto element) {
         auto* elements = static_cast<decltype(element)*>(data.get());
         auto store = [=](int64_t i, double number) { vnort_convert(number, &elements[i]); };
-        is_read = vnort_read_numbers(data_key, static_cast<int64_t>(bound), &count, store);
+        is_read = vnort_read_numbers(data_key, extent.end, static_cast<int64_t>(extent.bound),
+                                     &count, store);
     });
     if (!is_read) return 0;
     entry->element_count = count;

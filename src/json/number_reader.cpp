@@ -4,22 +4,15 @@
 
 #include <bit>
 
-#include "json/exact_compare.h"
-#include "json/power_of_ten.h"
+#include "json/decimal_rounding.h"
 
 namespace {
 
-// Doubles as bits: adding 1 to the bits of a finite one gives the next, the last one's is infinity.
-constexpr int kFractionBits = 52;
-constexpr int kLeastExponent = -1074;  // of the last bit of a subnormal
-constexpr uint64_t kInfinity = 0x7ff0000000000000;
 constexpr uint64_t kQuietNan = 0x7ff8000000000000;
 
 // An exponent past this one decides alone whether a number is 0 or infinite, yet leaves room to
 // add the number of digits of any text.
 constexpr int64_t kHugeExponent = 1000000000000000000;
-
-constexpr int kWordDigits = 19;  // any 19 digits fit into 64 bits
 
 struct PowersOfTenDouble {
     double power[23];  // up to 10^22 they are exact
@@ -82,107 +75,8 @@ Exponent take_exponent(const char* const p) {
     return {negative ? -value : value, end};
 }
 
-// The exponent of the last bit that a double keeps of a number in [2^top, 2^(top + 1)).
-int last_bit_exponent(int top) {
-    return top - kFractionBits > kLeastExponent ? top - kFractionBits : kLeastExponent;
-}
-
-// The double significand * 2^last_bit. The significand may have grown to 2^53 by rounding, and its
-// leading bit is added to the exponent's; both carry into the right place.
-uint64_t double_bits(uint64_t significand, int last_bit) {
-    const uint64_t bits =
-        (static_cast<uint64_t>(last_bit - kLeastExponent) << kFractionBits) + significand;
-    return bits < kInfinity ? bits : kInfinity;
-}
-
 NumberRead signed_number(uint64_t bits, bool negative, const char* end) {
     return {std::bit_cast<double>(bits | static_cast<uint64_t>(negative) << 63), end};
-}
-
-// The digits of a decimal as an integer, and the exponent that goes with it. A half way point
-// between doubles has at most 767 significant digits; of the digits after the 800th it only matters
-// whether one is not 0, and a 1 in their place says so.
-BigNatural read_all_digits(const char* digits, int64_t count, int64_t& exponent) {
-    constexpr int64_t kKeptDigits = 800;
-    BigNatural number(0);
-    int64_t kept = 0;
-    uint64_t chunk = 0;
-    uint64_t power = 1;
-    bool rest = false;
-    for (int64_t i = 0; i < count; ++digits) {
-        if (*digits == '.') continue;
-        ++i;
-        if (kept == kKeptDigits) {
-            rest = rest || *digits != '0';
-            continue;
-        }
-        ++kept;
-        chunk = chunk * 10 + static_cast<uint64_t>(*digits - '0');
-        power *= 10;
-        if (kept % kWordDigits == 0) {
-            number.multiply_add(power, chunk);
-            chunk = 0;
-            power = 1;
-        }
-    }
-    number.multiply_add(power, chunk);
-    exponent += count - kept;
-    if (rest) {
-        number.multiply_add(10, 1);
-        --exponent;
-    }
-    return number;
-}
-
-// A decimal as its text has it: count digits, perhaps a point among them, times 10^exponent. word
-// holds the first 19 digits; if there are more, the first one is not 0.
-struct Decimal {
-    const char* digits;
-    int64_t count;
-    int64_t exponent;
-    uint64_t word;
-};
-
-// Rounds to significand * 2^last_bit or to the double below, whichever is nearer.
-[[gnu::noinline]] uint64_t decide_exactly(const Decimal& decimal, uint64_t significand,
-                                          int last_bit) {
-    int64_t exponent = decimal.exponent;
-    const BigNatural digits = read_all_digits(decimal.digits, decimal.count, exponent);
-    const int order = vnort_compare_exactly(digits, static_cast<int>(exponent), 2 * significand - 1,
-                                            last_bit - 1);
-    const bool up = order > 0 || (order == 0 && significand % 2 == 0);
-    return double_bits(up ? significand : significand - 1, last_bit);
-}
-
-// Rounds to the nearest double. The first 19 digits times a power of ten cut to 128 bits give a
-// lower and an upper bound, which nearly always round to the same double; then that is the one.
-// Otherwise a half way point lies between them and the exact comparison with it decides.
-uint64_t round_decimal(const Decimal& decimal) {
-    const bool cut = decimal.count > kWordDigits;
-    const int64_t power = decimal.exponent + (cut ? decimal.count - kWordDigits : 0);
-    // 10^19 * 10^-343 is less than half the least subnormal.
-    if (decimal.word == 0 || power < kLeastPowerOfTen) return 0;
-    if (power > 308) return kInfinity;
-
-    const int zeros = std::countl_zero(decimal.word);
-    const ScaledNumber low =
-        vnort_scale_by_power_of_ten(decimal.word << zeros, static_cast<int>(power));
-    const int exponent = low.exponent - zeros;
-    // Digits left out are worth less than one unit of the word, which is then at least 10^18, so
-    // less than 2^-59 of the number.
-    const uint128_t uncertainty = cut ? (low.bits >> 59) + 2 : 2;
-
-    const int top = exponent + 124 + static_cast<int>(low.bits >> 125);
-    const int last_bit = last_bit_exponent(top);
-    const int dropped = last_bit - exponent - 64;  // of the high words; 8 for most numbers
-    if (dropped > 63) return 0;
-    const uint64_t half = uint64_t{1} << (dropped - 1);
-    const uint128_t low_sum = low.bits + (static_cast<uint128_t>(half) << 64);
-    const uint64_t low_high = static_cast<uint64_t>(low_sum >> 64);
-    const uint64_t above = static_cast<uint64_t>((low_sum + uncertainty) >> 64) >> dropped;
-    const bool maybe_tie = (low_high & (2 * half - 1)) == 0 && static_cast<uint64_t>(low_sum) == 0;
-    if (low_high >> dropped == above && !maybe_tie) return double_bits(above, last_bit);
-    return decide_exactly(decimal, above, last_bit);
 }
 
 // Rounds a decimal of more than 19 digits, leading zeros among them. It starts at p.
@@ -190,7 +84,7 @@ uint64_t round_decimal(const Decimal& decimal) {
     for (; count > 0 && (*p == '0' || *p == '.'); ++p) count -= *p == '0';
     Decimal decimal = {p, count, exponent, 0};
     for (int64_t i = 0; i < count && i < kWordDigits; ++p) i += append_digit(*p, decimal.word);
-    return round_decimal(decimal);
+    return vnort_round_decimal(decimal);
 }
 
 struct Hexadecimal {
@@ -227,7 +121,7 @@ uint64_t round_hexadecimal(const Hexadecimal& hexadecimal) {
     const int64_t top = hexadecimal.exponent + 63 - zeros;
     if (top > 1023) return kInfinity;
     if (top < kLeastExponent - 1) return 0;
-    const int last_bit = last_bit_exponent(static_cast<int>(top));
+    const int last_bit = vnort_last_bit_exponent(static_cast<int>(top));
     // Below the word's 64 bits stands one more for the rest.
     const uint128_t number = static_cast<uint128_t>(hexadecimal.word << zeros) << 1 |
                              static_cast<uint128_t>(hexadecimal.rest);
@@ -236,7 +130,7 @@ uint64_t round_hexadecimal(const Hexadecimal& hexadecimal) {
     const uint128_t below = number & (2 * half - 1);
     uint64_t significand = static_cast<uint64_t>(number >> dropped);
     significand += below > half || (below == half && significand % 2 != 0);
-    return double_bits(significand, last_bit);
+    return vnort_double_bits(significand, last_bit);
 }
 
 // A hexadecimal number, x being its letter; without a digit after it, the 0 before it.
@@ -316,5 +210,5 @@ NumberRead vnort_read_number(const char* first) {
                                           : number * kExactDoubles.power[exponent];
         return signed_number(std::bit_cast<uint64_t>(value), negative, p);
     }
-    return signed_number(round_decimal({whole, count, exponent, word}), negative, p);
+    return signed_number(vnort_round_decimal({whole, count, exponent, word}), negative, p);
 }

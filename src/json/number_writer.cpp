@@ -99,6 +99,18 @@ Decimal round_to_digits(uint64_t bits) {
     return {digits, exponent};
 }
 
+// Three digits as text, and a zero byte.
+struct Triples {
+    uint32_t text[1000];
+};
+constexpr Triples kTriples = [] {
+    Triples triples{};
+    for (uint32_t i = 0; i < 1000; ++i) {
+        triples.text[i] = 0x303030 + (i / 100 | i / 10 % 10 << 8 | i % 10 << 16);
+    }
+    return triples;
+}();
+
 char* write_exponent(char* p, int exponent) {
     *p++ = 'e';
     *p++ = exponent < 0 ? '-' : '+';
@@ -150,7 +162,7 @@ char* lay_out(char* first, Decimal decimal) {
 }
 
 template <int kDigits>
-char* write_general(char* first, double value) {
+[[gnu::noinline]] char* write_general(char* first, double value) {
     constexpr uint64_t kInfinity = 0x7ff0000000000000;
     const uint64_t bits = std::bit_cast<uint64_t>(value);
     const uint64_t magnitude = bits & ~(uint64_t{1} << 63);
@@ -168,6 +180,45 @@ char* write_general(char* first, double value) {
     return lay_out<kDigits>(p, round_to_digits<kDigits>(magnitude));
 }
 
+// The nine digits of a float32: the leading one, and the other eight as a word of text.
+struct NineDigits {
+    char leading;
+    uint64_t tail;
+};
+
+NineDigits split_nine_digits(uint64_t digits) {
+    const uint64_t upper = digits * 1125899907 >> 50;  // digits / 10^6, for all below 2^30
+    const uint64_t lower = digits - upper * 1000000;
+    const uint64_t middle = lower * 4294968 >> 32;  // lower / 1000, for all below 10^6
+    const uint32_t first = kTriples.text[upper];
+    const uint64_t tail = first >> 8 | uint64_t{kTriples.text[middle]} << 16 |
+                          uint64_t{kTriples.text[lower - middle * 1000]} << 40;
+    return {static_cast<char>(first), tail};
+}
+
+// Lays nine digits out as %g does; a leading 0 is the number 0. Words are stored whole here too, and
+// what is written behind the end costs less than a branch that goes both ways.
+char* lay_out_nine(char* p, const NineDigits& digits, int x) {
+    const uint64_t rest = digits.tail - kZeros;
+    const int tail = (71 - std::countl_zero(rest | 1)) / 8 - int{rest == 0};  // without zeros
+    if (x >= -4 && x <= 0) [[likely]] {
+        store(p, uint64_t{0x303030303030'2e30});  // "0.000000"
+        p[(1 - x) & (x >> 31)] = digits.leading;  // at the start where x is 0
+        store(p + 2 - x, digits.tail);
+        return p + 2 - x + tail - int{(x | tail) == 0};
+    }
+    p[0] = digits.leading;
+    if (x > 0 && x <= 8) {
+        store(p + 1, digits.tail);
+        store(p + x + 2, digits.tail >> (8 * x & 63));
+        p[x + 1] = '.';
+        return p + (tail <= x ? x + 1 : tail + 2);
+    }
+    p[1] = '.';
+    store(p + 2, digits.tail);
+    return write_exponent(p + (tail == 0 ? 1 : tail + 2), x);
+}
+
 char* write_eight_digits(char* first, uint64_t number) {
     store(first, eight_digits(number) + kZeros);
     return first + 8;
@@ -181,7 +232,17 @@ char* write_up_to_eight_digits(char* first, uint64_t number) {
     return first + 8 - zeros;
 }
 
+// Up to three digits without leading zeros; with a length of 6, three more.
+char* write_triple(char* first, uint64_t upper, uint64_t lower, int length) {
+    const int zeros = int{upper < 100} + int{upper < 10};
+    const uint64_t text = kTriples.text[upper] | uint64_t{kTriples.text[lower]} << 24;
+    store(first, text >> (8 * zeros));
+    return first + length - zeros;
+}
+
 char* write_integer(char* first, uint64_t number) {
+    if (number < 1000) return write_triple(first, number, 0, 3);
+    if (number < 1000000) return write_triple(first, number / 1000, number % 1000, 6);
     if (number < kTenTo8) return write_up_to_eight_digits(first, number);
     const uint64_t upper = number / kTenTo8;
     if (upper < kTenTo8) {
@@ -195,8 +256,26 @@ char* write_integer(char* first, uint64_t number) {
 
 }  // namespace
 
+// One multiplication by the binade's factor. Where the fraction that is left is so near to a half that
+// what the factor lacks could matter, or is a half, the way for all numbers decides.
 char* vnort_write_float32(char* first, float value) {
-    return write_general<9>(first, static_cast<double>(value));
+    const uint32_t bits = std::bit_cast<uint32_t>(value);
+    const uint32_t magnitude = bits & 0x7fffffff;
+    const uint32_t binade = magnitude >> 23;
+    const uint32_t scale = 2 * binade + (magnitude >= kBinadeScales.second[binade]);
+    const uint64_t significand = (magnitude & 0x7fffff) | 0x800000;
+    const uint128_t product =
+        static_cast<uint128_t>(significand << 8) * kBinadeScales.factor[scale];
+    const uint64_t fraction = static_cast<uint64_t>(product);
+    const int exponent = kBinadeScales.exponent[scale];
+    constexpr uint64_t kHalf = uint64_t{1} << 63;
+    constexpr uint64_t kShort = uint64_t{1} << 32;
+    if (exponent == kNoScale || fraction - (kHalf - kShort) <= kShort) [[unlikely]] {
+        return write_general<9>(first, static_cast<double>(value));
+    }
+    const uint64_t digits = static_cast<uint64_t>(product >> 64) + (fraction >> 63);
+    *first = '-';
+    return lay_out_nine(first + (bits >> 31), split_nine_digits(digits), exponent);
 }
 
 char* vnort_write_float64(char* first, double value) { return write_general<17>(first, value); }

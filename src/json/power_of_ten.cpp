@@ -83,6 +83,48 @@ constexpr bool log2_is_exact() {
 }
 static_assert(log2_is_exact());
 
+constexpr uint64_t binade_factor(const PowerOfTen& power, int log2, int binade) {
+    const int dropped = 127 - log2 - (binade - 150 + 64 - 8);
+    return static_cast<uint64_t>((static_cast<uint128_t>(power.high) << 64 | power.low) >> dropped);
+}
+
+// The least significand whose nine digits, rounded, are ten; 2^24 if there is none.
+constexpr uint32_t first_of_ten_digits(uint64_t factor) {
+    uint32_t least = 1 << 23;
+    uint32_t end = 1 << 24;
+    while (least < end) {
+        const uint32_t middle = (least + end) / 2;
+        const uint128_t product = static_cast<uint128_t>(uint64_t{middle} << 8) * factor;
+        if (static_cast<uint64_t>((product + (uint64_t{1} << 63)) >> 64) >= 1000000000) {
+            end = middle;
+        } else {
+            least = middle + 1;
+        }
+    }
+    return least;
+}
+
+// Zero has a factor of 0; subnormals, infinities and NaNs have none.
+constexpr BinadeScales make_binade_scales(const PowerOfTenTable& powers) {
+    BinadeScales scales{};
+    scales.second[0] = 1;
+    scales.exponent[1] = scales.exponent[510] = scales.exponent[511] = kNoScale;
+    for (int binade = 1; binade < 255; ++binade) {
+        const int exponent = ((binade - 127) * 78913) >> 18;  // floor(log10(2^(binade - 127)))
+        for (int i = 0; i < 2; ++i) {
+            const int power = 8 - exponent - i;
+            scales.factor[2 * binade + i] =
+                binade_factor(powers[power], vnort_power_of_ten_log2(power), binade);
+            scales.exponent[2 * binade + i] = static_cast<int8_t>(exponent + i);
+        }
+        const uint32_t significand = first_of_ten_digits(scales.factor[2 * binade]);
+        scales.second[binade] =
+            (static_cast<uint32_t>(binade) << 23) + (significand - (uint32_t{1} << 23));
+    }
+    return scales;
+}
+
 }  // namespace
 
 constexpr PowerOfTenTable kPowersOfTen = make_powers_of_ten();
+constexpr BinadeScales kBinadeScales = make_binade_scales(kPowersOfTen);

@@ -45,3 +45,16 @@ inline ScaledNumber vnort_scale_by_power_of_ten(uint64_t w, int q) {
     const uint128_t product = static_cast<uint128_t>(w) * power.high + (low >> 64);
     return {product >> 2, vnort_power_of_ten_log2(q) - 61};
 }
+
+// What makes nine digits of a float32 by one multiplication. A float is m * 2^(b - 150), with m in
+// [2^23, 2^24) and b the binade in its bits; (m << 8) * factor is then its nine digits with 64 bits
+// of fraction, short by less than 2^32 of those, since the factor is cut off. A binade has two
+// factors, as a power of ten may lie within it.
+struct BinadeScales {
+    uint32_t second[256];  // the bits of the first float that takes the second factor
+    uint64_t factor[512];
+    int8_t exponent[512];  // of ten, of the first of the nine digits; kNoScale for what has none
+};
+inline constexpr int kNoScale = 127;
+
+extern const BinadeScales kBinadeScales;

@@ -42,10 +42,10 @@ const char* vnort_find_mark(const char* at) {
     return at;
 }
 
-uint64_t vnort_count_commas(const char* at) {
+CommaCount vnort_count_commas(const char* at) {
     uint64_t commas = 0;
     for (; !begins_block(at); ++at) {
-        if (ends_array(*at)) return commas;
+        if (ends_array(*at)) return {commas, at};
         commas += *at == ',';
     }
     __m128i sums = _mm_setzero_si128();  // of the lower and of the upper half of the blocks
@@ -56,5 +56,5 @@ uint64_t vnort_count_commas(const char* at) {
     uint64_t halves[2];
     _mm_storeu_si128(static_cast<__m128i*>(static_cast<void*>(halves)), sums);
     for (; !ends_array(*at); ++at) commas += *at == ',';
-    return commas + halves[0] + halves[1];
+    return {commas + halves[0] + halves[1], at};
 }

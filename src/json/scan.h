@@ -40,5 +40,9 @@ bool vnort_read_quoted(const char** at, char* to, size_t capacity, size_t* lengt
 // The next double quote, '{' or terminator.
 const char* vnort_find_mark(const char* at);
 
-// The commas before the next ']' or the terminator.
-uint64_t vnort_count_commas(const char* at);
+// The commas before the next ']' or the terminator, and where that is.
+struct CommaCount {
+    uint64_t count;
+    const char* end;
+};
+CommaCount vnort_count_commas(const char* at);

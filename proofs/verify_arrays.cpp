@@ -1,0 +1,178 @@
+// Compares the block reader with the number reader over whole arrays, malformed ones among them: see
+// scripts/verify-numbers, which builds and runs this. The same array is read with blocks and without,
+// and the doubles, the count and the error must be the same. Each stands once directly before an
+// unreadable page and once directly behind one.
+//
+//   verify_arrays seed numbers
+
+#include <onnxruntime_c_api.h>
+#include <stdint.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/mman.h>
+
+#include <bit>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "core/last_error.h"
+#include "json/array_reader.h"
+
+const OrtApi* g_api;  // for the last error's text, which no refusal of ONNX Runtime reaches here
+
+namespace {
+
+using Random = std::mt19937_64;
+
+constexpr size_t kRoom = 1 << 16;  // of a text, in bytes
+constexpr int kKinds = 16;
+
+template <typename... Values>
+std::string print(const char* format, Values... values) {
+    char text[400];
+    snprintf(text, sizeof text, format, values...);
+    return text;
+}
+
+double uniform(Random& random) {
+    return static_cast<double>(static_cast<int64_t>(random())) / 9223372036854775808.0;
+}
+
+std::string item(int kind, Random& random) {
+    const double number = uniform(random);
+    const unsigned long long word = random() >> (random() % 64);
+    const int digits = 1 + static_cast<int>(random() % 20);
+    switch (kind) {
+        case 0: return print("%.9g", static_cast<double>(static_cast<float>(number)));
+        case 1: return print("%.*f", digits % 8, number * 100);
+        case 2: return print("%.17g", number);
+        case 3: return print("%.*g", digits, number * 1e6);
+        case 4: return print("%llu", word % 2);
+        case 5: return print("%llu", word % 30522);
+        case 6: return print("-%llu", word);
+        case 7: return print("%.9g", std::bit_cast<double>(word));
+        case 8: return print("%llu.%llu", word % 100, static_cast<unsigned long long>(random()));
+        case 9: return print("%0*llu", digits, word);
+        case 10: return print("%.*e", digits % 18, number);
+        case 11: return print("0x%llxp-%d", word, digits);
+        case 12: return print("%.*f", 10 + digits, number);
+        case 13: return print("%llu.", word % 1000) + std::string(random() % 3, '0');
+        case 14: return print("0.%0*d%llu", digits % 9, 0, word);
+        default: {
+            static const char* const words[] = {"nan",
+                                                "-inf",
+                                                ".5",
+                                                "-.5",
+                                                "-0",
+                                                "+7",
+                                                "1e5",
+                                                "-0.0",
+                                                "9007199254740993",
+                                                "9.007199254740993",
+                                                "NaN(x_1)",
+                                                "123456789012345678901234567890"};
+            return words[word % std::size(words)];
+        }
+    }
+}
+
+std::string any_array(Random& random) {
+    static const char* const separators[] = {",", ",", ", ", ", ", " ,", ",\n ", ",  "};
+    const int mixed = static_cast<int>(random() % 4);  // of four items so many are of any kind
+    const size_t separator = random() % std::size(separators);
+    const int kind = static_cast<int>(random() % kKinds);
+    const int count = static_cast<int>(random() % 200);
+    std::string text = random() % 2 != 0 ? "[" : "{\"data\":  [";
+    for (int i = 0; i < count; ++i) {
+        const bool is_any = mixed == 3 && random() % 4 < 2;
+        text += item(is_any ? static_cast<int>(random() % kKinds) : kind, random);
+        text += separators[mixed == 2 && random() % 8 == 0 ? random() % std::size(separators)
+                                                           : separator];
+    }
+    text += random() % 4 != 0 ? item(kind, random) + "]" : "]";
+    if (random() % 4 == 0) {
+        static const char bytes[] = "0123456789.-+eE, ]\t\"xn[";
+        for (size_t k = 1 + random() % 2; k > 0; --k) {
+            text[random() % text.size()] = bytes[random() % sizeof bytes];
+        }
+    }
+    return text;
+}
+
+struct Result {
+    int32_t is_read = 0;
+    uint64_t count = 0;
+    std::vector<uint64_t> numbers;  // by their bits
+    std::string error;
+
+    bool operator==(const Result&) const = default;
+};
+
+Result read(const char* text, bool in_blocks) {
+    const NumberArrayExtent extent = vnort_number_array_extent(text);
+    Result result;
+    vnort_clear_error();
+    result.is_read = vnort_read_numbers(
+        text, in_blocks ? extent.end : nullptr, static_cast<int64_t>(extent.bound), &result.count,
+        [&](int64_t, double number) { result.numbers.push_back(std::bit_cast<uint64_t>(number)); });
+    result.error = g_error;
+    return result;
+}
+
+void check(const char* text) {
+    const Result expected = read(text, false);
+    const Result got = read(text, true);
+    if (got == expected) return;
+    size_t first = 0;
+    while (first < got.numbers.size() && first < expected.numbers.size() &&
+           got.numbers[first] == expected.numbers[first]) {
+        ++first;
+    }
+    printf(
+        "MISMATCH reading %s\n  expected %d, %llu numbers, %s\n  got      %d, %llu numbers, %s\n"
+        "  first difference at %zu\n",
+        text, expected.is_read, static_cast<unsigned long long>(expected.count),
+        expected.error.c_str(), got.is_read, static_cast<unsigned long long>(got.count),
+        got.error.c_str(), first);
+    exit(1);
+}
+
+// Memory between two pages that cannot be read.
+char* fenced_room() {
+    constexpr size_t kPage = 4096;
+    void* pages = mmap(nullptr, kRoom + 2 * kPage, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (pages == MAP_FAILED) exit(2);
+    char* const room = static_cast<char*>(pages) + kPage;
+    if (mprotect(room, kRoom, PROT_READ | PROT_WRITE) != 0) exit(2);
+    return room;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 3) {
+        fprintf(stderr, "usage: verify_arrays seed numbers\n");
+        return 2;
+    }
+    Random random(strtoull(argv[1], nullptr, 10));
+    const uint64_t wanted = strtoull(argv[2], nullptr, 10);
+    char* const room = fenced_room();
+    uint64_t arrays = 0, malformed = 0, numbers = 0;
+    for (; numbers < wanted; ++arrays) {
+        const std::string text = any_array(random);
+        if (text.size() >= kRoom) return 2;
+        const size_t size = text.size() + 1;
+        check(static_cast<char*>(memcpy(room, text.c_str(), size)));
+        check(static_cast<char*>(memcpy(room + kRoom - size, text.c_str(), size)));
+        const Result result = read(text.c_str(), true);
+        numbers += result.numbers.size();
+        malformed += result.is_read == 0;
+    }
+    printf(
+        "%llu numbers in %llu arrays, %llu of them malformed, in blocks and one by one: all "
+        "equal\n",
+        static_cast<unsigned long long>(numbers), static_cast<unsigned long long>(arrays),
+        static_cast<unsigned long long>(malformed));
+}
