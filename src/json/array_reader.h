@@ -73,6 +73,7 @@ int32_t vnort_read_numbers(const char* text, const char* end, int64_t capacity, 
         if (!vnort_read_each_number(&position, blocks.next(), capacity, store)) return 0;
         while (position.after == AfterItem::comma && position.at >= blocks.next()) {
             const int64_t read = blocks.read(&position.at, capacity - position.items);
+#pragma GCC unroll 4
             for (int64_t i = 0; i < read; ++i) store(position.items + i, blocks[i]);
             position.items += read;
         }

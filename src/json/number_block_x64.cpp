@@ -65,12 +65,13 @@ Bytes minus_zeros(Bytes text) { return _mm_sub_epi8(text, _mm_set1_epi8('0')); }
 
 // A digit, a point and up to 14 digits; first[1] is the point.
 [[gnu::always_inline]] inline Digits take_pointed(const char* first, const char* end) {
-    const uint64_t fraction = static_cast<uint64_t>(end - first - 2);
-    const Bytes behind = last_bytes(fraction & 15);
-    const Bytes leading = _mm_andnot_si128(behind, last_bytes((fraction & 15) + 1));
-    const Bytes digits = _mm_or_si128(_mm_and_si128(minus_zeros(load(end - 16)), behind),
-                                      _mm_and_si128(minus_zeros(load(end - 17)), leading));
-    return sum_up(digits, fraction & 15, fraction + 1);
+    const uint64_t behind_first = static_cast<uint64_t>(end - first - 1);  // with the point
+    const uint64_t fraction = (behind_first - 1) & 15;
+    const Bytes behind = last_bytes(fraction);
+    const Bytes text = _mm_or_si128(_mm_and_si128(load(end - 16), behind),
+                                    _mm_andnot_si128(behind, load(end - 17)));
+    const Bytes digits = _mm_and_si128(minus_zeros(text), last_bytes(fraction + 1));
+    return sum_up(digits, fraction, behind_first);
 }
 
 // Up to 16 bytes: digits, perhaps a point before, among or behind them.
@@ -192,8 +193,9 @@ bool are_plain(const Digits& a, const Digits& b) {
 // What a group of four has come to.
 enum class Group { plain, partly_plain, unread };
 
-// Four numbers in a window with as many commas, with a blank before each or before none. Moves on
-// behind them if they are all plain; if not all are, the others have wrong values.
+// Four numbers in a window with as many commas, with as many blanks before each. Moves on behind them
+// if they are all plain; if not all are, the others have wrong values.
+template <int kBlanks>
 [[gnu::always_inline]] inline Group read_four(const char** at, uint64_t commas, double* to) {
     const char* const first = *at;
     const uint64_t from_2 = rest_of(commas), from_3 = rest_of(from_2);
@@ -201,10 +203,11 @@ enum class Group { plain, partly_plain, unread };
     const char* const end_2 = first_comma(first, from_2);
     const char* const end_3 = first_comma(first, from_3);
     const char* const end_4 = first_comma(first, rest_of(from_3));
-    const int blank = *first == ' ';
-    if (blank != 0 && (end_1[1] != ' ' || end_2[1] != ' ' || end_3[1] != ' ')) return Group::unread;
-    const bool lower = read_two(first + blank, end_1, end_1 + 1 + blank, end_2, to);
-    const bool upper = read_two(end_2 + 1 + blank, end_3, end_3 + 1 + blank, end_4, to + 2);
+    if (kBlanks > 0 && (end_1[1] != ' ' || end_2[1] != ' ' || end_3[1] != ' ')) {
+        return Group::unread;
+    }
+    const bool lower = read_two(first + kBlanks, end_1, end_1 + 1 + kBlanks, end_2, to);
+    const bool upper = read_two(end_2 + 1 + kBlanks, end_3, end_3 + 1 + kBlanks, end_4, to + 2);
     if (!lower || !upper) return Group::partly_plain;
     *at = end_4 + 1;
     return Group::plain;
@@ -285,7 +288,7 @@ NumberBlockRead vnort_read_number_block(const char* at, const char* end, double*
         const uint64_t commas = commas_in_window(at);
         Group state = Group::unread;
         if (!are_long && rest_of(rest_of(rest_of(commas))) != 0) {
-            state = read_four(&at, commas, to);
+            state = *at == ' ' ? read_four<1>(&at, commas, to) : read_four<0>(&at, commas, to);
             if (__builtin_expect(state == Group::plain, 1)) {
                 count += 4;
                 waste -= 2;
