@@ -14,21 +14,22 @@
  *    silent, the earlier text stays. The text is emptied only by the successful end of the first
  *    binding of the runtime, session creation, profiling end, the three float32 tensor
  *    constructors, and the runs. "X failed: ..." is a refusal by ONNX Runtime: X is the name of its
- *    API function, what follows the colon is its own message.
+ *    API function (or of one of four members of the metadata), what follows the colon is its own
+ *    message.
  * 5. Fixed limits: 16 inputs and 16 outputs for each session, run and binding; 8 dimensions for
  *    each tensor; 65,536 numbers or strings for each JSON input tensor; 4,095 bytes for each input
  *    string; 127 bytes for each name; 8 execution providers for each SessionOptions and 16 options
  *    for each of them; 65,535 bytes for each result text. What exceeds a limit inside a
  *    JSON text is refused with a message; any other text that is stored, and every text that is
- *    returned, is cut to its limit without notice.
- * 6. Threads: the library starts none and takes no locks. The binding to the runtime, the last-error
- *    text and the providers text are shared by the process. Once onnxruntime_vn_available has
- *    succeeded, every thread may make, use and release handles of its own, sessions included, while
- *    others do the same; and several threads may run one session, share a FloatTensor or run
- *    options between runs, and read one RunResult. Every other handle is used by one thread at a
- *    time, not always the same one, and none is released while it is in use. The last-error text is
- *    a hint then: it may be another thread's. Listing the providers is serialised by the caller,
- *    and so are runs of several sessions on a GPU.
+ *    returned, is cut to its limit without notice, even inside a UTF-8 character.
+ * 6. Threads: the library starts none and takes no locks. The binding to the runtime, the
+ *    last-error text and the providers text are shared by the process. Once
+ *    onnxruntime_vn_available has succeeded, every thread may make, use and release handles of its
+ *    own, sessions included, while others do the same; and several threads may run one session,
+ *    share a FloatTensor or run options between runs, and read one RunResult. Every other handle is
+ *    used by one thread at a time, not always the same one, and none is released while it is in
+ *    use. The last-error text is a hint then: it may be another thread's. Listing the providers is
+ *    serialised by the caller, and so are runs of several sessions on a GPU.
  * 7. Nothing happens when the library is loaded or unloaded, and nothing has to be shut down. The
  *    first call that needs ONNX Runtime binds it (version 24 of its API, that is ONNX Runtime 1.24
  *    or later); a failed attempt is repeated by the next such call. Nothing that a text holds takes
@@ -36,6 +37,11 @@
  *    provider is its own: appending a provider that the machine cannot use may fail, or hang, and
  *    a GPU provider can end the process or overwrite memory where the CPU fails
  *    (docs/surprises.md, On a GPU).
+ * 8. The host's floating-point state (traps, rounding, flushed denormals) and the decimal commas of
+ *    its locale change no answer: every call that computes does so in the default state and gives
+ *    the host its own back, exception flags included. Two things still follow the locale: ONNX
+ *    Runtime's own threads where it runs operators side by side, and what it read when the host
+ *    used it by itself before.
  *
  * JSON TENSORS
  *
@@ -54,7 +60,8 @@
  * for bool everything but 0 is true, for integers fractions are dropped. int8, int16, uint8 and
  * uint16 keep the low bits of a 32-bit integer (300 as uint8 is 44), uint32 those of a 64-bit one;
  * NaN and what does not fit in that integer become its lowest value (-2147483648 as int32, 0 as
- * uint8). -1 as uint64 is 18446744073709551615, and 2^64 or more is 0.
+ * uint8; for int64 also 9223372036854775807, which is 2^63 as a double). -1 as uint64 is
+ * 18446744073709551615, and 2^64 or more is 0.
  *
  * The text is searched, not parsed: a key or a name is found at the first place where it stands
  * between double quotes in the rest of the text. Blanks between items are allowed, and so is a
@@ -112,7 +119,8 @@ typedef struct OrtRunOptions OrtRunOptions;
 ONNXRUNTIME_VN_API(int32_t) onnxruntime_vn_available(void);
 
 /** The version of the bound ONNX Runtime, for example "1.24.3".
- * @return a text that lives as long as the process; "" when the runtime cannot be bound. */
+ * @return a text that lives as long as the process; "" when the runtime cannot be bound, with the
+ *         messages of onnxruntime_vn_available. */
 ONNXRUNTIME_VN_API(const char*) onnxruntime_vn_get_version_string(void);
 
 /** The text of the most recent failure, at most 1,023 bytes; "" when there is none.
@@ -120,8 +128,8 @@ ONNXRUNTIME_VN_API(const char*) onnxruntime_vn_get_version_string(void);
 ONNXRUNTIME_VN_API(const char*) onnxruntime_vn_last_error(void);
 
 /** The execution providers that ONNX Runtime offers, as a JSON array of their names in its order.
- * @return a text that the next call of this function overwrites; "[]" on failure. More than 1,023
- *         bytes are cut. */
+ * @return a text that the next call of this function overwrites; "[]" on failure, with the messages
+ *         of onnxruntime_vn_available or ONNX Runtime's reason. More than 1,023 bytes are cut. */
 ONNXRUNTIME_VN_API(const char*) onnxruntime_vn_get_available_providers_json(void);
 
 /* ---- Session options ------------------------------------------------------------------------- */
@@ -141,8 +149,8 @@ onnxruntime_vn_session_options_set_intra_op_num_threads(SessionOptions* options,
 ONNXRUNTIME_VN_API(int32_t)
 onnxruntime_vn_session_options_set_inter_op_num_threads(SessionOptions* options, int32_t count);
 
-/** Graph optimisation level: 0 none, 1 basic, 2 extended, 99 all. A level that ONNX Runtime
- * refuses has no effect. */
+/** Graph optimisation level: 0 none, 1 basic, 2 extended, 3 layout, 99 all. Any other has no
+ * effect. */
 ONNXRUNTIME_VN_API(int32_t)
 onnxruntime_vn_session_options_set_graph_optimization_level(SessionOptions* options, int32_t level);
 
@@ -151,7 +159,8 @@ ONNXRUNTIME_VN_API(int32_t)
 onnxruntime_vn_session_options_set_execution_mode(SessionOptions* options, int32_t mode);
 
 /** Switches profiling on. prefix begins the profile file's path (at most 511 bytes are kept); null
- * stands for "onnxruntime_profile". */
+ * stands for "onnxruntime_profile". ONNX Runtime adds the local time to it, as in
+ * PREFIX_2026-11-23_07-03-37.json: sessions of the same second need different prefixes. */
 ONNXRUNTIME_VN_API(int32_t)
 onnxruntime_vn_session_options_enable_profiling(SessionOptions* options, const char* prefix);
 
@@ -185,7 +194,7 @@ ONNXRUNTIME_VN_API(int32_t)
 onnxruntime_vn_session_options_set_log_verbosity_level(SessionOptions* options, int32_t level);
 
 /** Least severity that is logged: 0 verbose, 1 info, 2 warning, 3 error, 4 fatal; a negative number
- * leaves the default. */
+ * leaves the default. No session can be made with a number above 4. */
 ONNXRUNTIME_VN_API(int32_t)
 onnxruntime_vn_session_options_set_log_severity_level(SessionOptions* options, int32_t level);
 
@@ -196,10 +205,10 @@ ONNXRUNTIME_VN_API(int32_t)
 onnxruntime_vn_session_options_append_execution_provider(SessionOptions* options, const char* name);
 
 /** Appends an execution provider with options: a flat JSON object whose values are strings or bare
- * words, for example {"device_id":"0"}; null stands for {}. At most 1,023 bytes are kept. The text
- * is read when a session is created. For "CPUExecutionProvider" (or "CPU") only the key use_arena
- * counts: 0 or false switches the CPU memory arena off, everything else on, whatever the arena
- * setters above say.
+ * words, for example {"device_id":"0"}; null stands for {}. Nothing nests, and a backslash only
+ * keeps the character behind it. At most 1,023 bytes are kept. The text is read when a session is
+ * created. For "CPUExecutionProvider" (or "CPU") only the key use_arena counts: 0 or false switches
+ * the CPU memory arena off, everything else on, whatever the arena setters above say.
  * @return as onnxruntime_vn_session_options_append_execution_provider. */
 ONNXRUNTIME_VN_API(int32_t)
 onnxruntime_vn_session_options_append_execution_provider_with_options(SessionOptions* options,
@@ -225,9 +234,11 @@ onnxruntime_vn_create_session(const char* model_path, const SessionOptions* opti
 
 /** Describes the model's inputs as a JSON array of objects such as
  * {"name":"x","type":"tensor","dtype":"float32","shape":[-1,3],"shape_symbols":["batch",""]}.
- * -1 is a dimension that each run chooses; shape_symbols holds its name. An input that is not a
- * tensor has dtype "unknown". Descriptions past 2,040 bytes are left out; a text that reaches 2,046
- * bytes lacks its closing bracket.
+ * -1 is a dimension that each run chooses; shape_symbols holds its name. dtype is "unknown" for
+ * what is not a tensor and for types without a form in JSON (float16, for example). shape is [] for
+ * a scalar, for an unknown rank, for more than 16 dimensions and for what is not a tensor.
+ * Descriptions past 2,040 bytes are left out; in a text that reaches 2,046 bytes the last one may
+ * be cut, and the closing bracket is missing.
  * @return a text that lives as long as the session; "[]" for a null handle. */
 ONNXRUNTIME_VN_API(const char*) onnxruntime_vn_get_inputs_json(const InferenceSession* session);
 
@@ -235,16 +246,17 @@ ONNXRUNTIME_VN_API(const char*) onnxruntime_vn_get_inputs_json(const InferenceSe
 ONNXRUNTIME_VN_API(const char*) onnxruntime_vn_get_outputs_json(const InferenceSession* session);
 
 /** The model's metadata: an object with the members producer_name, graph_name, domain, description,
- * version (a whole number) and custom_metadata_map (an object of strings).
+ * version (a whole number, 9223372036854775807 when the model has none) and custom_metadata_map (an
+ * object of strings).
  * @return a text of at most 4,095 bytes (cut there) that lives as long as the session; "{}" for a
  *         null handle. */
 ONNXRUNTIME_VN_API(const char*) onnxruntime_vn_get_modelmeta_json(const InferenceSession* session);
 
 /** Ends profiling.
- * @return the path of the profile file ("" when the session was not profiling), valid until the
- *         next call for this session or its release; "" on failure, with "invalid
- *         InferenceSession" or ONNX Runtime's refusal ("SessionEndProfiling failed: ..."). Success
- *         empties the last-error text. */
+ * @return the path of the profile file ("" when the session was not profiling; no such file when it
+ *         could not be written), valid until the next call for this session or its release; "" on
+ *         failure, with "invalid InferenceSession" or ONNX Runtime's refusal. Success empties the
+ *         last-error text. */
 ONNXRUNTIME_VN_API(const char*) onnxruntime_vn_session_end_profiling(InferenceSession* session);
 
 /** Releases the session. Results made with it stay valid; bindings made for it must be released
@@ -264,7 +276,8 @@ ONNXRUNTIME_VN_API(OrtRunOptions*) onnxruntime_vn_create_run_options(void);
 ONNXRUNTIME_VN_API(int32_t)
 onnxruntime_vn_run_options_set_log_verbosity_level(OrtRunOptions* options, int32_t level);
 
-/** Least severity logged during runs, 0 (verbose) to 4 (fatal). */
+/** Least severity logged during runs, 0 (verbose) to 4 (fatal); -1 is the session's. Any other
+ * makes the runs fail. */
 ONNXRUNTIME_VN_API(int32_t)
 onnxruntime_vn_run_options_set_log_severity_level(OrtRunOptions* options, int32_t level);
 
@@ -395,12 +408,12 @@ ONNXRUNTIME_VN_API(IoBinding*) onnxruntime_vn_create_iobinding(const InferenceSe
 
 /** Binds an input tensor (see JSON TENSORS) to an input of the model. The binding keeps the tensor
  * for every later run until the inputs are cleared. Each bind takes one of 16 places, also when it
- * repeats a name; the latest tensor of a name is the one that runs. ONNX Runtime keeps a name that
- * the model does not have and then refuses further binds, though it may take their tensors in:
- * clear the inputs after a refusal.
+ * repeats a name; the latest tensor of a name is the one that runs. A refused bind leaves the
+ * binding as it was: what was accepted is bound anew, and an input that ONNX Runtime then refuses
+ * is missing from the next run, which says so ("Missing Input").
  * @return 0 with "tensor_json must be an object", a message about the tensor, "out of memory", or
  *         ONNX Runtime's refusal; 0, silently, for a null argument, for a tensor without shape or
- *         data, and when 16 are bound. The binding stays usable after a failure. */
+ *         data, and when 16 are bound. */
 ONNXRUNTIME_VN_API(int32_t)
 onnxruntime_vn_iobinding_bind_cpu_input_json(IoBinding* binding, const char* name,
                                              const char* tensor_json);

@@ -11,6 +11,8 @@ import tempfile
 LITERAL = r'"((?:[^"\\\n]|\\.)*)"|\'(?:[^\'\\\n]|\\.)+\'|//[^\n]*|/\*.*?\*/|#include[^\n]*'
 # A sentence, or the name of a function of ONNX Runtime, which begins "X failed: ...".
 MESSAGE = r"[^%:].* .*|Run|(?!OrtGetApiBase|CPUExecution)[A-Z][a-z]+[A-Z]\w+"
+# A member of the metadata, which stands for the function that gets it.
+MEMBER = r'\{"(\w+)", g_api->'
 root, doxygen = pathlib.Path(sys.argv[1]), sys.argv[2]
 failures = []
 
@@ -25,6 +27,7 @@ def read(path):
 
 def messages():
     for path in (root / "src").glob("*/*.*"):
+        yield from re.findall(MEMBER, read(path))
         for literal in re.findall(LITERAL, read(path), re.DOTALL):
             text = re.sub(r'\\"error\\":|\\"', "", literal)
             if re.fullmatch(MESSAGE, text):

@@ -77,7 +77,8 @@ def feed_json(feed):
 
 
 def _json(value):
-    # Nothing is written as \u, which the library does not decode.
+    # Text beyond ASCII is not written as \u, which the library does not decode. Control characters
+    # other than \n, \t and \r still are (or as \b, \f): in a string tensor they arrive changed.
     return json.dumps(value, ensure_ascii=False, separators=(",", ":"))
 
 
