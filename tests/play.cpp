@@ -4,7 +4,6 @@
 //
 // --host STATE: every call finds this floating-point state (traps, flush, up, down or zero) and must
 // leave it so. SCRIPT may be - for standard input, each of whose lines is then answered by one.
-#include <locale.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -13,6 +12,7 @@
 #include <thread>
 
 #include "player.h"
+#include "support/platform.h"
 
 namespace {
 
@@ -71,12 +71,6 @@ size_t play_input(Player& player) {
     return failed;
 }
 
-bool has_decimal_comma() {
-    return (setlocale(LC_ALL, "de_DE.UTF-8") != nullptr ||
-            setlocale(LC_ALL, "German") != nullptr) &&
-           strcmp(localeconv()->decimal_point, ",") == 0;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -90,7 +84,7 @@ int main(int argc, char** argv) {
         if (strcmp(argv[at], "--provider") == 0) provider = argv[at + 1];
         if (strcmp(argv[at], "--rounds") == 0) rounds = atoi(argv[at + 1]);
     }
-    if (argc != at + 3 || !has_decimal_comma()) return puts("play: usage, or no such locale"), 2;
+    if (argc != at + 3 || !use_decimal_commas()) return puts("play: usage, or no such locale"), 2;
     if (host_state != nullptr || rounds > 1) thread_rounds = 100;
     Player player(argv[at], argv[at + 1], host_state);
     player.provider = provider;

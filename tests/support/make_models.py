@@ -33,6 +33,10 @@ def ints(name, *numbers):
 
 model("double", [node("Add", ["x", "x"], ["y"])], [value("x", T.FLOAT, ["batch", 3])],
       [value("y", T.FLOAT, ["batch", 3])], key='va"lue')
+model("sum", [node("Add", ["a", "b"], ["y"])], [value(i, T.FLOAT, ["n"]) for i in "ab"],
+      [value("y", T.FLOAT, ["n"])])
+model("casts", [node("Cast", ["text"], ["number"], to=T.FLOAT), node("Cast", ["number"], ["same"], to=T.STRING)],
+      [value("text", T.STRING, ["n"])], [value(o, t, ["n"]) for o, t in (("number", T.FLOAT), ("same", T.STRING))])
 model("long", [node("Add", ["x", "x"], ["y"])], [value("x", T.FLOAT, ["n"])],
       [value("y", T.FLOAT, ["n"])])
 identities("types", [("in_" + n, "out_" + n, t) for n, t in NAMED.items()], ["n"])

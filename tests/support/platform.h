@@ -10,6 +10,9 @@ void* find_function(const char* library, const char* name);
 // Unloads the library of this path, however often find_function has loaded it.
 void unload(const char* library);
 
+// Gives the process a locale with decimal commas, as its C libraries see it. False when there is none.
+bool use_decimal_commas();
+
 // The end of size readable bytes, rounded up to pages, behind which the next byte cannot be read;
 // null when they cannot be had.
 char* end_of_pages(size_t size);

@@ -1,4 +1,5 @@
 #include <dlfcn.h>
+#include <locale.h>
 #include <stdio.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -18,6 +19,8 @@ void unload(const char* library) {
         dlclose(loaded);
     }
 }
+
+bool use_decimal_commas() { return setlocale(LC_ALL, "de_DE.UTF-8") != nullptr; }
 
 char* end_of_pages(size_t size) {
     const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));

@@ -1,3 +1,4 @@
+#include <locale.h>
 #include <stdio.h>
 #include <windows.h>
 
@@ -12,6 +13,14 @@ void* find_function(const char* library, const char* name) {
 
 void unload(const char* library) {
     while (const HMODULE loaded = GetModuleHandleA(library)) FreeLibrary(loaded);
+}
+
+// The C library that this program has, and the one that ONNX Runtime has.
+bool use_decimal_commas() {
+    using SetLocale = char* (*)(int category, const char* locale);
+    void* other = find_function("ucrtbase.dll", "setlocale");
+    return setlocale(LC_ALL, "German") != nullptr && other != nullptr &&
+           reinterpret_cast<SetLocale>(other)(LC_ALL, "de-DE") != nullptr;
 }
 
 char* end_of_pages(size_t size) {
