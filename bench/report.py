@@ -82,11 +82,11 @@ def goals(runs, texts):
             ("write integers, against `snprintf`", kernel("write int64, any length"),
              (3, 3), (6, 6)),
             ("JSON run, 5,000 floats in and out, against the twin", ratio("5000", "json"),
-             (5, 14), (8, 20)),
+             (16, 45), (19, 60)),
             ("JSON run, 65,536 floats, result text full, against the twin", ratio("65536", "json"),
-             (10, 30), (22, 50)),
+             (35, 100), (45, 140)),
             ("tensor run, output of 65,536 floats, against the twin", ratio("65536", "tensor"),
-             (60, 80), (100, 130))]:
+             (140, 230), (160, 260))]:
         yield (name, pair(measured, "×"), pair(least, "×"), pair(aim, "×"),
                verdict(measured, least, aim))
     for name, measured, least, aim in [
