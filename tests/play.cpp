@@ -9,53 +9,17 @@
 #include <string.h>
 
 #include <iostream>
-#include <thread>
 
 #include "player.h"
 #include "support/platform.h"
 
 namespace {
 
-constexpr int kThreads = 4;
-int thread_rounds = 5000;  // enough for threads to meet in the same few instructions
-
-// Lines played by several threads, each with handles of its own but for the session that is there
-// already: the first line of a scene whose title says "at once" makes it.
-bool play_at_once(const char* library, Player& first, const std::vector<Line>& lines) {
-    std::atomic<int> good = 0;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < kThreads; ++i) {
-        threads.emplace_back([&] {
-            Player player(library, "");
-            player.is_alone = false;
-            player.words = first.words;
-            player.handles["session"] = first.handles["session"];
-            bool is_good = true;
-            for (int round = 0; round < thread_rounds && is_good; ++round) {
-                for (const Line& line : lines) is_good = is_good && player.play(line);
-            }
-            player.handles.erase("session");
-            good += is_good;
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-    first.played += lines.size() * kThreads * static_cast<size_t>(thread_rounds);
-    return good == kThreads;
-}
-
 // Plays a script, and gives the number of lines that were not as expected.
-size_t play(const char* library, Player& player, const char* path) {
+size_t play(Player& player, const char* path) {
     size_t failed = 0;
     for (const Scene& scene : read_script(path)) {
-        const bool is_at_once = scene.title.text.find("at once") != std::string::npos;
-        for (size_t i = 0; i < scene.lines.size(); ++i) {
-            if (is_at_once && i == 1) {
-                failed +=
-                    !play_at_once(library, player, {scene.lines.begin() + 1, scene.lines.end()});
-                break;
-            }
-            failed += !player.play(scene.lines[i]);
-        }
+        for (const Line& line : scene.lines) failed += !player.play(line);
         player.close();
     }
     return failed;
@@ -85,7 +49,6 @@ int main(int argc, char** argv) {
         if (strcmp(argv[at], "--rounds") == 0) rounds = atoi(argv[at + 1]);
     }
     if (argc != at + 3 || !use_decimal_commas()) return puts("play: usage, or no such locale"), 2;
-    if (host_state != nullptr || rounds > 1) thread_rounds = 100;
     Player player(argv[at], argv[at + 1], host_state);
     player.provider = provider;
     size_t failed = 0;
@@ -93,7 +56,7 @@ int main(int argc, char** argv) {
     failed +=
         !player.play({argv[0], "available -> 1 !"});  // binding the runtime empties the last error
     for (int round = 1; round <= rounds; ++round) {
-        failed += play(argv[at], player, argv[at + 2]);
+        failed += play(player, argv[at + 2]);
         if (rounds > 1) printf("round %d\n", round);
     }
     printf("%zu calls played, %zu lines not as expected\n", player.played, failed);

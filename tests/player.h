@@ -43,7 +43,6 @@ public:
     std::string answers;                       // all that came, each answer behind a bar
     bool compares = true;                      // else lines are played for their answers
     const char* provider = nullptr;            // appended to the options of every session
-    bool is_alone = true;                      // else the last error may be another thread's
     size_t played = 0;
 
 private:
