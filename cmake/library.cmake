@@ -7,7 +7,7 @@ else()
     list(FILTER vornic_sources EXCLUDE REGEX "_windows\\.cpp$")
 endif()
 # What uses the processor's own registers and instructions has a source a processor.
-if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$")
+if(architecture STREQUAL x64)
     list(FILTER vornic_sources EXCLUDE REGEX "_arm64\\.cpp$")
 else()
     list(FILTER vornic_sources EXCLUDE REGEX "_x64\\.cpp$")

@@ -6,10 +6,10 @@ empty for what scripts/prepare has fetched")
 
 if(WIN32)
     set(runtime_name onnxruntime.dll)
-    set(fetched_folder win-x64)
+    set(fetched_folder win-${architecture})
 else()
     set(runtime_name libonnxruntime.so.1)
-    set(fetched_folder linux-x64)
+    set(fetched_folder linux-${architecture})
 endif()
 
 if(ONNXRUNTIME_ROOT)

@@ -14,10 +14,10 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
 
 if(WIN32)
     set(CPACK_GENERATOR ZIP)
-    set(CPACK_PACKAGE_FILE_NAME "onnxruntime_vornic-${PROJECT_VERSION}-windows-x64")
+    set(CPACK_PACKAGE_FILE_NAME "onnxruntime_vornic-${PROJECT_VERSION}-windows-${architecture}")
 else()
     set(CPACK_GENERATOR TGZ DEB)
-    set(CPACK_PACKAGE_FILE_NAME "onnxruntime_vornic-${PROJECT_VERSION}-linux-x64")
+    set(CPACK_PACKAGE_FILE_NAME "onnxruntime_vornic-${PROJECT_VERSION}-linux-${architecture}")
 endif()
 
 set(CPACK_DEBIAN_PACKAGE_NAME "${deb_name}")
