@@ -6,7 +6,8 @@ if(WIN32)
 else()
     list(FILTER vornic_sources EXCLUDE REGEX "_windows\\.cpp$")
 endif()
-# What uses the processor's own registers and instructions has a source a processor.
+# What uses the processor's own registers has a source a processor; what uses its instructions, a
+# folder of headers.
 if(architecture STREQUAL x64)
     list(FILTER vornic_sources EXCLUDE REGEX "_arm64\\.cpp$")
 else()
@@ -19,8 +20,8 @@ list(FILTER vornic_sources EXCLUDE REGEX "/core/runtime_entry_")
 # Everything but the way to the runtime, so that the tests can put a table of their own there.
 add_library(vornic_objects OBJECT ${vornic_sources})
 vornic_library_options(vornic_objects)
-target_include_directories(vornic_objects PUBLIC
-    "${PROJECT_SOURCE_DIR}/include" "${PROJECT_SOURCE_DIR}/src")
+target_include_directories(vornic_objects PUBLIC "${PROJECT_SOURCE_DIR}/include"
+    "${PROJECT_SOURCE_DIR}/src" "${PROJECT_SOURCE_DIR}/src/json/${architecture}")
 target_link_libraries(vornic_objects PUBLIC onnxruntime_header)
 
 add_library(onnxruntime_vornic SHARED ${vornic_entry_sources})

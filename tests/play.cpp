@@ -39,7 +39,7 @@ size_t play_input(Player& player) {
 
 int main(int argc, char** argv) {
     setvbuf(stdout, nullptr, _IONBF, 0);  // for the case that the process ends early
-    const char* host_state = nullptr;
+    const char* host_state = "default";
     const char* provider = nullptr;
     int rounds = 1;
     int at = 1;

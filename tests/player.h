@@ -27,8 +27,8 @@ std::vector<Scene> read_script(const char* path);
 class Player {
 public:
     // Functions are looked up in the library of this path, or in this program if it is null. Calls
-    // find the floating-point state of this name (see support/float_state.h) and must leave it so.
-    Player(const char* library, const std::string& models, const char* host_state = nullptr);
+    // find the floating-point state of this name (see support/*/float_state.h) and must leave it so.
+    Player(const char* library, const std::string& models, const char* host_state = "default");
     Player(const Player&) = delete;
     Player& operator=(const Player&) = delete;
     ~Player() { close(); }
@@ -60,7 +60,7 @@ private:
 
     const char* library_;
     std::string place_;
-    const char* host_state_;
+    uint64_t host_state_ = 0;
     std::map<std::string, void*> functions_;
 };
 

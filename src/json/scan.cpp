@@ -3,11 +3,9 @@
 // touch; a window may reach past the end of the text, which the address checker is told.
 #include "json/scan.h"
 
-#include <emmintrin.h>
+#include "bytes16.h"
 
 namespace {
-
-using Bytes = __m128i;
 
 constexpr uintptr_t kWindow = 64;
 
@@ -22,36 +20,33 @@ __attribute__((no_sanitize("address"))) Window load_window(const char* at) {
     return {from[0], from[1], from[2], from[3]};
 }
 
-Bytes equals(Bytes bytes, char byte) { return _mm_cmpeq_epi8(bytes, _mm_set1_epi8(byte)); }
-
 // A byte is 0 where it was this one.
-Bytes zero_at(Bytes bytes, char byte) { return _mm_xor_si128(bytes, _mm_set1_epi8(byte)); }
+Bytes zero_at(Bytes bytes, char byte) { return vnort_xor(bytes, vnort_all(byte)); }
 
 bool is_mark(char byte) { return byte == '"' || byte == '{' || byte == '\0'; }
 
 bool ends_array(char byte) { return byte == ']' || byte == '\0'; }
 
 Bytes zero_at_mark(Bytes bytes) {
-    return _mm_min_epu8(bytes, _mm_min_epu8(zero_at(bytes, '"'), zero_at(bytes, '{')));
+    return vnort_least(bytes, vnort_least(zero_at(bytes, '"'), zero_at(bytes, '{')));
 }
 
-Bytes zero_at_array_end(Bytes bytes) { return _mm_min_epu8(bytes, zero_at(bytes, ']')); }
+Bytes zero_at_array_end(Bytes bytes) { return vnort_least(bytes, zero_at(bytes, ']')); }
 
 // Whether a window has a byte that is 0 after it was changed.
 template <typename Change>
 bool has_zero(const Window& window, Change change) {
-    const Bytes least = _mm_min_epu8(_mm_min_epu8(change(window.a), change(window.b)),
-                                     _mm_min_epu8(change(window.c), change(window.d)));
-    return _mm_movemask_epi8(equals(least, '\0')) != 0;
+    const Bytes least = vnort_least(vnort_least(change(window.a), change(window.b)),
+                                    vnort_least(change(window.c), change(window.d)));
+    return vnort_has_zero(least);
 }
 
-// The commas of a window, those of its halves of eight bytes apart.
+// How many commas there are in each of the sixteen places of a window's blocks.
 Bytes count_commas(const Window& window) {
-    // Each is 0 or -1 in a byte.
-    const Bytes found = _mm_add_epi8(_mm_add_epi8(equals(window.a, ','), equals(window.b, ',')),
-                                     _mm_add_epi8(equals(window.c, ','), equals(window.d, ',')));
-    const Bytes zero = _mm_setzero_si128();
-    return _mm_sad_epu8(_mm_sub_epi8(zero, found), zero);
+    const auto found = [](Bytes bytes) { return vnort_equal(bytes, vnort_all(',')); };  // 0 or -1
+    const Bytes all = vnort_add(vnort_add(found(window.a), found(window.b)),
+                                vnort_add(found(window.c), found(window.d)));
+    return vnort_subtract(vnort_all('\0'), all);
 }
 
 }  // namespace
@@ -71,14 +66,12 @@ CommaCount vnort_count_commas(const char* at) {
         if (ends_array(*at)) return {commas, at};
         commas += *at == ',';
     }
-    Bytes sums = _mm_setzero_si128();
+    ByteSums sums;
     for (;; at += kWindow) {
         const Window window = load_window(at);
         if (has_zero(window, zero_at_array_end)) break;
-        sums = _mm_add_epi64(sums, count_commas(window));
+        sums.add(count_commas(window));
     }
-    uint64_t halves[2];
-    _mm_storeu_si128(static_cast<Bytes*>(static_cast<void*>(halves)), sums);
     for (; !ends_array(*at); ++at) commas += *at == ',';
-    return {commas + halves[0] + halves[1], at};
+    return {commas + sums.total(), at};
 }

@@ -1,24 +1,19 @@
-// With SSE2, which every x64 has. Numbers are taken in groups of four, found by the commas in 64
-// bytes. The digits of one stand in a block of 16 bytes, the last one at its end, and are summed up
-// in pairs: to two digits a lane, to four, and together with those of a second number to eight. Two
-// lanes of eight digits make a double exactly, as long as there are 15 digits, and the one division
-// by a power of ten rounds once.
+// Numbers are taken in groups of four, found by the commas in 64 bytes. The digits of one stand in a
+// block of 16 bytes, the last one at its end, and are summed up in pairs: to two digits a lane, to
+// four, to eight. Two lanes of eight digits make a double exactly, as long as there are 15 digits, and
+// the one division by a power of ten rounds once.
 #include "json/number_block.h"
 
-#include <emmintrin.h>
 #include <string.h>
 
 #include <bit>
 
+#include "bytes16.h"
 #include "json/decimal_rounding.h"
 #include "json/number_reader.h"
 #include "json/scan.h"
 
 namespace {
-
-using Bytes = __m128i;
-
-Bytes load(const void* from) { return _mm_loadu_si128(static_cast<const Bytes*>(from)); }
 
 // Sixteen zeros, then ones: a load from behind the nth byte has its last n bytes set.
 struct LastBytes {
@@ -30,7 +25,7 @@ constexpr LastBytes kLastBytes = [] {
     return mask;
 }();
 
-Bytes last_bytes(uint64_t count) { return load(kLastBytes.bytes + count); }
+Bytes last_bytes(uint64_t count) { return vnort_load(kLastBytes.bytes + count); }
 
 // What a word is divided by for its fraction and its sign.
 struct Divisors {
@@ -49,71 +44,40 @@ constexpr Divisors kDivisors = [] {
 
 // One number of a group as far as it is read by itself.
 struct Digits {
-    Bytes fours;        // its sixteen digits by fours
+    DigitBlock block;
     uint64_t fraction;  // of them behind the point
     uint64_t too_long;  // above 15 when it is
-    Bytes odd;          // a byte's highest bit is set where no digit stands
 };
 
-[[gnu::always_inline]] inline Digits sum_up(Bytes digits, uint64_t fraction, uint64_t too_long) {
-    const Bytes twos = _mm_srli_epi16(_mm_mullo_epi16(digits, _mm_set1_epi16(10 * 256 + 1)), 8);
-    return {_mm_madd_epi16(twos, _mm_set1_epi32(1 << 16 | 100)), fraction, too_long,
-            _mm_adds_epu8(digits, _mm_set1_epi8(127 - 9))};
-}
-
-Bytes minus_zeros(Bytes text) { return _mm_sub_epi8(text, _mm_set1_epi8('0')); }
+Bytes minus_zeros(Bytes text) { return vnort_subtract(text, vnort_all('0')); }
 
 // A digit, a point and up to 14 digits; first[1] is the point.
 [[gnu::always_inline]] inline Digits take_pointed(const char* first, const char* end) {
     const uint64_t behind_first = static_cast<uint64_t>(end - first - 1);  // with the point
     const uint64_t fraction = (behind_first - 1) & 15;
     const Bytes behind = last_bytes(fraction);
-    const Bytes text = _mm_or_si128(_mm_and_si128(load(end - 16), behind),
-                                    _mm_andnot_si128(behind, load(end - 17)));
-    const Bytes digits = _mm_and_si128(minus_zeros(text), last_bytes(fraction + 1));
-    return sum_up(digits, fraction, behind_first);
+    const Bytes text = vnort_or(vnort_and(vnort_load(end - 16), behind),
+                                vnort_and_not(vnort_load(end - 17), behind));
+    const Bytes digits = vnort_and(minus_zeros(text), last_bytes(fraction + 1));
+    return {vnort_sum_digits(digits), fraction, behind_first};
 }
 
 // Up to 16 bytes: digits, perhaps a point before, among or behind them.
 [[gnu::always_inline]] inline Digits take_plain(const char* first, const char* end) {
     const uint64_t length = static_cast<uint64_t>(end - first);
-    const Bytes text = load(end - 16);
-    const uint64_t points =
-        static_cast<uint64_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(text, _mm_set1_epi8('.'))));
-    const uint64_t point = points >> ((16 - length) & 63);  // of the number alone
+    const Bytes text = vnort_load(end - 16);
+    const uint64_t point =
+        vnort_places_of('.', text) >> ((16 - length) & 63);  // of the number alone
     const uint64_t has_point = point != 0;
     const uint64_t whole =
         static_cast<uint64_t>(__builtin_ctzll(point | uint64_t{1} << (length & 63)));
     const uint64_t fraction = (length - whole - has_point) & 15;
     const uint64_t count = length - has_point;
     const Bytes behind = last_bytes(fraction);
-    const Bytes joined = _mm_or_si128(_mm_and_si128(text, behind),
-                                      _mm_andnot_si128(behind, load(end - 16 - has_point)));
-    return sum_up(_mm_and_si128(minus_zeros(joined), last_bytes(count & 31)), fraction,
-                  (length - 1) | (count - 1));
-}
-
-// Two numbers to two doubles.
-[[gnu::always_inline]] inline void divide(const Digits& a, const Digits& b, uint64_t a_negative,
-                                          uint64_t b_negative, double* to) {
-    const Bytes eights =
-        _mm_madd_epi16(_mm_packs_epi32(a.fours, b.fours), _mm_set1_epi32(1 << 16 | 10000));
-    const Bytes upper = _mm_shuffle_epi32(eights, _MM_SHUFFLE(2, 0, 2, 0));
-    const Bytes lower = _mm_shuffle_epi32(eights, _MM_SHUFFLE(3, 1, 3, 1));
-    const __m128d words =
-        _mm_add_pd(_mm_mul_pd(_mm_cvtepi32_pd(upper), _mm_set1_pd(1e8)), _mm_cvtepi32_pd(lower));
-    const __m128d divisors = _mm_loadh_pd(_mm_load_sd(&kDivisors.of[a_negative][a.fraction]),
-                                          &kDivisors.of[b_negative][b.fraction]);
-    _mm_storeu_pd(to, _mm_div_pd(words, divisors));
-}
-
-// Sixteen digits, one to a byte, as a number.
-uint64_t sixteen_digits(Bytes digits) {
-    const Bytes fours = sum_up(digits, 0, 0).fours;
-    const Bytes eights =
-        _mm_madd_epi16(_mm_packs_epi32(fours, fours), _mm_set1_epi32(1 << 16 | 10000));
-    const uint64_t both = static_cast<uint64_t>(_mm_cvtsi128_si64(eights));
-    return (both & 0xffffffff) * 100000000 + (both >> 32);
+    const Bytes joined =
+        vnort_or(vnort_and(text, behind), vnort_and_not(vnort_load(end - 16 - has_point), behind));
+    return {vnort_sum_digits(vnort_and(minus_zeros(joined), last_bytes(count & 31))), fraction,
+            (length - 1) | (count - 1)};
 }
 
 // More than 16 digits of which a word still holds all: either a digit, a point and up to 31 more, or
@@ -126,16 +90,14 @@ uint64_t sixteen_digits(Bytes digits) {
     const uint64_t more = static_cast<uint64_t>(end - first) - 17 - has_point;  // above the last 16
     if (more > (has_point ? 15 : 2)) return false;
     const Bytes behind = last_bytes(more);
-    const Bytes leading = _mm_andnot_si128(behind, last_bytes(more + 1));
-    const Bytes low = minus_zeros(load(end - 16));
-    const Bytes high =
-        _mm_or_si128(_mm_and_si128(minus_zeros(load(end - 32)), behind),
-                     _mm_and_si128(minus_zeros(load(end - 32 - has_point)), leading));
-    const Bytes limit = _mm_set1_epi8(127 - 9);
-    const Bytes odd = _mm_or_si128(_mm_adds_epu8(low, limit), _mm_adds_epu8(high, limit));
-    const uint64_t top = sixteen_digits(high);
-    if (_mm_movemask_epi8(odd) != 0 || top > 1843) return false;
-    const uint64_t word = top * 10000000000000000 + sixteen_digits(low);
+    const Bytes leading = vnort_and_not(last_bytes(more + 1), behind);
+    const Bytes low = minus_zeros(vnort_load(end - 16));
+    const Bytes high = vnort_or(vnort_and(minus_zeros(vnort_load(end - 32)), behind),
+                                vnort_and(minus_zeros(vnort_load(end - 32 - has_point)), leading));
+    const DigitBlock low_block = vnort_sum_digits(low), high_block = vnort_sum_digits(high);
+    const uint64_t top = vnort_number(high_block);
+    if (!vnort_are_digits(low_block, high_block) || top > 1843) return false;
+    const uint64_t word = top * 10000000000000000 + vnort_number(low_block);
     const int64_t fraction = has_point ? static_cast<int64_t>(more) + 16 : 0;
     const RoundedWord rounded = vnort_round_word(word, -fraction, false);
     *to = std::bit_cast<double>(rounded.bits | static_cast<uint64_t>(negative) << 63);
@@ -150,17 +112,6 @@ bool read_odd(const char* first, const char* end, double* to) {
     return read.end != first && vnort_skip_blanks(read.end) == end;
 }
 
-uint64_t commas_in_16(const char* at) {
-    const Bytes found = _mm_cmpeq_epi8(load(at), _mm_set1_epi8(','));
-    return static_cast<uint64_t>(_mm_movemask_epi8(found));
-}
-
-// A window is 64 bytes; it has a bit for each comma.
-uint64_t commas_in_window(const char* at) {
-    return commas_in_16(at) | commas_in_16(at + 16) << 16 | commas_in_16(at + 32) << 32 |
-           commas_in_16(at + 48) << 48;
-}
-
 // Without the first one.
 uint64_t rest_of(uint64_t commas) { return commas & (commas - 1); }
 
@@ -170,7 +121,13 @@ const char* first_comma(const char* window, uint64_t commas) {
 }
 
 bool are_plain(const Digits& a, const Digits& b) {
-    return (a.too_long | b.too_long) <= 15 && _mm_movemask_epi8(_mm_or_si128(a.odd, b.odd)) == 0;
+    return (a.too_long | b.too_long) <= 15 && vnort_are_digits(a.block, b.block);
+}
+
+[[gnu::always_inline]] inline void divide(const Digits& a, const Digits& b, uint64_t a_negative,
+                                          uint64_t b_negative, double* to) {
+    vnort_divide(a.block, b.block, &kDivisors.of[a_negative][a.fraction],
+                 &kDivisors.of[b_negative][b.fraction], to);
 }
 
 // Two numbers, each up to its comma. False when one of them is not plain; both values may then be
@@ -238,7 +195,7 @@ template <int kBlanks>
 // first is behind the blank, if the numbers have one.
 bool is_plain(const char* first, const char* end) {
     const Digits digits = take_plain(first + (*first == '-'), end);
-    return digits.too_long <= 15 && _mm_movemask_epi8(digits.odd) == 0;
+    return are_plain(digits, digits);
 }
 
 // How the numbers of a group that are not all plain were read.
@@ -285,7 +242,7 @@ NumberBlockRead vnort_read_number_block(const char* at, const char* end, double*
             count += 4;
             continue;
         }
-        const uint64_t commas = commas_in_window(at);
+        const uint64_t commas = vnort_places_of(',', at);
         Group state = Group::unread;
         if (!are_long && rest_of(rest_of(rest_of(commas))) != 0) {
             state = *at == ' ' ? read_four<1>(&at, commas, to) : read_four<0>(&at, commas, to);

@@ -1,0 +1,21 @@
+// The floating-point state of the calling thread, as hosts set it, in arm64's registers: FPCR, and the
+// flags of FPSR above it.
+#pragma once
+
+#include <stdint.h>
+
+inline uint64_t get_float_state() {
+    uint64_t control, flags;
+    __asm__ volatile("mrs %0, fpcr\n\tmrs %1, fpsr" : "=r"(control), "=r"(flags));
+    return flags << 32 | control;
+}
+inline void set_float_state(uint64_t state) {
+    __asm__ volatile("msr fpcr, %0\n\tmsr fpsr, %1" : : "r"(state & 0xffffffff), "r"(state >> 32));
+}
+
+// The default; all traps, which few processors have; denormals flushed; another rounding.
+constexpr struct {
+    const char* name;
+    uint64_t state;
+} kFloatStates[] = {{"default", 0},     {"traps", 0x9f00}, {"flush", 0x1000000},
+                    {"down", 0x800000}, {"up", 0x400000},  {"zero", 0xc00000}};
