@@ -25,6 +25,13 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libs)
 # The libraries needed, as dpkg-shlibdeps reads them off the files; two of them are in the package.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+if(CMAKE_CROSSCOMPILING)
+    # It would name the packages of this machine's cross compiler, and cpack this machine's
+    # architecture. The tests compare the list with what the files need.
+    set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS OFF)
+    set(CPACK_DEBIAN_PACKAGE_DEPENDS "libc6 (>= 2.34), libgcc-s1 (>= 4.0), libstdc++6 (>= 10.2)")
+    set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${architecture})
+endif()
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
     "${CMAKE_BINARY_DIR}" "${CMAKE_BINARY_DIR}/onnxruntime_stub")
 # What other packages need when they link the library; the runtime is nobody else's to link.

@@ -12,10 +12,10 @@ import tempfile
 
 parser = argparse.ArgumentParser(description=__doc__)
 parser.add_argument("part", choices=["exports", "lookup", "tool", "examples", "packages"])
-for name in ("build", "source", "library", "runtime", "old", "cmake", "nm", "objdump", "readelf"):
+for name in ("build", "source", "library", "runtime", "old", "cmake", "cc", "nm", "objdump", "readelf"):
     parser.add_argument("--" + name, required=True, type=pathlib.Path)
 parser.add_argument("--objects", nargs="*", default=[], help="what the library is made of")
-parser.add_argument("--runner", default="", help="what runs the target's programs: wine, or nothing")
+parser.add_argument("--runner", default="", help="what runs the target's programs: wine, qemu, or nothing")
 parser.add_argument("--toolchain", default="", help="CMake's file for the target")
 given = parser.parse_args()
 windows = given.library.suffix == ".dll"
@@ -198,7 +198,7 @@ def new_java():
 def examples():
     deps = given.source / ".deps"
     node = [*runner, deps / "node/node.exe"] if windows else ["node"]
-    commands = [([*runner], given.build / f"detect_example{exe}"), (node, "node/detect.js")] + (not windows) * [
+    commands = [([*runner], given.build / f"detect_example{exe}")] + (windows or not runner) * [(node, "node/detect.js")] + (not runner) * [
         ([sys.executable], "python/detect.py"), (["luajit"], "luajit/detect.lua"), (["ruby"], "ruby/detect.rb"),
         (["php"], "php/detect.php"), (new_java(), "java/Detect.java")]
     model, library, nowhere = (f"{drive}{path}" for path in (deps / "models/silero_vad.onnx", given.library, "/nowhere/at.all"))
@@ -253,6 +253,10 @@ def packages():
         (windows_packages if windows else linux_packages)(pathlib.Path(folder))
 
 
+# Whose these libraries are; the others are the C library's, or in the package.
+PACKAGES = {"libstdc++.so.6": "libstdc++6", "libgcc_s.so.1": "libgcc-s1"}
+
+
 def linux_packages(work):
     output(given.cmake, "--install", given.build, "--prefix", work / "prefix", "--strip")
     prefix = (work / "prefix").rename(work / "moved away")
@@ -261,11 +265,15 @@ def linux_packages(work):
     flags = shlex.split(output("pkg-config", "--cflags", "--libs", "onnxruntime_vornic",
                                env={**os.environ, "PKG_CONFIG_PATH": str(prefix / "lib/pkgconfig")}))
     example = prefix / "share/doc/onnxruntime-vornic/examples/c/run.c"
-    output("cc", "-o", work / "by_pkg_config", example, *flags, f"-Wl,-rpath,{prefix}/lib")
+    output(given.cc, "-o", work / "by_pkg_config", example, *flags, f"-Wl,-rpath,{prefix}/lib")
     answers("installed and moved, by pkg-config", work / "by_pkg_config")
     made = pack(work, "TGZ;DEB")
     shutil.unpack_archive(made[".gz"], work / "archive")
     output("dpkg-deb", "-x", made[".deb"], work / "package")
+    depends = output("dpkg-deb", "-f", made[".deb"], "Depends")
+    for file in (work / "package/usr/bin/onnxruntime_vornic-run", given.library, given.runtime):
+        needed = re.findall(r"\(NEEDED\).*\[(.*)\]", output(given.readelf, "-dW", file))
+        check(f"packages named for {file.name}", [], [name for name in needed if PACKAGES.get(name, "libc6") not in depends])
     for prefix in (*(work / "archive").iterdir(), work / "package/usr"):
         check_contents(prefix)
         # The system's own runtime may stand in the folder of libraries, and be too old.
