@@ -1,5 +1,6 @@
 // Feeds the corpora to their targets, and with each text its beginnings and some variations:
 // replay CORPUS
+#include <stdint.h>
 #include <stdio.h>
 
 #include <filesystem>
@@ -8,7 +9,9 @@
 #include <random>
 #include <string>
 
-#include "targets.h"
+// Both are in targets.cpp: the target of this name is chosen first.
+bool choose_target(const char* name);
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 namespace {
 

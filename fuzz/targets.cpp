@@ -1,5 +1,5 @@
-#include "targets.h"
-
+// What is fuzzed: targets that take any text, up to the longest, and stop the process when the library
+// does not keep its promises for it.
 #include <math.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -28,6 +28,8 @@
 
 namespace {
 
+constexpr size_t kLongestText = 1 << 16;
+
 void (*g_run)(const char* text, size_t size);
 
 [[noreturn]] void stop(int line, const char* truth) {
@@ -38,24 +40,6 @@ void (*g_run)(const char* text, size_t size);
 bool same(double a, double b) {
     return isnan(a) ? isnan(b) && signbit(a) == signbit(b)
                     : std::bit_cast<uint64_t>(a) == std::bit_cast<uint64_t>(b);
-}
-
-// strtod as glibc has it: MinGW's differs in what may stand behind a NaN, and gives -0 for a text that
-// is no number.
-double read_number_slowly(const char* text, const char** end) {
-    const char* word = text + (*text == '-' || *text == '+');
-    if (strncasecmp(word, "nan", 3) != 0) {
-        char* behind = nullptr;
-        const double number = strtod(text, &behind);
-        *end = behind;
-        return behind != text ? number : 0;
-    }
-    constexpr const char* kInside =
-        "0123456789_abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
-    const char* const bracket = word + 3;
-    const size_t length = *bracket == '(' ? 1 + strspn(bracket + 1, kInside) : 0;
-    *end = length > 0 && bracket[length] == ')' ? bracket + length + 1 : bracket;
-    return copysign(NAN, *text == '-' ? -1 : 1);
 }
 
 // Names, braces and keys are found where a plain search finds them.
@@ -90,75 +74,63 @@ void fuzz_scan(const char* text, size_t) {
     const char* selected[kMaxOutputs];
     uint64_t count = 0;
     HOLDS(!vnort_parse_provider_options(text, &options) || options.count <= kMaxProviderOptions);
-    HOLDS(vnort_parse_number_array_double(text, numbers, kMaxRank, &count) ? count <= kMaxRank
-                                                                           : count == 0);
+    const bool has_numbers = vnort_parse_number_array_double(text, numbers, kMaxRank, &count);
+    HOLDS(count <= (has_numbers ? kMaxRank : 0));
     if (!vnort_parse_string_array(text, names, 5, selected, &count)) return;
     HOLDS(count <= kMaxOutputs);
-    for (uint64_t i = 0; i < count; ++i) {
-        HOLDS(selected[i] >= names[0] && selected[i] <= names[4]);
-    }
+    while (count-- > 0) HOLDS(selected[count] >= names[0] && selected[count] <= names[4]);
 }
 
-// Plays the text as appends into an array of this capacity, and on a string as the rules have it.
-void build_text(const char* text, size_t size, size_t capacity) {
-    char* room = static_cast<char*>(malloc(capacity));
-    BoundedText writer = {room, capacity, 0};
-    std::string twin;
-    const auto put = [&](const std::string& piece) {
-        twin += piece.substr(0, capacity - 1 - twin.size());
-    };
-    for (size_t at = 0; at < size;) {
-        const int kind = text[at] & 3;
-        const size_t wanted = static_cast<uint8_t>(text[at]) >> 2;
-        ++at;
-        const std::string piece(text + at, wanted < size - at ? wanted : size - at);
-        at += piece.size();
-        const std::string shown = piece.c_str();
-        if (kind == 0) {
-            vnort_append(writer, piece);
-            put(piece);
-        } else if (kind == 1) {
-            vnort_appendf(writer, "%s|%d", piece.c_str(), static_cast<int>(at));
-            put(shown + '|' + std::to_string(at));
-        } else {
-            const size_t most = kind == 2 ? shown.size() : shown.size() / 2;
-            vnort_json_escape_append(writer, piece.c_str(), most);
-            for (size_t i = 0; i < most && capacity - twin.size() >= 3; ++i) {
-                put(shown[i] == '"' || shown[i] == '\\' ? std::string("\\") + shown[i]
-                                                        : std::string(1, shown[i]));
-            }
-        }
-        HOLDS(writer.length == twin.size() && memcmp(room, twin.c_str(), twin.size() + 1) == 0);
-    }
-    free(room);
-}
-
-// The elements written into an array of any capacity are the beginning of the whole text.
-void cut_elements(uint32_t type, const void* elements, uint64_t count) {
-    static char whole[1 << 12];
-    const int64_t dims[] = {INT64_MIN, static_cast<int64_t>(count)};
-    BoundedText writer = {whole, sizeof whole, 0};
-    vnort_append_tensor_data_json(writer, type, {dims, 2}, elements, count);
-    const bool has_text = type != ONNX_TENSOR_ELEMENT_DATA_TYPE_FLOAT16;
-    HOLDS(has_text || strstr(whole, "[null,null,null]") != nullptr);
-    for (size_t capacity = 24; capacity < writer.length + 2; ++capacity) {
+// What is written into an array of any capacity is the beginning of the whole text.
+template <typename Write>
+void cut(uint64_t lost, Write write) {
+    static char whole[1 << 17];
+    BoundedText all = {whole, sizeof whole, 0};
+    write(all);
+    for (uint64_t capacity = 24; capacity < 256 && capacity < all.length + 2; ++capacity) {
         char* room = static_cast<char*>(malloc(capacity));
-        BoundedText cut = {room, capacity, 0};
-        vnort_append_tensor_data_json(cut, type, {dims, 2}, elements, count);
-        HOLDS(cut.length == (writer.length < capacity ? writer.length : capacity - 1));
-        HOLDS(memcmp(room, whole, cut.length) == 0 && room[cut.length] == '\0');
+        BoundedText text = {room, capacity, 0};
+        write(text);
+        HOLDS(text.length <= all.length && text.length < capacity);
+        HOLDS(text.length + lost >= capacity - 1 || text.length == all.length);
+        HOLDS(memcmp(room, whole, text.length) == 0 && room[text.length] == '\0');
         free(room);
     }
 }
 
 void fuzz_texts(const char* text, size_t size) {
-    for (size_t capacity = 1; capacity < 70; ++capacity) build_text(text, size, capacity);
+    // A pair is never split, nor begun where fewer than three bytes are free.
+    cut(2, [&](BoundedText& room) { vnort_json_escape_append(room, text); });
+    cut(0, [&](BoundedText& room) {
+        for (size_t at = 0; at < size; at += 5) vnort_appendf(room, "%.5s|%zu", text + at, at);
+    });
+    const int64_t dims[] = {INT64_MIN, 3};
     alignas(8) char elements[32] = {};
     memcpy(elements, text, size < sizeof elements ? size : sizeof elements);
-    constexpr size_t kTypes = sizeof kElementTypes / sizeof *kElementTypes;
-    const ElementType& type = kElementTypes[static_cast<uint8_t>(text[0]) % kTypes];
-    if (type.size > 0) cut_elements(type.code, elements, sizeof elements / type.size);
-    cut_elements(ONNX_TENSOR_ELEMENT_DATA_TYPE_FLOAT16, elements, 3);  // written as nulls
+    for (const ElementType& type : kElementTypes) {
+        cut(0, [&](BoundedText& room) {
+            const uint64_t count = type.size > 0 ? sizeof elements / type.size : 3;
+            vnort_append_tensor_data_json(room, type.code, {dims, 2}, elements, count);
+        });
+    }
+}
+
+// strtod as glibc has it: MinGW's differs in what may stand behind a NaN, and gives -0 for a text that
+// is no number.
+double read_number_slowly(const char* text, const char** end) {
+    const char* word = text + (*text == '-' || *text == '+');
+    if (strncasecmp(word, "nan", 3) != 0) {
+        char* behind = nullptr;
+        const double number = strtod(text, &behind);
+        *end = behind;
+        return behind != text ? number : 0;
+    }
+    constexpr const char* kInside =
+        "0123456789_abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
+    const char* const bracket = word + 3;
+    const size_t length = *bracket == '(' ? 1 + strspn(bracket + 1, kInside) : 0;
+    *end = length > 0 && bracket[length] == ')' ? bracket + length + 1 : bracket;
+    return copysign(NAN, *text == '-' ? -1 : 1);
 }
 
 // Reading is strtod's; blanks, which strtod passes over, are no part of a number.

@@ -42,13 +42,14 @@ def read_tensors(folder, kind, infos):
         if dtype not in CARRIED:
             raise Skip(f"element type {dtype} is not carried")
         made = onnx.load_tensor(str(folder / f"{kind}_{number}.pb"))
-        yield info.name, dtype, numpy.array(numpy_helper.to_array(made), order="C")
+        values = numpy.array(numpy_helper.to_array(made), order="C")
+        if kind == "input" and values.size > 65536:
+            raise Skip("an input has more than 65,536 elements")
+        yield info.name, dtype, values
 
 
-def as_item(dtype, values):
-    if values.size > 65536:
-        raise Skip("an input has more than 65,536 elements")
-    return tensor(dtype, list(values.shape), values.ravel().tolist())
+def items(inputs):
+    return {name: tensor(dtype, list(values.shape), values.ravel().tolist()) for name, dtype, values in inputs}
 
 
 def check_values(got, values):
@@ -78,15 +79,14 @@ def check(result, expected):
 
 
 def run_json(session, inputs, expected):
-    feed = {name: as_item(dtype, values) for name, dtype, values in inputs}
-    with session.run(feed_json(feed) if feed else "{}") as result:
+    with session.run(feed_json(items(inputs)) if inputs else "{}") as result:
         check(result, expected)
 
 
 def run_binding(session, inputs, expected):
     with session.binding() as binding:
-        for name, dtype, values in inputs:
-            binding.bind_input(name, as_item(dtype, values))
+        for name, item in items(inputs).items():
+            binding.bind_input(name, item)
         for output, _, _ in expected:
             binding.bind_output(output)
         with binding.run() as result:

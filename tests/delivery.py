@@ -149,10 +149,7 @@ LINES = (r'\{"inputs":\[\{"name":"x",.*\}\]\}\n\{"outputs":\[\{"name":"y",.*\}\]
 TOOL = [
     ("--help", "", 0, r"usage: .*Exit status: .*", ""),
     ("--version", "", 0, r"onnxruntime_vornic-run \d+\.\d+\.\d+, ONNX Runtime 1\.\d+\.\d+\n", ""),
-    ("", "", 2, "", "usage: "),
-    ("--bench x double.onnx feed.json", "", 2, "", "usage: "),
-    ("--bench 7 double.onnx", "", 2, "", "usage: "),
-    ("--nothing double.onnx", "", 2, "", "usage: "),
+    *[(misuse, "", 2, "", "usage: ") for misuse in ("", "--bench x double.onnx feed.json", "--bench 7 double.onnx", "--nothing double.onnx")],
     ("double.onnx", "", 0, LINES, ""),
     ("dóuble.onnx 食.json", "", 0, GIVES, ""),
     ("double.onnx - y y", FEED, 0, GIVES.replace(r"6\]\}", r"6\]\},\"y\":.*"), ""),
@@ -236,28 +233,34 @@ def answers(what, program):
     check(what, (0, GIVES, ".*"), run(*runner, program, f"{drive}{models}/double.onnx", "-", feed=FEED))
 
 
-def pack(work, generators):
-    output(given.cmake.with_name("cpack"), "-G", generators, "-B", work / "packages", "--config", given.build / "CPackConfig.cmake")
-    return {path.suffix: path for path in (work / "packages").iterdir() if path.is_file()}
-
-
-def check_contents(prefix):
-    files = [path for path in prefix.rglob("*") if path.is_file()]
-    check("files that name the checkout", [], [path for path in files if bytes(given.source) in path.read_bytes()])
-    check("the script for authors of bindings", 1, sum(path.name == "script.txt" for path in files))
-    check("functions for languages that read C", [58], [path.read_text().count(");\n") for path in files if path.suffix == ".cdef"])
-
-
 def packages():
+    """Whatever is made, unpacked and used where it was unpacked."""
     with tempfile.TemporaryDirectory() as folder:
-        (windows_packages if windows else linux_packages)(pathlib.Path(folder))
+        work = pathlib.Path(folder)
+        output(given.cmake.with_name("cpack"), "-G", "ZIP" if windows else "TGZ;DEB", "-B", work / "packages", "--config", given.build / "CPackConfig.cmake")
+        made = {path.suffix: path for path in (work / "packages").iterdir() if path.is_file()}
+        shutil.unpack_archive(made[".zip" if windows else ".gz"], work / "archive")
+        prefixes = [*(work / "archive").iterdir()]
+        if not windows:
+            output("dpkg-deb", "-x", made[".deb"], work / "package")
+            prefixes.append(work / "package/usr")
+        for prefix in prefixes:
+            files = [path for path in prefix.rglob("*") if path.is_file()]
+            check("files that name the checkout", [], [path for path in files if bytes(given.source) in path.read_bytes()])
+            check("the script for authors of bindings", 1, sum(path.name == "script.txt" for path in files))
+            check("functions for languages that read C", [58], [path.read_text().count(");\n") for path in files if path.suffix == ".cdef"])
+            if not windows:  # the system's own runtime may stand in the folder of libraries, and be too old
+                check("runtime outside its folder", False, (prefix / "lib/libonnxruntime.so.1").exists())
+                shutil.copy(given.old, prefix / "lib/libonnxruntime.so.1")
+            answers(f"unpacked in {prefix.name}", prefix / f"bin/onnxruntime_vornic-run{exe}")
+        windows_linkers(work, prefixes[0]) if windows else linux_linkers(work, output("dpkg-deb", "-f", made[".deb"], "Depends"))
 
 
 # Whose these libraries are; the others are the C library's, or in the package.
 PACKAGES = {"libstdc++.so.6": "libstdc++6", "libgcc_s.so.1": "libgcc-s1"}
 
 
-def linux_packages(work):
+def linux_linkers(work, depends):
     output(given.cmake, "--install", given.build, "--prefix", work / "prefix", "--strip")
     prefix = (work / "prefix").rename(work / "moved away")
     check("link for the linker", r"libonnxruntime_vornic\.so\.1", os.readlink(prefix / "lib/libonnxruntime_vornic.so"))
@@ -267,26 +270,12 @@ def linux_packages(work):
     example = prefix / "share/doc/onnxruntime-vornic/examples/c/run.c"
     output(given.cc, "-o", work / "by_pkg_config", example, *flags, f"-Wl,-rpath,{prefix}/lib")
     answers("installed and moved, by pkg-config", work / "by_pkg_config")
-    made = pack(work, "TGZ;DEB")
-    shutil.unpack_archive(made[".gz"], work / "archive")
-    output("dpkg-deb", "-x", made[".deb"], work / "package")
-    depends = output("dpkg-deb", "-f", made[".deb"], "Depends")
-    for file in (work / "package/usr/bin/onnxruntime_vornic-run", given.library, given.runtime):
+    for file in (prefix / "bin/onnxruntime_vornic-run", given.library, given.runtime):
         needed = re.findall(r"\(NEEDED\).*\[(.*)\]", output(given.readelf, "-dW", file))
         check(f"packages named for {file.name}", [], [name for name in needed if PACKAGES.get(name, "libc6") not in depends])
-    for prefix in (*(work / "archive").iterdir(), work / "package/usr"):
-        check_contents(prefix)
-        # The system's own runtime may stand in the folder of libraries, and be too old.
-        check("runtime outside its folder", False, (prefix / "lib/libonnxruntime.so.1").exists())
-        shutil.copy(given.old, prefix / "lib/libonnxruntime.so.1")
-        answers(f"unpacked in {prefix.name}", prefix / "bin/onnxruntime_vornic-run")
 
 
-def windows_packages(work):
-    shutil.unpack_archive(pack(work, "ZIP")[".zip"], work / "archive")
-    (prefix,) = (work / "archive").iterdir()
-    check_contents(prefix)
-    answers("unpacked", prefix / "bin/onnxruntime_vornic-run.exe")
+def windows_linkers(work, prefix):
     answers("unpacked, by CMake and MinGW", shutil.copy(build_by_cmake(prefix, work), prefix / "bin"))
     (work / "client.c").write_text(MSVC_CLIENT)
     output("clang-14", "--target=x86_64-pc-windows-msvc", "-ffreestanding", f"-I{prefix}/include", "-c", "client.c", cwd=work)

@@ -29,9 +29,6 @@ public:
     // Functions are looked up in the library of this path, or in this program if it is null. Calls
     // find the floating-point state of this name (see support/*/float_state.h) and must leave it so.
     Player(const char* library, const std::string& models, const char* host_state = "default");
-    Player(const Player&) = delete;
-    Player& operator=(const Player&) = delete;
-    ~Player() { close(); }
 
     // True when all that comes of the line is as it says; prints what is not.
     bool play(const Line& line);

@@ -8,6 +8,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <regex>
 #include <set>
 #include <type_traits>
 #include <typeinfo>
@@ -26,9 +27,8 @@ const OrtApi* real;
 OrtApi table;
 
 std::string log_of_calls;
-std::map<std::string, int> live;      // objects, blocks and memory by kind
-std::map<std::string, int> pretends;  // what the script wishes to be otherwise
-std::string given_text;               // the next profile path, if not empty
+std::map<std::string, int> live;              // objects, blocks and memory by kind
+std::map<std::string, std::string> pretends;  // what the script wishes to be otherwise
 
 // Which call that can be refused is, and which allocation; 0 for none. A scene's are counted from
 // where it says "begin".
@@ -122,10 +122,11 @@ void after(OrtAllocator** given) {
 }
 
 void after(OrtSession*, OrtAllocator* allocator, char** text) {
-    if (given_text.empty()) return;
+    const std::string given = std::exchange(pretends["profile"], "");
+    if (given.empty()) return;
     allocator->Free(allocator, *text);
-    *text = static_cast<char*>(allocator->Alloc(allocator, given_text.size() + 1));
-    strcpy(*text, std::exchange(given_text, "").c_str());
+    *text = static_cast<char*>(allocator->Alloc(allocator, given.size() + 1));
+    strcpy(*text, given.c_str());
 }
 
 template <auto member>
@@ -147,7 +148,7 @@ struct Watch<member, OrtStatus* (*)(Arguments...) noexcept> {
         // This build of the runtime has no provider to append; and what releases, does so even if
         // it gives a status.
         const bool is_played =
-            name == "SessionOptionsAppendExecutionProvider" && pretends["provider"];
+            name == "SessionOptionsAppendExecutionProvider" && !pretends["provider"].empty();
         if (!is_played && (!is_refused || name == "ReleaseAvailableProviders")) {
             status = (real->*member)(arguments...);
             if (status == nullptr) {
@@ -185,7 +186,7 @@ struct Watch<member, void (*)(Object*) noexcept> {
 template <auto member>
 struct Watch<member, const char* (*)(const OrtStatus*) noexcept> {
     static const char* call(const OrtStatus* status) noexcept {
-        return pretends["no message"] ? nullptr : real->GetErrorMessage(status);
+        return !pretends["no message"].empty() ? nullptr : real->GetErrorMessage(status);
     }
 };
 
@@ -257,13 +258,9 @@ COMMAND(void, refuse)(Word k, const char* message) {
     refusals.message = message;
     refusals.call = refusals.calls + static_cast<int>(k);
 }
-COMMAND(void, pretend)(const char* what, Word truth) {
+COMMAND(void, pretend)(const char* what, const char* value) {
     const Outside outside;
-    pretends[what] = truth != 0;
-}
-COMMAND(void, give)(const char* text) {
-    const Outside outside;
-    given_text = text;
+    pretends[what] = value;
 }
 COMMAND(void, shown)(const char* name, const char* as) {
     const Outside outside;
@@ -294,12 +291,12 @@ void operator delete(void* block, size_t) noexcept { __real_free(block); }
 void vnort_forget_runtime() {}
 
 const OrtApiBase* vnort_runtime_entry() {
-    static const OrtApiBase base = {[](uint32_t version) noexcept -> const OrtApi* {
-                                        return pretends["no table"] || version != 24 ? nullptr
-                                                                                     : &table;
-                                    },
-                                    []() noexcept { return "1.24"; }};
-    return pretends["no runtime"] ? nullptr : &base;
+    static const OrtApiBase base = {
+        [](uint32_t version) noexcept -> const OrtApi* {
+            return !pretends["no table"].empty() || version != 24 ? nullptr : &table;
+        },
+        []() noexcept { return "1.24"; }};
+    return !pretends["no runtime"].empty() ? nullptr : &base;
 }
 
 namespace {
@@ -313,6 +310,7 @@ std::string play(Player& player, const Scene& scene, const std::string& circumst
     refusals.call = refusals.allocation = 0;
     refusals.message = "injected";
     player.close();
+    pretends.clear();
     log_of_calls.clear();
     std::string left;
     for (const auto& [kind, count] : std::exchange(live, {})) {
@@ -334,6 +332,8 @@ void expect(bool truth, const Scene& scene, const std::string& circumstances,
            scene.title.place.c_str(), circumstances.c_str(), answers.c_str());
 }
 
+const std::regex kOutOfMemory("out of memory|\\|0\\||failed to read string");
+
 void play_refusing(Player& player, const Scene& scene) {
     const std::string all_well = play(player, scene, "the scene");
     const int calls = refusals.calls, allocations = refusals.allocations;
@@ -353,10 +353,7 @@ void play_refusing(Player& player, const Scene& scene) {
         refusals.goes_on = k % 2 != 0;
         const std::string what = "refusing allocation " + std::to_string(k / 2);
         const std::string answers = play(player, scene, what);
-        bool is_shown = false;
-        for (const char* text : {"out of memory", "|0|", "failed to read string"}) {
-            is_shown = is_shown || answers.find(text) != std::string::npos;
-        }
+        const bool is_shown = std::regex_search(answers, kOutOfMemory);
         expect(is_shown && answers != all_well, scene, what, answers);
     }
     refusals.next_allocation = 0;

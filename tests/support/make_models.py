@@ -33,7 +33,7 @@ def ints(name, *numbers):
 
 model("double", [node("Add", ["x", "x"], ["y"])], [value("x", T.FLOAT, ["batch", 3])],
       [value("y", T.FLOAT, ["batch", 3])], key='va"lue')
-model("sum", [node("Add", ["a", "b"], ["y"])], [value(i, T.FLOAT, ["n"]) for i in "ab"],
+model("sum", [node("Add", ["a", "b" * 200], ["y"])], [value(i, T.FLOAT, ["n"]) for i in ("a", "b" * 200)],
       [value("y", T.FLOAT, ["n"])])
 model("casts", [node("Cast", ["text"], ["number"], to=T.FLOAT), node("Cast", ["number"], ["same"], to=T.STRING)],
       [value("text", T.STRING, ["n"])], [value(o, t, ["n"]) for o, t in (("number", T.FLOAT), ("same", T.STRING))])
