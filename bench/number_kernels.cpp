@@ -174,6 +174,13 @@ int main(int argc, char** argv) {
 
     const auto ids = make<int64_t>([&] { return static_cast<int64_t>(random() % 30522); });
     const auto pixels = make<int64_t>([&] { return static_cast<int64_t>(random() % 256); });
+    std::normal_distribution<double> gauss;
+    std::vector<std::string> four_decimals(kCount);
+    for (std::string& number : four_decimals) {
+        char text[kNumberRoom];
+        number.assign(text,
+                      static_cast<size_t>(snprintf(text, sizeof text, "%.4f", gauss(random))));
+    }
     std::vector<std::string> mixed = texts(floats, 9);
     for (size_t i = 0; i < mixed.size(); ++i) {
         if (i % 3 == 1) mixed[i] = text_of(short_floats[i], 9);
@@ -195,6 +202,9 @@ int main(int argc, char** argv) {
     read_row("read 9 digits, a blank between", texts(floats, 9), ", ");
     read_row("read shortest float32", shortest_texts(floats));
     read_row("read as JavaScript writes", shortest_texts(doubles));
+    read_row("read float32 as JavaScript writes",
+             shortest_texts(std::vector<double>(floats.begin(), floats.end())));
+    read_row("read 4 decimals, gauss", four_decimals);
     read_row("read ids below 30,522", texts(ids, 9));
     read_row("read pixels", texts(pixels, 9));
     read_row("read mixed kinds", mixed);
