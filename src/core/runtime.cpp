@@ -1,5 +1,6 @@
 #include "core/runtime.h"
 
+#include "core/c_locale.h"
 #include "core/float_state.h"
 #include "core/last_error.h"
 #include "core/runtime_entry.h"
@@ -25,6 +26,7 @@ int32_t vnort_init() {
     if (g_api_base == nullptr) return refuse("OrtGetApiBase returned NULL");
     g_api = g_api_base->GetApi(kApiVersion);
     if (g_api == nullptr) return refuse("GetApi returned NULL");
+    const CLocaleScope c_locale;  // looks up what it uses, while one thread alone is here
     vnort_clear_error();
     return 1;
 }

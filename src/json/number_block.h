@@ -6,7 +6,7 @@
 // How many bytes before and behind a number the block reader looks at: it starts no nearer to the
 // ends of the text that it is given.
 inline constexpr int64_t kNumberBlockBefore = 17;
-inline constexpr int64_t kNumberBlockBehind = 64;
+inline constexpr int64_t kNumberBlockBehind = 65;
 
 struct NumberBlockRead {
     const char* at;  // behind the last comma taken

@@ -125,7 +125,7 @@ char* write_exponent(char* p, int exponent) {
 }
 
 // Lays the digits out as %g does, without zeros at the end of a fraction. Words are stored whole,
-// their first byte first as on every x64; what they hold too much stays behind the end.
+// their first byte first as on x64 and arm64; what they hold too much stays behind the end.
 template <int kDigits>
 char* lay_out(char* first, Decimal decimal) {
     using Word = typename Tail<kDigits>::Word;
