@@ -134,7 +134,7 @@ def lookup():
         with tempfile.TemporaryDirectory() as alone:
             library = shutil.copy(given.library, alone)
             check("nowhere: the loader refuses the library", (1, r"libonnxruntime\.so\.1: .*", ".*"),
-                  run(given.build / "play", library, models, "-", feed="available\n"))
+                  run(*runner, given.build / "play", library, models, "-", feed="available\n"))
 
 
 ITEM = '{"dtype":"float32","shape":[%s],"data":[%s]}'
