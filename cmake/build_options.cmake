@@ -27,6 +27,13 @@ if(VORNIC_SANITIZERS)
     add_link_options(-fsanitize=address,undefined)
 endif()
 
+# What distributions build with. MinGW would need a library for it.
+if(NOT WIN32 AND NOT VORNIC_SANITIZERS)
+    set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+    add_compile_options("$<$<CONFIG:Release,RelWithDebInfo>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
+    add_link_options(-Wl,-z,relro,-z,now)
+endif()
+
 # Warnings of the project's own targets; any warning fails the build.
 function(vornic_warnings target)
     target_compile_options(${target} PRIVATE

@@ -33,6 +33,8 @@ set_target_properties(onnxruntime_vornic PROPERTIES LINKER_LANGUAGE C)
 # CMake would add the C++ runtime for the sake of the objects' language.
 set(CMAKE_CXX_IMPLICIT_LINK_LIBRARIES "")
 target_link_options(onnxruntime_vornic PRIVATE -Wl,--gc-sections)
+vornic_version_resource(onnxruntime_vornic onnxruntime_vornic.dll VFT_DLL
+    "ONNX Runtime inference through plain C functions")
 if(WIN32)
     set_target_properties(onnxruntime_vornic PROPERTIES PREFIX "")
     # -static: the compiler's own libraries become no dependency. The time of the build is left out
@@ -42,7 +44,7 @@ else()
     set_target_properties(onnxruntime_vornic PROPERTIES
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR})
-    target_link_options(onnxruntime_vornic PRIVATE -Wl,-z,relro,-z,now -Wl,--as-needed)
+    target_link_options(onnxruntime_vornic PRIVATE -Wl,--as-needed)
     if(NOT VORNIC_SANITIZERS)
         # The checkers' own functions come from the program.
         target_link_options(onnxruntime_vornic PRIVATE -Wl,--no-undefined)

@@ -79,6 +79,16 @@
 
 #include <stdint.h>
 
+/** The version of this header, whose three numbers follow. Libraries of later versions fit it as long as
+ * the first number is the same. */
+#define ONNXRUNTIME_VORNIC_VERSION "1.0.0"
+/** Grows when callers have to change. */
+#define ONNXRUNTIME_VORNIC_VERSION_MAJOR 1
+/** Grows when something is added. */
+#define ONNXRUNTIME_VORNIC_VERSION_MINOR 0
+/** Grows when something is mended. */
+#define ONNXRUNTIME_VORNIC_VERSION_PATCH 0
+
 #if defined(_WIN32)
 #define ONNXRUNTIME_VN_CALL __cdecl
 #if defined(ONNXRUNTIME_VORNIC_BUILD)

@@ -1,103 +1,69 @@
 /* onnxruntime_vornic-run: describes a model, runs it on a feed, or times it. See usage(). */
-#include <errno.h>
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
 #include "onnxruntime_vornic.h"
-
-#ifndef ONNXRUNTIME_VORNIC_VERSION /* given by the project's own build */
-#define ONNXRUNTIME_VORNIC_VERSION "built from its source"
-#endif
+#include "run_feed.h"
+#include "run_platform.h"
 
 enum { OK = 0, FAILED = 1, MISUSED = 2, MAX_RUNS = 10000000 };
 
-/* In bytes: twice what 16 inputs of 65,536 numbers can take. A power of two. */
-static const size_t MAX_FEED = (size_t)64 << 20;
+/* The command line. */
+typedef struct {
+    const char* model;
+    const char* feed; /* the name of its file, or null */
+    char** outputs;   /* the names wanted */
+    int output_count;
+    int zeros; /* whether to print a feed of zeros */
+    int runs;  /* how many to time */
+    SessionOptions* session;
+} Wanted;
+
+/* What a run is given: a feed, or a tensor for the one input that a model has. */
+typedef struct {
+    const InferenceSession* session;
+    const char* outputs;
+    const char* feed;
+    const FloatTensor* tensor;
+    char input[256];
+} Run;
 
 static int complain(const char* what, const char* why) {
     fprintf(stderr, "onnxruntime_vornic-run: %s%s%s\n", what, why[0] ? ": " : "", why);
     return FAILED;
 }
 
-/* ---- The platform: arguments and file names in UTF-8, bytes as they are, a steady clock ------ */
-
-#ifdef _WIN32
-#include <fcntl.h>
-#include <io.h>
-#include <windows.h>
-
-#include <shellapi.h>
-
-/* main's own arguments have lost what the system's code page cannot hold. */
-static char** utf8_arguments(int* count, char** arguments) {
-    wchar_t** wide = CommandLineToArgvW(GetCommandLineW(), count);
-    arguments = wide != NULL ? calloc((size_t)*count + 1, sizeof *arguments) : NULL;
-    for (int i = 0; arguments != NULL && i < *count; ++i) {
-        int size = WideCharToMultiByte(CP_UTF8, 0, wide[i], -1, NULL, 0, NULL, NULL);
-        arguments[i] = malloc((size_t)size);
-        if (arguments[i] == NULL) return NULL;
-        WideCharToMultiByte(CP_UTF8, 0, wide[i], -1, arguments[i], size, NULL, NULL);
-    }
-    _setmode(_fileno(stdin), _O_BINARY);
-    _setmode(_fileno(stdout), _O_BINARY);
-    SetConsoleOutputCP(CP_UTF8);
-    return arguments;
-}
-
-static FILE* open_file(const char* name) {
-    wchar_t wide[1024];
-    if (MultiByteToWideChar(CP_UTF8, 0, name, -1, wide, 1024) == 0) {
-        errno = ENAMETOOLONG;
-        return NULL;
-    }
-    return _wfopen(wide, L"rb");
-}
-
-static double microseconds(void) {
-    LARGE_INTEGER ticks, a_second;
-    QueryPerformanceCounter(&ticks);
-    QueryPerformanceFrequency(&a_second);
-    return (double)ticks.QuadPart * 1e6 / (double)a_second.QuadPart;
-}
-#else
-#include <time.h>
-
-static char** utf8_arguments(int* count, char** arguments) {
-    (void)count;
-    return arguments;
-}
-
-static FILE* open_file(const char* name) { return fopen(name, "rb"); }
-
-static double microseconds(void) {
-    struct timespec now;
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return (double)now.tv_sec * 1e6 + (double)now.tv_nsec / 1e3;
-}
-#endif
-
 static void usage(FILE* to) {
     fputs(
-        "usage: onnxruntime_vornic-run MODEL\n"
-        "       onnxruntime_vornic-run [--bench N] MODEL FEED.json [OUTPUT ...]\n"
-        "       onnxruntime_vornic-run --help | --version\n"
+        "usage: onnxruntime_vornic-run [OPTION ...] MODEL [FEED.json [OUTPUT ...]]\n"
         "\n"
         "With MODEL alone, prints its inputs, outputs and metadata and the execution providers,\n"
         "each as one line of JSON. With a feed (- for standard input), runs the model on it and\n"
         "prints the result: all outputs, or those named. A feed has one tensor for each input:\n"
         "  {\"x\":{\"dtype\":\"float32\",\"shape\":[1,2],\"data\":[0.5,1]}}\n"
-        "--bench N prints the time of N runs instead, after one that does not count.\n"
+        "\n"
+        "  --feed                  print a feed of zeros for the model, to be edited; a dimension\n"
+        "                          that each run chooses is 1 there\n"
+        "  --bench N               print the time of N runs, after one that does not count;\n"
+        "                          without a feed on zeros, by the fast tensor run where\n"
+        "                          the model has one float32 input\n"
+        "  --threads N             use N threads inside an operator\n"
+        "  --provider NAME[=JSON]  append an execution provider, with its options\n"
+        "  --version               print the versions of this program and of ONNX Runtime\n"
+        "  -h, --help              print this\n"
+        "  --                      what follows is no option\n"
         "\n"
         "Exit status: 0 when all went well, 1 when something failed, 2 for a wrong command line.\n",
         to);
 }
 
 /* The library's own text; a few of its refusals come without one. */
-static int library_failed(const char* what) {
+static int library_failed(void) {
     const char* text = onnxruntime_vn_last_error();
-    return complain(what, text[0] ? text : "no reason given: is a \"shape\" or \"data\" missing?");
+    return complain(text[0] ? text : "no reason given",
+                    text[0] ? "" : "is a \"shape\" or \"data\" missing?");
 }
 
 /* A text that has reached its limit has been cut there. */
@@ -112,8 +78,8 @@ static int describe(const InferenceSession* session) {
         const char* name;
         const char* text;
         size_t limit;
-    } rows[] = {{"inputs", onnxruntime_vn_get_inputs_json(session), 2046},
-                {"outputs", onnxruntime_vn_get_outputs_json(session), 2046},
+    } rows[] = {{"inputs", onnxruntime_vn_get_inputs_json(session), 2040},
+                {"outputs", onnxruntime_vn_get_outputs_json(session), 2040},
                 {"metadata", onnxruntime_vn_get_modelmeta_json(session), 4095},
                 {"providers", onnxruntime_vn_get_available_providers_json(), 1023}};
     for (size_t i = 0; i < sizeof rows / sizeof *rows; ++i) {
@@ -123,70 +89,19 @@ static int describe(const InferenceSession* session) {
     return status;
 }
 
-/* All of a file as a text, or null with the reason. The caller frees it. */
-static char* read_text(FILE* file, const char** why) {
-    size_t room = 4096, length = 0;
-    char* text = malloc(room);
-    while (text != NULL) {
-        length += fread(text + length, 1, room - length, file);
-        if (length < room || room >= MAX_FEED) break;
-        char* larger = realloc(text, room *= 2);
-        if (larger == NULL) free(text);
-        text = larger;
-    }
-    *why = text == NULL                         ? "out of memory"
-           : ferror(file)                       ? strerror(errno)
-           : length == room                     ? "too large"
-           : memchr(text, '\0', length) != NULL ? "not a text"
-                                                : NULL;
-    if (*why == NULL) {
-        text[length] = '\0';
-        return text;
-    }
-    free(text);
-    return NULL;
-}
-
-static char* read_feed(const char* name) {
-    const char* why;
-    FILE* file = strcmp(name, "-") == 0 ? stdin : open_file(name);
-    char* feed = NULL;
-    if (file == NULL) {
-        complain(name, strerror(errno));
-    } else if ((feed = read_text(file, &why)) == NULL) {
-        complain(name, why);
-    }
-    if (file != NULL && file != stdin) fclose(file);
-    return feed;
-}
-
-/* The names as a JSON array, [] for all outputs. The caller frees it. */
-static char* names_json(char** names, int count) {
-    size_t size = sizeof "[]";
-    for (int i = 0; i < count; ++i) size += 2 * strlen(names[i]) + strlen("\"\",");
-    char* json = malloc(size);
-    char* at = json;
-    for (int i = 0; i < count && json != NULL; ++i) {
-        *at++ = i == 0 ? '[' : ',';
-        *at++ = '"';
-        for (const char* name = names[i]; *name != '\0'; ++name) {
-            if (*name == '"' || *name == '\\') *at++ = '\\';
-            *at++ = *name;
-        }
-        *at++ = '"';
-    }
-    if (json != NULL) strcpy(at, count == 0 ? "[]" : "]");
-    return json;
-}
-
 /* Prints the result of a run, or stores the microseconds that the run took. */
-static int run_once(const InferenceSession* session, const char* names, const char* feed,
-                    double* taken) {
+static int run_once(const Run* run, double* taken) {
     double start = microseconds();
-    RunResult* result = onnxruntime_vn_run_json(session, names, feed);
-    if (result == NULL) return library_failed("the run failed");
+    RunResult* result =
+        run->tensor != NULL
+            ? onnxruntime_vn_run_tensor_fast(run->session, run->input, run->tensor, run->outputs)
+            : onnxruntime_vn_run_json(run->session, run->outputs, run->feed);
     int status = OK;
-    if (taken == NULL) {
+    if (result == NULL) {
+        status = library_failed();
+        name_values("input", onnxruntime_vn_get_inputs_json(run->session));
+        name_values("output", onnxruntime_vn_get_outputs_json(run->session));
+    } else if (taken == NULL) {
         puts(onnxruntime_vn_result_json(result));
         status = check_cut("the result", onnxruntime_vn_result_json(result), 65535);
     }
@@ -200,68 +115,174 @@ static int by_size(const void* left, const void* right) {
     return (a > b) - (a < b);
 }
 
-static int time_runs(const InferenceSession* session, const char* names, const char* feed,
-                     int runs) {
+static int time_runs(const Run* run, int runs) {
     double* times = malloc(((size_t)runs + 1) * sizeof *times);
     if (times == NULL) return complain("out of memory", "");
-    int status = run_once(session, names, feed, &times[runs]); /* does not count */
-    for (int i = 0; i < runs && status == OK; ++i) {
-        status = run_once(session, names, feed, &times[i]);
-    }
+    int status = run_once(run, &times[runs]); /* does not count */
+    for (int i = 0; i < runs && status == OK; ++i) status = run_once(run, &times[i]);
     if (status == OK) {
         qsort(times, (size_t)runs, sizeof *times, by_size);
-        printf("%d runs: minimum %.1f us, median %.1f us, maximum %.1f us\n", runs, times[0],
+        printf("%d runs%s: minimum %.1f us, median %.1f us, maximum %.1f us\n", runs,
+               run->tensor != NULL ? " by the fast tensor run" : "", times[0],
                (times[(runs - 1) / 2] + times[runs / 2]) / 2, times[runs - 1]);
     }
     free(times);
     return status;
 }
 
-static int use_model(const char* model, const char* names, const char* feed, int runs) {
-    InferenceSession* session = onnxruntime_vn_create_session(model, NULL);
-    if (session == NULL) return library_failed("no session");
-    int status = feed == NULL ? describe(session) : OK;
+/* The tensor of zeros for a model with one float32 input; null for any other. */
+static FloatTensor* zero_tensor(const char* inputs, char input[256]) {
+    Value value, second;
+    char shape[512];
+    const char* rest = next_value(inputs, &value);
+    if (rest == NULL || next_value(rest, &second) != NULL || strcmp(value.dtype, "float32") != 0)
+        return NULL;
+    write_shape(shape, sizeof shape, &value, 0);
+    strcpy(input, value.name);
+    return onnxruntime_vn_tensor_zeros_f32(shape);
+}
+
+/* Runs, or prints a feed, where the command line named no feed. */
+static int use_zeros(const Wanted* wanted, Run* run) {
+    const char* inputs = onnxruntime_vn_get_inputs_json(run->session);
+    const char* why;
+    FloatTensor* tensor = wanted->zeros ? NULL : zero_tensor(inputs, run->input);
+    char* feed = tensor == NULL ? zero_feed(inputs, &why) : NULL;
+    int status = OK;
+    if (feed == NULL && tensor == NULL) {
+        status = complain("no feed", why);
+        name_values("input", inputs);
+    } else if (wanted->zeros) {
+        puts(feed);
+        status = check_cut("inputs", inputs, 2040);
+    } else {
+        run->feed = feed;
+        run->tensor = tensor;
+        status = time_runs(run, wanted->runs);
+    }
+    onnxruntime_vn_release_tensor(tensor);
+    free(feed);
+    return status;
+}
+
+static int use_session(const Wanted* wanted, Run* run) {
+    if (run->feed == NULL && !wanted->zeros && wanted->runs == 0) return describe(run->session);
     /* Empties the last-error text: a refusal without a text must not show an earlier one. */
     onnxruntime_vn_release_tensor(onnxruntime_vn_tensor_zeros_f32("[1]"));
-    if (feed != NULL && runs > 0) status = time_runs(session, names, feed, runs);
-    if (feed != NULL && runs == 0) status = run_once(session, names, feed, NULL);
+    if (run->feed == NULL) return use_zeros(wanted, run);
+    return wanted->runs > 0 ? time_runs(run, wanted->runs) : run_once(run, NULL);
+}
+
+static int use_model(const Wanted* wanted, Run* run) {
+    InferenceSession* session = onnxruntime_vn_create_session(wanted->model, wanted->session);
+    if (session == NULL) return library_failed();
+    run->session = session;
+    int status = use_session(wanted, run);
     onnxruntime_vn_release_session(session);
     return status;
 }
 
-/* MODEL [FEED.json [OUTPUT ...]] */
-static int use_arguments(int count, char** arguments, int runs) {
-    if (count == 1) return use_model(arguments[0], NULL, NULL, 0);
-    char* names = names_json(arguments + 2, count - 2);
-    char* feed = names != NULL ? read_feed(arguments[1]) : NULL;
-    if (names == NULL) complain("out of memory", "");
-    int status = feed != NULL ? use_model(arguments[0], names, feed, runs) : FAILED;
+static int use_arguments(const Wanted* wanted) {
+    char* names = names_json(wanted->outputs, wanted->output_count);
+    if (names == NULL) return complain("out of memory", "");
+    const char* why = NULL;
+    char* feed = wanted->feed != NULL ? read_feed(wanted->feed, &why) : NULL;
+    Run run = {.outputs = names, .feed = feed};
+    int status = why == NULL ? use_model(wanted, &run) : complain(wanted->feed, why);
     free(feed);
     free(names);
     return status;
 }
 
+static int print_version(void) {
+    if (!onnxruntime_vn_available()) return library_failed();
+    printf("onnxruntime_vornic-run %s, ONNX Runtime %s\n", ONNXRUNTIME_VORNIC_VERSION,
+           onnxruntime_vn_get_version_string());
+    return OK;
+}
+
+/* The value of the option at argv[*at], behind a = or the next argument, "" without any; null when
+ * another option stands there. */
+static const char* value_of(const char* option, char** argv, int* at) {
+    size_t length = strlen(option);
+    if (strncmp(argv[*at], option, length) != 0) return NULL;
+    if (argv[*at][length] == '=') return argv[*at] + length + 1;
+    if (argv[*at][length] != '\0') return NULL;
+    return argv[*at + 1] != NULL ? argv[++*at] : "";
+}
+
+/* A whole number from 1 to most, 0 for anything else. */
+static int number_of(const char* text, long most) {
+    char* end;
+    long number = strtol(text, &end, 10);
+    return *text != '\0' && *end == '\0' && number > 0 && number <= most ? (int)number : 0;
+}
+
+/* NAME or NAME=JSON */
+static int append_provider(SessionOptions* options, const char* text) {
+    char name[128];
+    const char* json = strchr(text, '=');
+    if (json == NULL) {
+        return onnxruntime_vn_session_options_append_execution_provider(options, text);
+    }
+    snprintf(name, sizeof name, "%.*s", (int)(json - text), text);
+    return onnxruntime_vn_session_options_append_execution_provider_with_options(options, name,
+                                                                                 json + 1);
+}
+
+/* Takes the option at argv[*at]; 0 when it is none. */
+static int take_option(Wanted* wanted, char** argv, int* at) {
+    const char* value;
+    if (strcmp(argv[*at], "--feed") == 0) return wanted->zeros = 1;
+    if ((value = value_of("--bench", argv, at)) != NULL)
+        return wanted->runs = number_of(value, MAX_RUNS);
+    if ((value = value_of("--threads", argv, at)) != NULL) {
+        int threads = number_of(value, 1024);
+        onnxruntime_vn_session_options_set_intra_op_num_threads(wanted->session, threads);
+        return threads;
+    }
+    value = value_of("--provider", argv, at);
+    return value != NULL && append_provider(wanted->session, value);
+}
+
+/* Sorts the arguments: the options into wanted, the others to the front of argv. Gives their number, or
+ * -1 when something is wrong. */
+static int take_arguments(Wanted* wanted, char** argv) {
+    int count = 0;
+    int no_options = 0;
+    for (int at = 1; argv[at] != NULL; ++at) {
+        if (no_options || argv[at][0] != '-' || argv[at][1] == '\0') {
+            argv[count++] = argv[at];
+        } else if (strcmp(argv[at], "--") == 0) {
+            no_options = 1;
+        } else if (!take_option(wanted, argv, &at)) {
+            return -1;
+        }
+    }
+    wanted->model = argv[0];
+    wanted->feed = count > 1 ? argv[1] : NULL;
+    wanted->outputs = argv + 2;
+    wanted->output_count = count > 2 ? count - 2 : 0;
+    return wanted->zeros && (count > 1 || wanted->runs > 0) ? -1 : count;
+}
+
 int main(int argc, char** argv) {
     argv = utf8_arguments(&argc, argv);
-    if (argv == NULL) return complain("out of memory", "");
-    const char* first = argc > 1 ? argv[1] : "-";
-    char* end = "";
-    long runs = strcmp(first, "--bench") == 0 && argc > 4 ? strtol(argv[2], &end, 10) : 0;
+    Wanted wanted = {.session = onnxruntime_vn_create_session_options()};
+    if (argv == NULL || wanted.session == NULL) return complain("out of memory", "");
+    const char* first = argc > 1 ? argv[1] : "";
     int status = OK;
-    if (first[0] != '-') {
-        status = use_arguments(argc - 1, argv + 1, 0);
-    } else if (runs > 0 && runs <= MAX_RUNS && *end == '\0') {
-        status = use_arguments(argc - 3, argv + 3, (int)runs);
-    } else if (strcmp(first, "--version") == 0 && argc == 2) {
-        if (!onnxruntime_vn_available()) return library_failed("no ONNX Runtime");
-        printf("onnxruntime_vornic-run %s, ONNX Runtime %s\n", ONNXRUNTIME_VORNIC_VERSION,
-               onnxruntime_vn_get_version_string());
-    } else if (strcmp(first, "--help") == 0 && argc == 2) {
+    if (strcmp(first, "--help") == 0 || strcmp(first, "-h") == 0) {
         usage(stdout);
+    } else if (strcmp(first, "--version") == 0) {
+        status = print_version();
+    } else if (take_arguments(&wanted, argv) > 0) {
+        status = use_arguments(&wanted);
     } else {
         usage(stderr);
         return MISUSED;
     }
+    onnxruntime_vn_release_session_options(wanted.session);
     if (fflush(stdout) != 0 || ferror(stdout)) status = complain("cannot write the output", "");
     return status;
 }
