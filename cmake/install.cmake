@@ -1,4 +1,5 @@
-# What cmake --install puts where. Every path is relative to the prefix, which may be moved.
+# What cmake --install puts where. Every path is relative to the prefix, which may be moved. The parts are
+# library, development and tools.
 
 include(CMakePackageConfigHelpers)
 set(deb_name onnxruntime-vornic)  # Debian allows no underscore
@@ -17,7 +18,11 @@ set_target_properties(onnxruntime_vornic PROPERTIES
     INSTALL_RPATH "$ORIGIN/${private_folder};$ORIGIN")
 
 install(TARGETS onnxruntime_vornic EXPORT onnxruntime_vornic
+    RUNTIME COMPONENT library
+    LIBRARY COMPONENT library NAMELINK_COMPONENT development
+    ARCHIVE COMPONENT development
     INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 install(FILES "${PROJECT_SOURCE_DIR}/include/onnxruntime_vornic.h"
     DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
 # Beside the library, where programs that load it by its path find it.
@@ -29,16 +34,28 @@ install(FILES "${CMAKE_BINARY_DIR}/onnxruntime_vornic.cdef" DESTINATION "${besid
 if(VORNIC_TOOL)
     file(RELATIVE_PATH to_libraries "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
     set_target_properties(onnxruntime_vornic_run PROPERTIES
-        BUILD_WITH_INSTALL_RPATH OFF INSTALL_RPATH "$ORIGIN/${to_libraries}")
-    install(TARGETS onnxruntime_vornic_run)
+        BUILD_WITH_INSTALL_RPATH OFF BUILD_RPATH_USE_ORIGIN ON INSTALL_RPATH "$ORIGIN/${to_libraries}")
+    install(TARGETS onnxruntime_vornic_run COMPONENT tools)
+    if(NOT WIN32)
+        # The manual page is what --help prints.
+        file(READ "${PROJECT_SOURCE_DIR}/examples/c/run.c" usage)
+        string(REGEX REPLACE ".*fputs\\([ \n]*\"|\",[ \n]*to\\);.*" "" usage "${usage}")
+        string(REGEX REPLACE "\"[ \n]+\"" "" usage "${usage}")
+        string(REPLACE "\\n" "\n" usage "${usage}")
+        string(REPLACE "\\\"" "\"" usage "${usage}")
+        string(REPLACE "-" "\\-" usage "${usage}")
+        configure_file("${CMAKE_CURRENT_LIST_DIR}/onnxruntime_vornic-run.1.in" onnxruntime_vornic-run.1 @ONLY)
+        install(FILES "${CMAKE_BINARY_DIR}/onnxruntime_vornic-run.1"
+            DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tools)
+    endif()
 endif()
 if(VORNIC_INSTALL_RUNTIME)
     if(WIN32)
-        install(FILES "${ONNXRUNTIME_LIBRARY}" DESTINATION "${CMAKE_INSTALL_BINDIR}")
+        install(FILES "${ONNXRUNTIME_LIBRARY}" DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT library)
     else()
         file(REAL_PATH "${ONNXRUNTIME_LIBRARY}" runtime_file)
         install(FILES "${runtime_file}" RENAME "${runtime_name}"
-            DESTINATION "${CMAKE_INSTALL_LIBDIR}/${private_folder}")
+            DESTINATION "${CMAKE_INSTALL_LIBDIR}/${private_folder}" COMPONENT library)
     endif()
 endif()
 if(WIN32)
@@ -83,6 +100,12 @@ foreach(folder docs examples)
     endif()
 endforeach()
 
+# The model that the pages speak of, and a feed for it.
+if(TARGET vornic_example_model)
+    install(FILES "${example_model}" "${PROJECT_SOURCE_DIR}/examples/double.json"
+        DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples")
+endif()
+
 # For authors of bindings: what the library answers, call by call, and the models that it is asked about.
 install(FILES "${PROJECT_SOURCE_DIR}/tests/script.txt" "${PROJECT_SOURCE_DIR}/tests/play.py"
     DESTINATION "${CMAKE_INSTALL_DOCDIR}/tests")
@@ -93,6 +116,7 @@ install(FILES "${PROJECT_SOURCE_DIR}/tests/support/make_models.py"
 file(READ "${PROJECT_SOURCE_DIR}/LICENSE" library_licence)
 set(runtime_licences "")
 if(VORNIC_INSTALL_RUNTIME)
+    set(runtime_licences "ONNX Runtime ${ONNXRUNTIME_RELEASE}\n============\n\n${ONNXRUNTIME_LICENCES_ARE}\n\n")
     foreach(licences IN LISTS ONNXRUNTIME_LICENCES)
         if(EXISTS "${licences}")
             file(READ "${licences}" text)

@@ -17,6 +17,10 @@ if(ONNXRUNTIME_ROOT)
     set(ONNXRUNTIME_LIBRARY "${ONNXRUNTIME_ROOT}/lib/${runtime_name}")
     set(ONNXRUNTIME_LICENCES
         "${ONNXRUNTIME_ROOT}/LICENSE" "${ONNXRUNTIME_ROOT}/ThirdPartyNotices.txt")
+    set(ONNXRUNTIME_LICENCES_ARE "The notices of its makers, from the release archive, follow.")
+    if(EXISTS "${ONNXRUNTIME_ROOT}/VERSION_NUMBER")
+        file(STRINGS "${ONNXRUNTIME_ROOT}/VERSION_NUMBER" ONNXRUNTIME_RELEASE)
+    endif()
 else()
     set(ONNXRUNTIME_INCLUDE_DIR "${PROJECT_SOURCE_DIR}/.deps/onnxruntime/include")
     set(ONNXRUNTIME_LIBRARY
@@ -25,6 +29,13 @@ else()
     set(ONNXRUNTIME_LICENCES "${PROJECT_SOURCE_DIR}/.deps/onnxruntime/copyright")
     set(ONNXRUNTIME_LICENCES_NAMED
         /usr/share/common-licenses/Apache-2.0 /usr/share/common-licenses/MPL-2.0)
+    file(READ "${PROJECT_SOURCE_DIR}/third_party/npm/package.json" manifest)
+    string(JSON ONNXRUNTIME_RELEASE GET "${manifest}" dependencies onnxruntime-node)
+    set(ONNXRUNTIME_LICENCES_ARE "It is under the MIT licence; so says the npm package that it was taken from, \
+onnxruntime-node\n${ONNXRUNTIME_RELEASE}, which brings no notices. The works that are part of it have \
+licences of their own. Debian's list of\nthem, made for release 1.21, follows; licences of which only the \
+name stands there are in the folder\nlicences or, on Debian, in /usr/share/common-licenses. What counts is the file ThirdPartyNotices.txt in the release \
+archive of ${ONNXRUNTIME_RELEASE}.")
 endif()
 foreach(needed "${ONNXRUNTIME_INCLUDE_DIR}/onnxruntime_c_api.h" "${ONNXRUNTIME_LIBRARY}")
     if(NOT EXISTS "${needed}")

@@ -54,6 +54,7 @@ def exports():
             ("libraries", r"DLL Name: (\S+)", ["KERNEL32.dll", "msvcrt.dll"], table),
             ("delayed imports", r"T (__DELAY_IMPORT\w+)", ["__DELAY_IMPORT_DESCRIPTOR_libonnxruntime_delayed_a"], symbols),
             ("hardening", r"DllCharacteristics\t(\d+)", ["00000160"], table),
+            ("version among the properties", r"ProductVersion\0([\d.]+)", re.findall(r'VERSION "(.*)"', text), given.library.read_bytes().decode("utf-16le", "replace")),
             ("time stamp", r"Time/Date stamp \t\t(\d+)", ["0"], table),
         ]
     else:
@@ -64,7 +65,7 @@ def exports():
             ("other exports", r" [^T] (\w+)", [], exported),
             ("libraries", r"\(NEEDED\).*\[(.*)\]", ["libonnxruntime.so.1", "libc.so.6"], dynamic),
             ("name", r"\(SONAME\).*\[(.*)\]", ["libonnxruntime_vornic.so.1"], dynamic),
-            ("search path", r"\(RUNPATH\).*\[(.*)\]", ["$ORIGIN/onnxruntime_vornic:$ORIGIN"], dynamic),
+            ("search path, and bound at once", r"\((?:RUNPATH|FLAGS)\)[\w: ]*?\[?(\$[^\]]*|BIND.*)", ["$ORIGIN/onnxruntime_vornic:$ORIGIN", "BIND_NOW"], dynamic),
             ("of the runtime, and of which version", r"(Ort\S+)", ["OrtGetApiBase"], needed),
             ("libraries of a version", r"File: (\S+)", ["libc.so.6"], output(given.readelf, "-VW", given.library)),
             ("bytes of constructors: the C runtime's own", r"\(INIT_ARRAYSZ\)\s+(\d+)", ["8"], dynamic),
@@ -74,9 +75,7 @@ def exports():
         check(what, expected, re.findall(pattern, text, re.MULTILINE))
 
 
-FOUND = "available -> 1 !"
-NONE = "available -> 0 ! OrtGetApiBase returned NULL"
-OLD = "available -> 0 ! GetApi returned NULL"
+FOUND, NONE, OLD = ("available -> " + answer for answer in ("1 !", "0 ! OrtGetApiBase returned NULL", "0 ! GetApi returned NULL"))
 # Where a runtime of which kind stands, and what the library says; then, in some, what is put where while
 # the host lives, and what the library says to that.
 LOOKUPS = [
@@ -143,13 +142,17 @@ LONG = '{"x":' + ITEM % ("9000", ",".join(["0.123456789"] * 9000)) + "}"
 ODD = '{"a"b\\c":' + ITEM % ("1", "7") + "}"
 GIVES = r'\{"outputs":\{"y":\{"dtype":"float32","shape":\[1,3\],"data":\[2,5,6\]\}\}\}\n'
 TIMES = r"7 runs: minimum [\d.]+ us, median [\d.]+ us, maximum [\d.]+ us\n"
-LINES = (r'\{"inputs":\[\{"name":"x",.*\}\]\}\n\{"outputs":\[\{"name":"y",.*\}\]\}\n'
-         r'\{"metadata":\{.*va\\"lue.*\}\}\n\{"providers":\["[^\n]*CPUExecutionProvider".*\]\}\n')
+LINES = r'\{"inputs":\[\{"name":"x",.*\n\{"outputs":\[\{"name":"y",.*\n\{"metadata":\{.*va\\"lue.*\}\}\n\{"providers":\["[^\n]*CPUExecutionProvider".*\]\}\n'
 # Arguments of the tool; standard input; exit status; all of standard output; a part of standard error.
 TOOL = [
-    ("--help", "", 0, r"usage: .*Exit status: .*", ""),
+    *[(help, "", 0, r"usage: .*Exit status: .*", "") for help in ("--help", "-h")],
     ("--version", "", 0, r"onnxruntime_vornic-run \d+\.\d+\.\d+, ONNX Runtime 1\.\d+\.\d+\n", ""),
-    *[(misuse, "", 2, "", "usage: ") for misuse in ("", "--bench x double.onnx feed.json", "--bench 7 double.onnx", "--nothing double.onnx")],
+    *[(misuse, "", 2, "", "usage: ") for misuse in ("", "--bench x double.onnx feed.json", "--feed double.onnx feed.json", "--threads 0 double.onnx", "--nothing double.onnx")],
+    ("words.onnx --feed", "", 0, r'\{"data":\{"dtype":"string","shape":\[1,2\],"data":\["",""\]\},\n "x":\{.*\[1,2\],"data":\[0,0\]\}\}\n', ""),
+    ("--feed large.onnx", "", 1, "", "no feed: a feed holds at most 65536 numbers"),
+    ("--bench=7 large.onnx", "", 0, TIMES.replace("runs", "runs by the fast tensor run"), ""),
+    ("--bench 7 --threads=2 --provider CPU={} -- words.onnx", "", 0, TIMES, ""),
+    ("--provider CPU={3} double.onnx", "", 1, "", "provider option key must be a string"),
     ("double.onnx", "", 0, LINES, ""),
     ("dóuble.onnx 食.json", "", 0, GIVES, ""),
     ("double.onnx - y y", FEED, 0, GIVES.replace(r"6\]\}", r"6\]\},\"y\":.*"), ""),
@@ -157,12 +160,12 @@ TOOL = [
     ("--bench 7 double.onnx feed.json", "", 0, TIMES, ""),
     ("long.onnx -", LONG, 1, r'\{"outputs":.{65524}\n', "the result: warning: cut"),
     ("wordy.onnx", "", 1, r".*", "inputs: warning: cut"),
-    ("absent.onnx", "", 1, "", "no session: CreateSession failed: "),
+    ("absent.onnx", "", 1, "", "run: CreateSession failed: "),
     ("absent.onnx absent.json", "", 1, "", "absent.json: No such file"),
-    ("double.onnx -", "", 1, "", "the run failed: input_feed_json is empty"),
-    ("double.onnx -", '{"x":{"dtype":"float32"}}', 1, "", "the run failed: no reason given"),
+    ("double.onnx -", "", 1, "", "run: input_feed_json is empty\n  input \"x\": float32 [-1,3]\n  output \"y\": float32 [-1,3]"),
+    ("double.onnx -", '{"x":{"dtype":"float32"}}', 1, "", "run: no reason given"),
     ("--bench 7 double.onnx -", "{}", 1, "", "missing input 'x' in feed JSON"),
-    ("double.onnx - no", FEED, 1, "", "the run failed: "),
+    ("double.onnx - no", FEED, 1, "", "run: unknown output name"),
     ("double.onnx -", FEED + "\0", 1, "", "-: not a text"),
     ("double.onnx huge.json", "", 1, "", "huge.json: too large"),
 ]
@@ -170,13 +173,12 @@ TOOL = [
 
 def tool():
     with tempfile.TemporaryDirectory() as folder:
-        for name in ("double", "quotes", "long", "wordy"):
+        for name in ("double", "quotes", "long", "wordy", "words", "large"):
             shutil.copy(models / f"{name}.onnx", folder)
         shutil.copy(models / "double.onnx", f"{folder}/dóuble.onnx")
         for name in ("feed", "食"):
             pathlib.Path(folder, name + ".json").write_text(FEED)
-        with open(f"{folder}/huge.json", "wb") as file:
-            file.truncate(2**26)
+        os.truncate(shutil.copy(models / "double.onnx", f"{folder}/huge.json"), 2**26)
         for arguments, feed, status, out, err in TOOL:
             program = given.build / f"onnxruntime_vornic-run{exe}"
             check(f"onnxruntime_vornic-run {arguments}", (status, out, f".*{re.escape(err)}.*"),
@@ -196,8 +198,9 @@ def examples():
     deps = given.source / ".deps"
     node = [*runner, deps / "node/node.exe"] if windows else ["node"]
     commands = [([*runner], given.build / f"detect_example{exe}")] + (windows or not runner) * [(node, "node/detect.js")] + (not runner) * [
-        ([sys.executable], "python/detect.py"), (["luajit"], "luajit/detect.lua"), (["ruby"], "ruby/detect.rb"),
-        (["php"], "php/detect.php"), (new_java(), "java/Detect.java")]
+        ([sys.executable], "python/detect.py"), (new_java(), "java/Detect.java"), (["sbcl", "--script"] if os.path.exists("/usr/share/common-lisp/source/cl-cffi") else None, "lisp/detect.lisp"),
+        *(([name], f"{name}/detect.{end}") for name, end in (("luajit", "lua"), ("perl", "pl"), ("php", "php"), ("racket", "rkt"), ("ruby", "rb"))),
+        ([given.build / "other/detect_ocaml"], ""), ([], given.build / "other/detect_pascal")]
     model, library, nowhere = (f"{drive}{path}" for path in (deps / "models/silero_vad.onnx", given.library, "/nowhere/at.all"))
     cases = [  # what is given; exit status, output and a part of the complaint
         ([model, library], (0, "chunk 0: 0.229\nchunk 1: 0.259\nchunk 2: 0.254\n", ".*")),
@@ -208,16 +211,12 @@ def examples():
     for command, example in commands:
         finds_library = isinstance(example, pathlib.Path)  # the C program was linked with it
         for paths, expected in cases[: 2 if finds_library else 3]:
-            if command is None:
+            if command is None or not shutil.which([*command, example][0]):
                 print(f"{example} is left out: what runs it is not there")
                 continue
             with tempfile.TemporaryDirectory() as empty:
-                line = [*command, example if finds_library else f"{drive}{given.source}/examples/{example}"]
-                check(f"{example} {paths}", expected, run(*line, *paths[: 2 - finds_library], cwd=empty, env=environment))
-
-
-# For Microsoft's linker, with no C runtime: the exit status says that the runtime was found.
-MSVC_CLIENT = '#include "onnxruntime_vornic.h"\nint start(void) { return 41 + onnxruntime_vn_available(); }\n'
+                line = [*command, *[example if finds_library else f"{drive}{given.source}/examples/{example}"] * (example != "")]
+                check(f"{example or command[0].name} {paths}", expected, run(*line, *paths[: 2 - finds_library], cwd=empty, env=environment))
 
 
 def build_by_cmake(prefix, work):
@@ -229,21 +228,21 @@ def build_by_cmake(prefix, work):
     return work / f"by_cmake/run{exe}"
 
 
-def answers(what, program):
-    check(what, (0, GIVES, ".*"), run(*runner, program, f"{drive}{models}/double.onnx", "-", feed=FEED))
+def answers(what, program, prefix):
+    pair = (f"{drive}{prefix}/share/doc/onnxruntime-vornic/examples/double.{kind}" for kind in ("onnx", "json"))
+    check(what, (0, GIVES, ".*"), run(*runner, program, *pair))
 
 
 def packages():
     """Whatever is made, unpacked and used where it was unpacked."""
     with tempfile.TemporaryDirectory() as folder:
         work = pathlib.Path(folder)
-        output(given.cmake.with_name("cpack"), "-G", "ZIP" if windows else "TGZ;DEB", "-B", work / "packages", "--config", given.build / "CPackConfig.cmake")
-        made = {path.suffix: path for path in (work / "packages").iterdir() if path.is_file()}
-        shutil.unpack_archive(made[".zip" if windows else ".gz"], work / "archive")
-        prefixes = [*(work / "archive").iterdir()]
-        if not windows:
-            output("dpkg-deb", "-x", made[".deb"], work / "package")
-            prefixes.append(work / "package/usr")
+        output(given.cmake, f"-DOUTPUT={work}/packages", "-DCONTACT=Some One <one@example.test>", "-P", given.build / "packages.cmake")
+        *debs, archive = sorted((work / "packages").iterdir())
+        check("for Debian", [] if windows else ["libonnxruntime-vornic-dev", "libonnxruntime-vornic1", "onnxruntime-vornic-tools"],
+              [output("dpkg-deb", "-x", deb, work / "package") or deb.name.split("_1")[0] for deb in debs])
+        shutil.unpack_archive(archive, work / "archive")
+        prefixes = [*(work / "archive").iterdir(), *work.glob("package/usr")]
         for prefix in prefixes:
             files = [path for path in prefix.rglob("*") if path.is_file()]
             check("files that name the checkout", [], [path for path in files if bytes(given.source) in path.read_bytes()])
@@ -252,8 +251,8 @@ def packages():
             if not windows:  # the system's own runtime may stand in the folder of libraries, and be too old
                 check("runtime outside its folder", False, (prefix / "lib/libonnxruntime.so.1").exists())
                 shutil.copy(given.old, prefix / "lib/libonnxruntime.so.1")
-            answers(f"unpacked in {prefix.name}", prefix / f"bin/onnxruntime_vornic-run{exe}")
-        windows_linkers(work, prefixes[0]) if windows else linux_linkers(work, output("dpkg-deb", "-f", made[".deb"], "Depends"))
+            answers(f"unpacked in {prefix.name}", prefix / f"bin/onnxruntime_vornic-run{exe}", prefix)
+        windows_linkers(work, prefixes[0]) if windows else linux_linkers(work, "".join(output("dpkg-deb", "-f", deb, "Depends") for deb in debs))
 
 
 # Whose these libraries are; the others are the C library's, or in the package.
@@ -264,22 +263,23 @@ def linux_linkers(work, depends):
     output(given.cmake, "--install", given.build, "--prefix", work / "prefix", "--strip")
     prefix = (work / "prefix").rename(work / "moved away")
     check("link for the linker", r"libonnxruntime_vornic\.so\.1", os.readlink(prefix / "lib/libonnxruntime_vornic.so"))
-    answers("installed and moved, by CMake", build_by_cmake(prefix, work))
+    answers("installed and moved, by CMake", build_by_cmake(prefix, work), prefix)
     flags = shlex.split(output("pkg-config", "--cflags", "--libs", "onnxruntime_vornic",
                                env={**os.environ, "PKG_CONFIG_PATH": str(prefix / "lib/pkgconfig")}))
-    example = prefix / "share/doc/onnxruntime-vornic/examples/c/run.c"
-    output(given.cc, "-o", work / "by_pkg_config", example, *flags, f"-Wl,-rpath,{prefix}/lib")
-    answers("installed and moved, by pkg-config", work / "by_pkg_config")
+    sources = (prefix / "share/doc/onnxruntime-vornic/examples/c").glob("run*.c")
+    output(given.cc, "-o", work / "by_pkg_config", *sources, *flags, f"-Wl,-rpath,{prefix}/lib")
+    answers("installed and moved, by pkg-config", work / "by_pkg_config", prefix)
     for file in (prefix / "bin/onnxruntime_vornic-run", given.library, given.runtime):
         needed = re.findall(r"\(NEEDED\).*\[(.*)\]", output(given.readelf, "-dW", file))
         check(f"packages named for {file.name}", [], [name for name in needed if PACKAGES.get(name, "libc6") not in depends])
 
 
 def windows_linkers(work, prefix):
-    answers("unpacked, by CMake and MinGW", shutil.copy(build_by_cmake(prefix, work), prefix / "bin"))
-    (work / "client.c").write_text(MSVC_CLIENT)
-    output("clang-14", "--target=x86_64-pc-windows-msvc", "-ffreestanding", f"-I{prefix}/include", "-c", "client.c", cwd=work)
-    output("lld-link-14", "-entry:start", "-subsystem:console", "-nodefaultlib", f"-out:{prefix}/bin/client.exe",
+    answers("unpacked, by CMake and MinGW", shutil.copy(build_by_cmake(prefix, work), prefix / "bin"), prefix)
+    # For Microsoft's linker, with no C runtime: the exit status says that the runtime was found.
+    (work / "client.c").write_text('#include "onnxruntime_vornic.h"\nint start(void) { return 41 + onnxruntime_vn_available(); }\n')
+    output(shutil.which("clang-14") or "clang", "--target=x86_64-pc-windows-msvc", "-ffreestanding", f"-I{prefix}/include", "-c", "client.c", cwd=work)
+    output(shutil.which("lld-link-14") or "lld-link", "-entry:start", "-subsystem:console", "-nodefaultlib", f"-out:{prefix}/bin/client.exe",
            "client.o", prefix / "lib/onnxruntime_vornic.lib", cwd=work)
     check("unpacked, by Microsoft's import library", 42, run(*runner, prefix / "bin/client.exe")[0])
 

@@ -1,0 +1,16 @@
+# double.onnx, which adds its input to itself: the model that the pages speak of, for the packages.
+
+find_program(VORNIC_PYTHON python3 PATHS /usr/bin NO_DEFAULT_PATH)
+execute_process(COMMAND "${VORNIC_PYTHON}" -c "import onnx" RESULT_VARIABLE no_onnx OUTPUT_QUIET ERROR_QUIET)
+if(no_onnx)
+    message(STATUS "No Python with onnx: double.onnx is left out of what is installed")
+else()
+    set(example_model "${CMAKE_BINARY_DIR}/example/double.onnx")
+    set(make_models "${PROJECT_SOURCE_DIR}/tests/support/make_models.py")
+    add_custom_command(OUTPUT "${example_model}"
+        COMMAND "${CMAKE_COMMAND}" -E make_directory "${CMAKE_BINARY_DIR}/example"
+        COMMAND "${VORNIC_PYTHON}" "${make_models}" "${CMAKE_BINARY_DIR}/example" double
+        DEPENDS "${make_models}"
+        VERBATIM)
+    add_custom_target(vornic_example_model ALL DEPENDS "${example_model}")
+endif()
