@@ -6,7 +6,8 @@
 
 const fs = require('node:fs');
 const path = require('node:path');
-const koffi = require('koffi');
+// From the project that is called from, or from here.
+const koffi = require(require.resolve('koffi', { paths: [process.cwd(), __dirname] }));
 
 function load(file) {
     const full = path.resolve(file);

@@ -7,7 +7,8 @@
 
 const fs = require('node:fs');
 const path = require('node:path');
-const koffi = require('koffi');
+// From the project that is called from, or from here.
+const koffi = require(require.resolve('koffi', { paths: [process.cwd(), __dirname] }));
 
 function load(file) {
     // By full path, so that no other library of this name, and no other runtime, is found.

@@ -113,12 +113,15 @@ class Library:
 
     @staticmethod
     def _built():
+        """Where the build of this checkout has it, or the package that this file came with."""
+        prefix = CHECKOUT.parents[min(2, len(CHECKOUT.parents) - 1)]
+        system = getattr(sys.implementation, "_multiarch", "")
         if sys.platform == "win32":
-            return CHECKOUT / "build" / "windows" / "onnxruntime_vornic.dll"
-        name = "libonnxruntime_vornic.so.1"
-        built = CHECKOUT / "build" / "linux" / name
-        # A package that holds this file has the library three folders up.
-        return built if built.exists() else CHECKOUT / "../../../lib" / name
+            name, folders = "onnxruntime_vornic.dll", [CHECKOUT / "build/windows", prefix / "bin"]
+        else:
+            name = "libonnxruntime_vornic.so.1"
+            folders = [CHECKOUT / "build/linux", prefix / "lib", prefix / "lib" / system]
+        return next((folder / name for folder in folders if (folder / name).exists()), folders[0] / name)
 
     def check(self, outcome):
         """Hands on a handle or a 1; raises VornicError for a null or a 0."""
