@@ -50,7 +50,7 @@ def exports():
     if windows:
         table, symbols = output(given.objdump, "-p", given.library), output(given.nm, given.library)
         rows = [
-            ("exports", r"^\t\[ *\d+\] ([a-z]\w+)$", declared, table),
+            ("exports", r"^\t\[ *\d+\] (?:\+base\S+ +\S+ +\w+ )?([a-z]\w+)$", declared, table),
             ("libraries", r"DLL Name: (\S+)", ["KERNEL32.dll", "msvcrt.dll"], table),
             ("delayed imports", r"T (__DELAY_IMPORT\w+)", ["__DELAY_IMPORT_DESCRIPTOR_libonnxruntime_delayed_a"], symbols),
             ("hardening", r"DllCharacteristics\t(\d+)", ["00000160"], table),
@@ -212,7 +212,7 @@ def examples():
         finds_library = isinstance(example, pathlib.Path)  # the C program was linked with it
         for paths, expected in cases[: 2 if finds_library else 3]:
             if command is None or not shutil.which([*command, example][0]):
-                print(f"{example} is left out: what runs it is not there")
+                print(f"{example or command[0]} is left out: what runs it is not there")
                 continue
             with tempfile.TemporaryDirectory() as empty:
                 line = [*command, *[example if finds_library else f"{drive}{given.source}/examples/{example}"] * (example != "")]
