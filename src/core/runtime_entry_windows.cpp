@@ -90,6 +90,9 @@ Module find_runtime() {
 FARPROC WINAPI give_found_runtime(unsigned event, PDelayLoadInfo info) {
     if (event != dliNotePreLoadLibrary) return nullptr;
     const auto module = reinterpret_cast<BYTE*>(&__ImageBase) + info->pidd->rvaHmod;
+    // What the thunk writes next. GNU's linker puts it where memory can only be read, from 2.44 on.
+    DWORD before;
+    VirtualProtect(info->ppfn, sizeof *info->ppfn, PAGE_READWRITE, &before);
     g_bound_import = {info->ppfn, *info->ppfn, reinterpret_cast<HMODULE*>(module)};
     return reinterpret_cast<FARPROC>(g_runtime_module);
 }
