@@ -19,7 +19,10 @@ static const char* read_member(const char* at, const char* key, char* text, size
     if (at == NULL) return NULL;
     for (at += strlen(key); *at != '\0' && *at != '"'; ++at) {
         if (*at == '\\' && at[1] != '\0') ++at;
-        if (--size > 0) *text++ = *at;
+        if (size > 1) {
+            *text++ = *at;
+            --size;
+        }
     }
     *text = '\0';
     return *at != '\0' ? at : NULL;
