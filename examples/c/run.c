@@ -16,9 +16,11 @@ typedef struct {
     const char* feed; /* the name of its file, or null */
     char** outputs;   /* the names wanted */
     int output_count;
-    int zeros; /* whether to print a feed of zeros */
-    int runs;  /* how many to time */
+    int help, version; /* whether to print these */
+    int zeros;         /* whether to print a feed of zeros */
+    int runs;          /* how many to time */
     SessionOptions* session;
+    const char* wrong; /* the argument that was not understood */
 } Wanted;
 
 /* What a run is given: a feed, or a tensor for the one input that a model has. */
@@ -233,6 +235,8 @@ static int append_provider(SessionOptions* options, const char* text) {
 /* Takes the option at argv[*at]; 0 when it is none. */
 static int take_option(Wanted* wanted, char** argv, int* at) {
     const char* value;
+    if (strcmp(argv[*at], "--help") == 0 || strcmp(argv[*at], "-h") == 0) return wanted->help = 1;
+    if (strcmp(argv[*at], "--version") == 0) return wanted->version = 1;
     if (strcmp(argv[*at], "--feed") == 0) return wanted->zeros = 1;
     if ((value = value_of("--bench", argv, at)) != NULL)
         return wanted->runs = number_of(value, MAX_RUNS);
@@ -256,6 +260,7 @@ static int take_arguments(Wanted* wanted, char** argv) {
         } else if (strcmp(argv[at], "--") == 0) {
             no_options = 1;
         } else if (!take_option(wanted, argv, &at)) {
+            wanted->wrong = argv[at];
             return -1;
         }
     }
@@ -270,17 +275,18 @@ int main(int argc, char** argv) {
     argv = utf8_arguments(&argc, argv);
     Wanted wanted = {.session = onnxruntime_vn_create_session_options()};
     if (argv == NULL || wanted.session == NULL) return complain("out of memory", "");
-    const char* first = argc > 1 ? argv[1] : "";
+    int count = take_arguments(&wanted, argv);
     int status = OK;
-    if (strcmp(first, "--help") == 0 || strcmp(first, "-h") == 0) {
+    if (wanted.help) {
         usage(stdout);
-    } else if (strcmp(first, "--version") == 0) {
+    } else if (wanted.version) {
         status = print_version();
-    } else if (take_arguments(&wanted, argv) > 0) {
+    } else if (count > 0) {
         status = use_arguments(&wanted);
     } else {
         usage(stderr);
-        return MISUSED;
+        if (wanted.wrong != NULL) complain("not understood", wanted.wrong);
+        status = MISUSED;
     }
     onnxruntime_vn_release_session_options(wanted.session);
     if (fflush(stdout) != 0 || ferror(stdout)) status = complain("cannot write the output", "");
