@@ -1,5 +1,4 @@
-// Feeds the corpora to their targets, and with each text its beginnings and some variations:
-// replay CORPUS
+// Feeds a corpus to its targets, and with each text its beginnings and some variations: replay CORPUS
 #include <stdint.h>
 #include <stdio.h>
 
@@ -10,12 +9,10 @@
 #include <string>
 
 // Both are in targets.cpp: the target of this name is chosen first.
-bool choose_target(const char* name);
+bool choose_target(const std::string& name);
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 namespace {
-
-constexpr int kVariations = 200;
 
 void replay(const std::string& text) {
     LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t*>(text.data()), text.size());
@@ -24,13 +21,10 @@ void replay(const std::string& text) {
 // A few bytes replaced, left out or repeated.
 std::string varied(std::string text, std::mt19937& random) {
     for (uint32_t changes = random() % 4 + 1; changes > 0 && !text.empty(); --changes) {
-        const size_t at = random() % text.size();
-        const size_t length = random() % 8;
-        switch (random() % 3) {
-            case 0: text[at] = static_cast<char>(random()); break;
-            case 1: text.erase(at, length); break;
-            default: text.insert(random() % text.size(), text.substr(at, length)); break;
-        }
+        const size_t at = random() % text.size(), length = random() % 8, kind = random() % 3;
+        if (kind == 0) text[at] = static_cast<char>(random());
+        if (kind == 1) text.erase(at, length);
+        if (kind == 2) text.insert(random() % text.size(), text.substr(at, length));
     }
     return text;
 }
@@ -38,19 +32,15 @@ std::string varied(std::string text, std::mt19937& random) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2) return 2;
     std::mt19937 random(1);
-    for (const auto& folder : std::filesystem::directory_iterator(argv[1])) {
-        if (!choose_target(folder.path().filename().string().c_str())) return 3;
-        size_t texts = 0;
-        for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-            std::ifstream file(entry.path(), std::ios::binary);
-            const std::string text(std::istreambuf_iterator<char>(file), {});
-            for (size_t length = 0; length <= text.size(); ++length) replay(text.substr(0, length));
-            for (int i = 0; i < kVariations; ++i) replay(varied(text, random));
-            texts += text.size() + 1 + kVariations;
-        }
-        printf("%s: %zu texts\n", folder.path().filename().string().c_str(), texts);
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(argv[argc - 1])) {
+        if (entry.is_directory()) continue;
+        const std::string target = entry.path().parent_path().filename().string();
+        if (!choose_target(target)) return 3;
+        std::ifstream file(entry.path(), std::ios::binary);
+        const std::string text(std::istreambuf_iterator<char>(file), {});
+        for (size_t length = 0; length <= text.size(); ++length) replay(text.substr(0, length));
+        for (int i = 0; i < 200; ++i) replay(varied(text, random));
+        puts(entry.path().string().c_str());
     }
-    return 0;
 }
