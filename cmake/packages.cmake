@@ -1,6 +1,6 @@
 # packages.cmake in the build folder, which makes the packages:
 #
-#   cmake -DOUTPUT=FOLDER [-DCONTACT="NAME <ADDRESS>" [-DNO_ARCHIVE=ON]] -P packages.cmake
+#   cmake -DOUTPUT=FOLDER [-DEFFORT=1] [-DCONTACT="NAME <ADDRESS>" [-DNO_ARCHIVE=ON]] -P packages.cmake
 #
 # An archive to unpack and run; with a contact, on Linux, three packages for Debian and its kin. The same
 # build gives the same bytes where SOURCE_DATE_EPOCH is the same.
