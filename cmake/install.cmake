@@ -108,6 +108,7 @@ endif()
 
 # For authors of bindings: what the library answers, call by call, and the models that it is asked about.
 install(FILES "${PROJECT_SOURCE_DIR}/tests/script.txt" "${PROJECT_SOURCE_DIR}/tests/play.py"
+    "${PROJECT_SOURCE_DIR}/tests/caller.cpp"
     DESTINATION "${CMAKE_INSTALL_DOCDIR}/tests")
 install(FILES "${PROJECT_SOURCE_DIR}/tests/support/make_models.py"
     DESTINATION "${CMAKE_INSTALL_DOCDIR}/tests/support")

@@ -12,8 +12,7 @@ LITERAL = r'"((?:[^"\\\n]|\\.)*)"|\'(?:[^\'\\\n]|\\.)+\'|//[^\n]*|/\*.*?\*/|#inc
 MESSAGE = r"[^%:].* .*|Run|(?!OrtGetApiBase|CPUExecution)[A-Z][a-z]+[A-Z]\w+"
 # A member of the metadata, which stands for the function that gets it.
 MEMBER = r'\{"(\w+)", g_api->'
-root, doxygen = pathlib.Path(sys.argv[1]), sys.argv[2]
-failures = []
+root, doxygen, failures = pathlib.Path(sys.argv[1]), sys.argv[2], []
 
 
 def check(what, wrong):

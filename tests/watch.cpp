@@ -1,15 +1,12 @@
-// Plays a script over the library's objects and a function table that stands before ONNX Runtime's:
-// it writes the calls down, counts what lives, and refuses a call or an allocation on demand. A scene
-// whose title says "refused" is played again and again, each time with another refusal.
-//
-//     watch RUNTIME MODELS SCRIPT
+// Linked with caller.cpp and the library's objects: a function table that stands before ONNX Runtime's.
+// It writes the calls down, counts what lives, and refuses a call or an allocation on demand.
 #include <onnxruntime_c_api.h>
-#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
-#include <regex>
+#include <map>
 #include <set>
+#include <string>
 #include <type_traits>
 #include <typeinfo>
 #include <utility>
@@ -17,7 +14,6 @@
 #include "core/runtime.h"
 #include "core/runtime_entry.h"
 #include "onnxruntime_vornic.h"
-#include "player.h"
 #include "session/provider_options.h"
 #include "support/platform.h"
 
@@ -30,25 +26,18 @@ std::string log_of_calls;
 std::map<std::string, int> live;              // objects, blocks and memory by kind
 std::map<std::string, std::string> pretends;  // what the script wishes to be otherwise
 
-// Which call that can be refused is, and which allocation; 0 for none. A scene's are counted from
-// where it says "begin".
+// Which call that can be refused is, and which allocation; 0 for none.
 struct Refusals {
-    int calls = 0, call = 0, next_call = 0;
-    int allocations = 0, allocation = 0, next_allocation = 0;
-    bool goes_on = false;  // all allocations from that one on
-    std::string refused;   // the name of the call
+    Word calls = 0, call = 0;
+    Word allocations = 0, allocation = 0;
+    bool goes_on = false;      // all allocations from that one on
+    std::string refused = "";  // the name of the call
     std::string message = "injected";
 } refusals;
 
-// The tests' own blocks are not counted.
-struct Outside {
-    const bool was_calling = g_is_calling.exchange(false);
-    ~Outside() { g_is_calling = was_calling; }
-};
-
 template <typename Object>
-const char* kind_of() {
-    return strstr(typeid(Object*).name(), "Ort");
+int& living() {
+    return live[strstr(typeid(Object*).name(), "Ort")];
 }
 
 // Texts and numbers; a path on Windows is a wide text.
@@ -72,16 +61,14 @@ void count_made(Argument argument) {
         using Object = std::remove_pointer_t<Place>;
         if constexpr (std::is_pointer_v<Place> && std::is_class_v<Object> &&
                       !std::is_const_v<Object> && !std::is_same_v<Object, OrtAllocator>) {
-            if (*argument != nullptr) ++live[kind_of<Object>()];
+            if (*argument != nullptr) ++living<Object>();
         }
     }
 }
 
 // What some calls do beyond that, told apart by their arguments.
-template <typename... Arguments>
-void before(Arguments...) {}
-template <typename... Arguments>
-void after(Arguments...) {}
+void before(...) {}
+void after(...) {}
 
 void before(OrtSessionOptions*, const char*, const char* const* keys, const char* const* values,
             size_t count) {
@@ -98,26 +85,18 @@ void after(const OrtIoBinding*, OrtAllocator*, OrtValue*** values, size_t* count
 }
 
 void after(char***, int*) { ++live["providers"]; }
-
 void after(char**, int) { --live["providers"]; }
 
-OrtAllocator* real_allocator;
+OrtAllocator *its, counting;
 
 void after(OrtAllocator** given) {
-    static OrtAllocator counting = **given;
-    if (*given == &counting) return;
-    real_allocator = *given;
-    counting.Alloc = [](OrtAllocator*, size_t size) {
-        const Outside outside;
-        ++live["memory"];
-        return real_allocator->Alloc(real_allocator, size);
+    its = *given;
+    counting = *its;
+    counting.Alloc = [](OrtAllocator*, size_t n) { return ++live["memory"], its->Alloc(its, n); };
+    counting.Free = [](OrtAllocator*, void* p) {
+        live["memory"] -= p != nullptr, its->Free(its, p);
     };
-    counting.Free = [](OrtAllocator*, void* memory) {
-        const Outside outside;
-        live["memory"] -= memory != nullptr;
-        real_allocator->Free(real_allocator, memory);
-    };
-    counting.Info = [](const OrtAllocator*) { return real_allocator->Info(real_allocator); };
+    counting.Info = [](const OrtAllocator*) { return its->Info(its); };
     *given = &counting;
 }
 
@@ -138,7 +117,6 @@ struct Watch;
 template <auto member, typename... Arguments>
 struct Watch<member, OrtStatus* (*)(Arguments...) noexcept> {
     static OrtStatus* call(Arguments... arguments) noexcept {
-        const Outside outside;
         const std::string name = name_of<member>;
         log_of_calls += (log_of_calls.empty() ? "" : " ") + name;
         (note(arguments), ...);
@@ -149,13 +127,9 @@ struct Watch<member, OrtStatus* (*)(Arguments...) noexcept> {
         // it gives a status.
         const bool is_played =
             name == "SessionOptionsAppendExecutionProvider" && !pretends["provider"].empty();
-        if (!is_played && (!is_refused || name == "ReleaseAvailableProviders")) {
-            status = (real->*member)(arguments...);
-            if (status == nullptr) {
-                (count_made(arguments), ...);
-                after(arguments...);
-            }
-        }
+        const bool is_asked = !is_played && (!is_refused || name == "ReleaseAvailableProviders");
+        if (is_asked) status = (real->*member)(arguments...);
+        if (is_asked && status == nullptr) (count_made(arguments), ...), after(arguments...);
         if (is_refused) {
             refusals.refused = name;
             status = real->CreateStatus(ORT_FAIL, refusals.message.c_str());
@@ -165,21 +139,13 @@ struct Watch<member, OrtStatus* (*)(Arguments...) noexcept> {
     }
 };
 
-template <auto member, typename Object>
-struct Watch<member, void (*)(Object*)> {
-    static void call(Object* object) {
-        const Outside outside;
-        log_of_calls += (log_of_calls.empty() ? "" : " ") + std::string(name_of<member>);
-        --live[kind_of<Object>()];
-        (real->*member)(object);
-    }
-};
-
-template <auto member, typename Object>
-struct Watch<member, void (*)(Object*) noexcept> {
+// What releases, and what clears, which alone is noexcept.
+template <auto member, typename Object, bool clears>
+struct Watch<member, void (*)(Object*) noexcept(clears)> {
     static void call(Object* object) noexcept {
-        Watch<member, void (*)(Object*)>::call(object);
-        ++live[kind_of<Object>()];  // these clear and do not release
+        log_of_calls += (log_of_calls.empty() ? "" : " ") + std::string(name_of<member>);
+        if (!clears) --living<Object>();
+        (real->*member)(object);
     }
 };
 
@@ -190,34 +156,8 @@ struct Watch<member, const char* (*)(const OrtStatus*) noexcept> {
     }
 };
 
-// Every member of the table that the library's sources name.
-void put_watchers() {
-#define WATCHED(name) name_of<& OrtApi::name> = #name, table.name = Watch<&OrtApi::name>::call;
-#include "watched_calls.inc"
-#undef WATCHED
-}
-
-std::set<void*>* blocks;
-
-void* noted(void* block) {
-    if (g_is_calling && block != nullptr) {
-        const Outside outside;
-        if (blocks == nullptr) blocks = new std::set<void*>;
-        live["block"] += blocks->insert(block).second;
-    }
-    return block;
-}
-
-bool is_refused_allocation() {
-    if (!g_is_calling) return false;
-    ++refusals.allocations;
-    return refusals.allocation != 0 &&
-           (refusals.goes_on ? refusals.allocations >= refusals.allocation
-                             : refusals.allocations == refusals.allocation);
-}
-
-// How a refused call shows in a scene's answers, where it is not "NAME failed".
-std::map<std::string, std::string> shown_as;
+std::set<void*> blocks;
+std::string text;  // what a command gives
 
 }  // namespace
 
@@ -225,65 +165,67 @@ extern "C" {
 void* __real_malloc(size_t size);
 void* __real_calloc(size_t count, size_t size);
 void __real_free(void* block);
-void* __wrap_malloc(size_t size) {
-    return is_refused_allocation() ? nullptr : noted(__real_malloc(size));
+static void* counted(void* block) {
+    if (!g_is_calling) return block;
+    const Word at = refusals.allocation, number = ++refusals.allocations;
+    const bool is_refused = at != 0 && (refusals.goes_on ? number >= at : number == at);
+    if (is_refused) return __real_free(block), nullptr;
+    live["block"] += blocks.insert(block).second;
+    return block;
 }
-void* __wrap_calloc(size_t count, size_t size) {
-    return is_refused_allocation() ? nullptr : noted(__real_calloc(count, size));
-}
+void* __wrap_malloc(size_t size) { return counted(__real_malloc(size)); }
+void* __wrap_calloc(size_t count, size_t size) { return counted(__real_calloc(count, size)); }
 void __wrap_free(void* block) {
-    if (block != nullptr && blocks != nullptr) {
-        const Outside outside;
-        if (blocks->erase(block) != 0) --live["block"];
-    }
+    if (g_is_calling) live["block"] -= static_cast<int>(blocks.erase(block));
     __real_free(block);
 }
 
-// What the scripts played here can call besides; the head of watched.txt tells of it.
+// What watched.txt and those who play it can call besides; its head tells of them.
 #define COMMAND(type, name) ONNXRUNTIME_VN_API(type) onnxruntime_vn_##name
+#define WATCHED(name) name_of<& OrtApi::name> = #name, table.name = Watch<&OrtApi::name>::call;
+COMMAND(void, watch)(const char* library) {
+    void* entry = find_function(library, "OrtGetApiBase");
+    real = reinterpret_cast<const OrtApiBase* (*)()>(entry)()->GetApi(24);
+    table = *real;
+#include "watched_calls.inc"  // every member that the library's sources name
+}
 COMMAND(const char*, calls)(const char* end) {
-    const Outside outside;
-    static std::string text;
     text = std::exchange(log_of_calls, "");
     if (end != nullptr) text.resize(std::min(text.find(end), text.size()));
     return text.c_str();
 }
-COMMAND(void, begin)() {
-    refusals.calls = refusals.allocations = 0;
-    refusals.call = refusals.next_call;
-    refusals.allocation = refusals.next_allocation;
-}
+COMMAND(void, begin)(Word call, Word block, Word on) { refusals = {0, call, 0, block, on != 0}; }
 COMMAND(void, refuse)(Word k, const char* message) {
-    const Outside outside;
     refusals.message = message;
-    refusals.call = refusals.calls + static_cast<int>(k);
+    refusals.call = refusals.calls + k;
 }
-COMMAND(void, pretend)(const char* what, const char* value) {
-    const Outside outside;
-    pretends[what] = value;
-}
-COMMAND(void, shown)(const char* name, const char* as) {
-    const Outside outside;
-    shown_as[name] = as;
-}
-COMMAND(const char*, provider_options)(const char* text) {
-    const Outside outside;
-    static ProviderOptions list;
-    static std::string got;
-    got.clear();
-    if (!vnort_parse_provider_options(text, &list)) return nullptr;
-    for (uint64_t i = 0; i < list.count; ++i) {
-        got += std::string(list.keys[i]) + "=" + list.values[i] + ";";
+COMMAND(void, pretend)(const char* what, const char* value) { pretends[what] = value; }
+COMMAND(const char*, end)() {
+    text = std::to_string(refusals.calls) + " " + std::to_string(refusals.allocations) + " " +
+           refusals.refused + ":";
+    for (const auto& [kind, count] : std::exchange(live, {})) {
+        if (count != 0) text += " " + kind + " " + std::to_string(count);
     }
-    return got.c_str();
+    refusals = {};
+    pretends.clear();
+    log_of_calls.clear();
+    return text.c_str();
+}
+COMMAND(const char*, provider_options)(const char* options) {
+    static ProviderOptions list;
+    text.clear();
+    if (!vnort_parse_provider_options(options, &list)) return nullptr;
+    for (uint64_t i = 0; i < list.count; ++i) {
+        text += std::string(list.keys[i]) + "=" + list.values[i] + ";";
+    }
+    return text.c_str();
 }
 }
 
 // Where the C++ library is part of this program, its operators would call the functions above.
 void* operator new(size_t size) {
-    void* block = __real_malloc(size);
-    if (block == nullptr) abort();
-    return block;
+    if (void* block = __real_malloc(size)) return block;
+    abort();
 }
 void operator delete(void* block) noexcept { __real_free(block); }
 void operator delete(void* block, size_t) noexcept { __real_free(block); }
@@ -297,86 +239,4 @@ const OrtApiBase* vnort_runtime_entry() {
         },
         []() noexcept { return "1.24"; }};
     return !pretends["no runtime"].empty() ? nullptr : &base;
-}
-
-namespace {
-
-int failures;
-
-// All answers of a scene, once it has left nothing behind.
-std::string play(Player& player, const Scene& scene, const std::string& circumstances) {
-    player.answers = "|";
-    for (const Line& line : scene.lines) failures += !player.play(line);
-    refusals.call = refusals.allocation = 0;
-    refusals.message = "injected";
-    player.close();
-    pretends.clear();
-    log_of_calls.clear();
-    std::string left;
-    for (const auto& [kind, count] : std::exchange(live, {})) {
-        if (count != 0) left += " " + kind + " " + std::to_string(count);
-    }
-    failures += !left.empty();
-    if (!left.empty()) {
-        printf("%s: %s leaves behind:%s\n", scene.title.place.c_str(), circumstances.c_str(),
-               left.c_str());
-    }
-    return player.answers;
-}
-
-void expect(bool truth, const Scene& scene, const std::string& circumstances,
-            const std::string& answers) {
-    failures += !truth;
-    if (truth) return;
-    printf("%s: %s does not show in the answers as it should\n  got       %.1000s\n",
-           scene.title.place.c_str(), circumstances.c_str(), answers.c_str());
-}
-
-const std::regex kOutOfMemory("out of memory|\\|0\\||failed to read string");
-
-void play_refusing(Player& player, const Scene& scene) {
-    const std::string all_well = play(player, scene, "the scene");
-    const int calls = refusals.calls, allocations = refusals.allocations;
-    for (refusals.next_call = 1; refusals.next_call <= calls; ++refusals.next_call) {
-        const std::string what = "refusing call " + std::to_string(refusals.next_call);
-        const std::string answers = play(player, scene, what);
-        const auto row = shown_as.find(refusals.refused);
-        const std::string mark = row != shown_as.end() ? row->second : refusals.refused + " failed";
-        expect(mark == "nowhere" ? answers == all_well
-                                 : answers != all_well && (mark == "somehow" ||
-                                                           answers.find(mark) != std::string::npos),
-               scene, what + ", " + refusals.refused + ",", answers);
-    }
-    refusals.next_call = 0;
-    for (int k = 2; k < 2 * allocations + 2; ++k) {
-        refusals.next_allocation = k / 2;
-        refusals.goes_on = k % 2 != 0;
-        const std::string what = "refusing allocation " + std::to_string(k / 2);
-        const std::string answers = play(player, scene, what);
-        const bool is_shown = std::regex_search(answers, kOutOfMemory);
-        expect(is_shown && answers != all_well, scene, what, answers);
-    }
-    refusals.next_allocation = 0;
-    expect(play(player, scene, "the scene") == all_well, scene, "having refused", all_well);
-    printf("%s: %d calls, %d allocations refused\n", scene.title.text.c_str(), calls, allocations);
-}
-
-}  // namespace
-
-int main(int argc, char** argv) {
-    if (argc != 4) return 2;
-    setvbuf(stdout, nullptr, _IONBF, 0);  // for the case that the process ends early
-    void* entry = find_function(argv[1], "OrtGetApiBase");
-    real = reinterpret_cast<const OrtApiBase* (*)()>(entry)()->GetApi(24);
-    table = *real;
-    put_watchers();
-    Player player(nullptr, argv[2]);
-    for (const Scene& scene : read_script(argv[3])) {
-        player.compares = scene.title.text.find("refused") == std::string::npos;
-        if (!player.compares) play_refusing(player, scene);
-        player.compares = true;
-        play(player, scene, "the scene");
-    }
-    printf("%zu calls played, %d failures\n", player.played, failures);
-    return failures > 0 || player.played == 0;
 }

@@ -1,7 +1,16 @@
-// What the tests need of the operating system.
+// What the tests need of the operating system, and what their programs share.
 #pragma once
 
 #include <stddef.h>
+#include <stdint.h>
+
+#include <atomic>
+
+// What fits every argument and every result but a float.
+using Word = intptr_t;
+
+// A call of the library is under way: what is allocated now is the library's.
+extern std::atomic<bool> g_is_calling;
 
 // A function of the library of this path, or of this program if it is null. Null, with the reason
 // printed, when it cannot be had.
@@ -13,6 +22,5 @@ void unload(const char* library);
 // Gives the process a locale with decimal commas, as its C libraries see it. False when there is none.
 bool use_decimal_commas();
 
-// The end of size readable bytes, rounded up to pages, behind which the next byte cannot be read;
-// null when they cannot be had.
+// The end of size readable bytes, rounded up to pages, behind which the next byte cannot be read.
 char* end_of_pages(size_t size);

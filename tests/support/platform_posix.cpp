@@ -25,9 +25,7 @@ bool use_decimal_commas() { return setlocale(LC_ALL, "de_DE.UTF-8") != nullptr; 
 char* end_of_pages(size_t size) {
     const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
     size = (size + page - 1) / page * page;
-    void* pages =
-        mmap(nullptr, size + page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (pages == MAP_FAILED) return nullptr;
-    char* end = static_cast<char*>(pages) + size;
-    return mprotect(end, page, PROT_NONE) == 0 ? end : nullptr;
+    void* pages = mmap(nullptr, size + page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    mprotect(pages, size, PROT_READ | PROT_WRITE);
+    return static_cast<char*>(pages) + size;
 }

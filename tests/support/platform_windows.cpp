@@ -24,9 +24,7 @@ bool use_decimal_commas() {
 }
 
 char* end_of_pages(size_t size) {
-    constexpr size_t kPage = 4096;
-    size = (size + kPage - 1) / kPage * kPage;
-    void* pages = VirtualAlloc(nullptr, size + kPage, MEM_RESERVE, PAGE_NOACCESS);
-    if (pages == nullptr || !VirtualAlloc(pages, size, MEM_COMMIT, PAGE_READWRITE)) return nullptr;
-    return static_cast<char*>(pages) + size;
+    size = (size + 4095) / 4096 * 4096;
+    void* pages = VirtualAlloc(nullptr, size + 4096, MEM_RESERVE, PAGE_NOACCESS);
+    return static_cast<char*>(VirtualAlloc(pages, size, MEM_COMMIT, PAGE_READWRITE)) + size;
 }

@@ -1,5 +1,4 @@
-// The floating-point state of the calling thread, as hosts set it, in arm64's registers: FPCR, and the
-// flags of FPSR above it.
+// The calling thread's floating-point state: FPCR, and the flags of FPSR above it.
 #pragma once
 
 #include <stdint.h>
@@ -13,9 +12,5 @@ inline void set_float_state(uint64_t state) {
     __asm__ volatile("msr fpcr, %0\n\tmsr fpsr, %1" : : "r"(state & 0xffffffff), "r"(state >> 32));
 }
 
-// The default; all traps, which few processors have; denormals flushed; another rounding.
-constexpr struct {
-    const char* name;
-    uint64_t state;
-} kFloatStates[] = {{"default", 0},     {"traps", 0x9f00}, {"flush", 0x1000000},
-                    {"down", 0x800000}, {"up", 0x400000},  {"zero", 0xc00000}};
+// The default; all traps, which few processors have; denormals flushed; rounding down, up, to zero.
+constexpr uint64_t kFloatStates[] = {0, 0x9f00, 0x1000000, 0x800000, 0x400000, 0xc00000};
