@@ -2,7 +2,6 @@
 #include <locale.h>
 #include <stdio.h>
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include "support/platform.h"
 
@@ -23,9 +22,9 @@ void unload(const char* library) {
 bool use_decimal_commas() { return setlocale(LC_ALL, "de_DE.UTF-8") != nullptr; }
 
 char* end_of_pages(size_t size) {
-    const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
-    size = (size + page - 1) / page * page;
-    void* pages = mmap(nullptr, size + page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    constexpr size_t kPages = 65536;  // whole pages, whatever their size
+    size = (size + kPages - 1) / kPages * kPages;
+    void* pages = mmap(nullptr, size + kPages, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     mprotect(pages, size, PROT_READ | PROT_WRITE);
     return static_cast<char*>(pages) + size;
 }
