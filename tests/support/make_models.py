@@ -25,7 +25,7 @@ def model(graph):
     name, graph.name = graph.name, "graph of " + graph.name
     made = helper.make_model(graph, producer_name='the "tests"', ir_version=8, opset_imports=[helper.make_opsetid("", 14)])
     made.domain, made.doc_string, made.model_version = "example.test", "back\\slash", 7
-    helper.set_model_props(made, {"key": 'va"lue'} if name == "double" else {})
+    helper.set_model_props(made, {"double": {"key": 'va"lue'}, "words": {"one": "1", "two": "1"}}.get(name, {}))
     if name in (sys.argv[2:] or [name]):
         save(made, f"{sys.argv[1]}/{name}.onnx")
 

@@ -6,11 +6,10 @@
 
 #include <atomic>
 
-// What fits every argument and every result but a float.
-using Word = intptr_t;
+using Word = intptr_t;  // fits every argument and every result but a float
 
-// A call of the library is under way: what is allocated now is the library's.
-extern std::atomic<bool> g_is_calling;
+extern std::atomic<bool>
+    g_is_calling;  // a function of the library's: what is allocated now is its own
 
 // A function of the library of this path, or of this program if it is null. Null, with the reason
 // printed, when it cannot be had.
