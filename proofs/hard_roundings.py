@@ -87,8 +87,8 @@ def binary_ranges(bits, least, greatest):
 def check_writer(digits, bits, least, greatest):
     """Prints hard cases; True if all keep the distance from a half that the writer needs.
 
-    The writer knows a scaled number to 2 units of a last place with at least 67 bits after the
-    point, so to 2^-66, and nothing is cut off for powers of ten in 0..27.
+    The writer knows a scaled number to 2 units of a last place with at least 69 bits after the
+    point, so to 2^-68, and nothing is cut off for powers of ten in 0..27.
     """
     margin = power(2, -64)
     safe = True

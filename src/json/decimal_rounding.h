@@ -44,17 +44,19 @@ inline RoundedWord vnort_round_word(uint64_t word, int64_t power, bool cut) {
     if (power > 308) return {true, kInfinity, 0};
 
     const int zeros = std::countl_zero(word);
-    const ScaledNumber low = vnort_scale_by_power_of_ten(word << zeros, static_cast<int>(power));
-    const int exponent = low.exponent - zeros;
+    const ScaledNumber scaled = vnort_scale_by_power_of_ten(word << zeros, static_cast<int>(power));
+    const uint128_t low =
+        scaled.bits >> 2;  // leaves room to add a half; still short by less than 2
+    const int exponent = scaled.exponent + 2 - zeros;
     // One unit of a word that is cut is less than 2^-59 of the number.
-    const uint128_t uncertainty = cut ? (low.bits >> 59) + 2 : 2;
+    const uint128_t uncertainty = cut ? (low >> 59) + 2 : 2;
 
-    const int top = exponent + 124 + static_cast<int>(low.bits >> 125);
+    const int top = exponent + 124 + static_cast<int>(low >> 125);
     const int last_bit = vnort_last_bit_exponent(top);
     const int dropped = last_bit - exponent - 64;  // of the high words; 8 for most numbers
     if (dropped > 63) return {true, 0, 0};
     const uint64_t half = uint64_t{1} << (dropped - 1);
-    const uint128_t low_sum = low.bits + (static_cast<uint128_t>(half) << 64);
+    const uint128_t low_sum = low + (static_cast<uint128_t>(half) << 64);
     const uint64_t low_high = static_cast<uint64_t>(low_sum >> 64);
     const uint64_t above = static_cast<uint64_t>((low_sum + uncertainty) >> 64) >> dropped;
     const bool maybe_tie = (low_high & (2 * half - 1)) == 0 && static_cast<uint64_t>(low_sum) == 0;

@@ -1,15 +1,13 @@
 #include "json/output_tensor.h"
 
+#include <type_traits>
+
 #include "core/element_type.h"
 #include "core/last_error.h"
 #include "core/owned.h"
 #include "json/number_writer.h"
 
 namespace {
-
-char* write_element(char* to, float element) { return vnort_write_float32(to, element); }
-
-char* write_element(char* to, double element) { return vnort_write_float64(to, element); }
 
 char* write_element(char* to, uint64_t element) { return vnort_write_uint64(to, element); }
 
@@ -25,24 +23,36 @@ char* write_element(char* to, Integer element) {
     return vnort_write_int64(to, element);
 }
 
-// Appends elements separated by commas. Each is written in place while there is room for any; near
-// the end of the array it is written aside and cut; a full text takes nothing more.
+// As vnort_write_numbers, which it is for floats.
+template <typename Element>
+NumbersWritten write_elements(char* first, const char* end, const Element* elements,
+                              uint64_t count) {
+    if constexpr (std::is_floating_point_v<Element>) {
+        return vnort_write_numbers(first, end, elements, count);
+    } else {
+        uint64_t i = 0;
+        for (; i < count && end - first > static_cast<int64_t>(kNumberRoom); ++i) {
+            first = write_element(first, elements[i]);
+            *first++ = ',';
+        }
+        return {first, i};
+    }
+}
+
+// Appends elements separated by commas. They are written in place while there is room for any; near
+// the end of the array each is written aside and cut; a full text takes nothing more.
 template <typename Element>
 void append_elements(BoundedText& text, const Element* elements, uint64_t count) {
-    uint64_t i = 0;
-    uint64_t length = text.length;
-    for (; i < count && length + kNumberRoom + 1 < text.capacity; ++i) {
-        char* at = text.buffer + length;
-        if (i > 0) *at++ = ',';
-        length = static_cast<uint64_t>(write_element(at, elements[i]) - text.buffer);
-    }
-    text.length = length;
+    const char* const end = text.buffer + text.capacity;
+    NumbersWritten written = write_elements(text.buffer + text.length, end, elements, count);
+    uint64_t i = written.count;
+    text.length = static_cast<uint64_t>(written.end - text.buffer) - (i > 0 && i == count);
     vnort_append(text, "");
     for (; i < count && !vnort_is_full(text); ++i) {
-        char room[kNumberRoom + 1] = ",";
-        const char* end = write_element(room + 1, elements[i]);
-        const char* from = i > 0 ? room : room + 1;
-        vnort_append(text, {from, static_cast<size_t>(end - from)});
+        char room[kNumberRoom + 1];
+        written = write_elements(room, room + sizeof room, elements + i, 1);
+        const size_t length = static_cast<size_t>(written.end - room) - (i + 1 == count);
+        vnort_append(text, {room, length});
     }
 }
 

@@ -84,18 +84,18 @@ constexpr bool log2_is_exact() {
 static_assert(log2_is_exact());
 
 constexpr uint64_t binade_factor(const PowerOfTen& power, int log2, int binade) {
-    const int dropped = 127 - log2 - (binade - 150 + 64 - 8);
+    const int dropped = 127 - log2 - (binade - 150 + 64);
     return static_cast<uint64_t>((static_cast<uint128_t>(power.high) << 64 | power.low) >> dropped);
 }
 
 // The least significand whose nine digits, rounded, are ten; 2^24 if there is none.
-constexpr uint32_t first_of_ten_digits(uint64_t factor) {
+constexpr uint32_t first_of_ten_digits(uint64_t factor, uint64_t half_of_ninth) {
     uint32_t least = 1 << 23;
     uint32_t end = 1 << 24;
     while (least < end) {
         const uint32_t middle = (least + end) / 2;
-        const uint128_t product = static_cast<uint128_t>(uint64_t{middle} << 8) * factor;
-        if (static_cast<uint64_t>((product + (uint64_t{1} << 63)) >> 64) >= 1000000000) {
+        const uint128_t product = static_cast<uint128_t>(middle) * factor + half_of_ninth;
+        if (static_cast<uint64_t>(product >> 64) >= 1000) {
             end = middle;
         } else {
             least = middle + 1;
@@ -112,19 +112,32 @@ constexpr BinadeScales make_binade_scales(const PowerOfTenTable& powers) {
     for (int binade = 1; binade < 255; ++binade) {
         const int exponent = ((binade - 127) * 78913) >> 18;  // floor(log10(2^(binade - 127)))
         for (int i = 0; i < 2; ++i) {
-            const int power = 8 - exponent - i;
+            const int power = 2 - exponent - i;
             scales.factor[2 * binade + i] =
                 binade_factor(powers[power], vnort_power_of_ten_log2(power), binade);
             scales.exponent[2 * binade + i] = static_cast<int8_t>(exponent + i);
         }
-        const uint32_t significand = first_of_ten_digits(scales.factor[2 * binade]);
+        const uint32_t significand = first_of_ten_digits(scales.factor[2 * binade], kHalfOfNinth);
         scales.second[binade] =
             (static_cast<uint32_t>(binade) << 23) + (significand - (uint32_t{1} << 23));
     }
     return scales;
 }
 
+// Whether all floats that take a second factor do have ten digits, though the sums are too great.
+constexpr bool seconds_are_certain(const BinadeScales& scales) {
+    for (int binade = 1; binade < 255; ++binade) {
+        const uint64_t factor = scales.factor[2 * binade];
+        if (first_of_ten_digits(factor, kHalfOfNinth) !=
+            first_of_ten_digits(factor, kHalfOfNinth - kTooGreat)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 }  // namespace
 
 constexpr PowerOfTenTable kPowersOfTen = make_powers_of_ten();
 constexpr BinadeScales kBinadeScales = make_binade_scales(kPowersOfTen);
+static_assert(seconds_are_certain(kBinadeScales));

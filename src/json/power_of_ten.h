@@ -35,26 +35,28 @@ struct ScaledNumber {
     int exponent;
 };
 
-// w * 10^q for a w with its top bit set and a q of the table; bits is in [2^124, 2^126), which
-// leaves room to add a half before rounding. The product with the cut power is short by less than
-// w, so by less than 2^64, and another 2^66 is cut off here: together less than 2 units.
-// If q is in 0..27 and the low two bits of w are 0, nothing is cut and bits is exact.
+// w * 10^q for a w with its top bit set and a q of the table; bits is in [2^126, 2^128). The product
+// with the cut power is short by less than w, so by less than 2^64, and less than another 2^64 is cut
+// off here: together less than 2 units. If q is in 0..27, nothing is cut and bits is exact.
 inline ScaledNumber vnort_scale_by_power_of_ten(uint64_t w, int q) {
     const PowerOfTen& power = kPowersOfTen[q];
     const uint128_t low = static_cast<uint128_t>(w) * power.low;
     const uint128_t product = static_cast<uint128_t>(w) * power.high + (low >> 64);
-    return {product >> 2, vnort_power_of_ten_log2(q) - 61};
+    return {product, vnort_power_of_ten_log2(q) - 63};
 }
 
 // What makes nine digits of a float32 by one multiplication. A float is m * 2^(b - 150), with m in
-// [2^23, 2^24) and b the binade in its bits; (m << 8) * factor is then its nine digits with 64 bits
-// of fraction, short by less than 2^32 of those, since the factor is cut off. A binade has two
-// factors, as a power of ten may lie within it.
+// [2^23, 2^24) and b the binade in its bits; m * factor + kHalfOfNinth is its first three digits with
+// 64 bits of fraction, rounded at the ninth. It is never too small and too great by at most
+// kTooGreat: the factor is cut off, and kHalfOfNinth makes up for the most that this can take. A
+// binade has two factors, as a power of ten may lie within it.
 struct BinadeScales {
     uint32_t second[256];  // the bits of the first float that takes the second factor
     uint64_t factor[512];
     int8_t exponent[512];  // of ten, of the first of the nine digits; kNoScale for what has none
 };
 inline constexpr int kNoScale = 127;
+inline constexpr uint64_t kHalfOfNinth = 9223372036855 + (1 << 24);  // 2^64 / (2 * 10^6), and 2^24
+inline constexpr uint64_t kTooGreat = (1 << 24) + 1;
 
 extern const BinadeScales kBinadeScales;

@@ -1,0 +1,124 @@
+// Decimal digits as text: taken from a table by three and laid out as printf's %g does. More is stored
+// than the text has where that costs less than a branch; words are stored whole, their first byte
+// first as on x64 and arm64.
+#pragma once
+
+#include <stdint.h>
+#include <string.h>
+
+#include <bit>
+
+#include "json/power_of_ten.h"
+
+// Three digits as text, and in the fourth byte a bit for each that is not 0, the first one's lowest.
+struct Triples {
+    uint32_t text[1000];
+};
+inline constexpr Triples kTriples = [] {
+    Triples triples{};
+    for (uint32_t i = 0; i < 1000; ++i) {
+        const uint32_t a = i / 100, b = i / 10 % 10, c = i % 10;
+        const uint32_t used = uint32_t{a != 0} | uint32_t{b != 0} << 1 | uint32_t{c != 0} << 2;
+        triples.text[i] = 0x303030 + (a | b << 8 | c << 16) + (used << 24);
+    }
+    return triples;
+}();
+
+template <typename Word>
+void vnort_store(char* to, Word word) {
+    memcpy(to, &word, sizeof word);
+}
+
+// The 9 or 17 digits of a number, or of 0.
+template <int kDigits>
+class DigitText {
+public:
+    // From the upper digits, two or three of them, and the others as a binary fraction.
+    [[gnu::always_inline]] DigitText(uint64_t upper, uint64_t fraction) {
+        triples_[0] = kTriples.text[upper];
+#pragma GCC unroll 8
+        for (unsigned i = 1; i < kTriplesUsed; ++i) {
+            const uint128_t next = static_cast<uint128_t>(fraction) * 1000;
+            triples_[i] = kTriples.text[static_cast<uint64_t>(next >> 64)];
+            fraction = static_cast<uint64_t>(next);
+        }
+    }
+
+    char leading() const { return static_cast<char>(triples_[0] >> 8 * kPadding); }
+
+    // Of nine digits, those behind the leading one.
+    uint64_t behind_leading() const {
+        const uint64_t middle = triples_[1] & 0xffffff;
+        return (triples_[0] >> 8 & 0xffff) | middle << 16 | uint64_t{triples_[2]} << 40;
+    }
+
+    // The place of the last digit that is not 0, the leading one's being 0; 0 if all are.
+    [[gnu::always_inline]] int64_t last() const {
+        uint32_t used = triples_[kTriplesUsed - 1] >> 24;
+#pragma GCC unroll 8
+        for (unsigned i = 2; i <= kTriplesUsed; ++i) {
+            used = used * 8 + (triples_[kTriplesUsed - i] >> 24);
+        }
+        return int64_t{std::countl_zero(used | uint32_t{1} << kPadding) ^ 31} - int64_t{kPadding};
+    }
+
+    [[gnu::always_inline]] void store(char* to) const {
+        vnort_store(to, triples_[0] >> 8 * kPadding);
+#pragma GCC unroll 8
+        for (unsigned i = 1; i < kTriplesUsed; ++i) vnort_store(to + 3 * i - kPadding, triples_[i]);
+    }
+
+private:
+    static constexpr unsigned kTriplesUsed = (kDigits + 2) / 3;
+    static constexpr unsigned kPadding =
+        3 * kTriplesUsed - kDigits;  // zeros before the leading digit
+
+    uint32_t triples_[kTriplesUsed];
+};
+
+inline char* vnort_write_exponent(char* p, int64_t exponent) {
+    const bool negative = exponent < 0;
+    const int64_t magnitude = negative ? -exponent : exponent;
+    const int omitted = int{magnitude < 100};  // there are two digits at least
+    p[0] = 'e';
+    p[1] = negative ? '-' : '+';
+    vnort_store(p + 2, kTriples.text[magnitude] >> 8 * omitted);
+    return p + 5 - omitted;
+}
+
+// A number whose leading digit stands for itself times 10^exponent, without zeros at the end of its
+// fraction.
+template <int kDigits>
+[[gnu::always_inline]] inline char* vnort_lay_out(char* p, const DigitText<kDigits>& digits,
+                                                  int64_t exponent) {
+    const int64_t last = digits.last();
+    if (static_cast<uint64_t>(exponent + 4) <= 4) [[likely]] {
+        char* const before = p - exponent;
+        vnort_store(p, uint64_t{0x303030303030'2e30});  // "0.000000"
+        digits.store(before + 1);
+        p[1] = '.';  // over the leading digit where the exponent is 0
+        before[static_cast<uint64_t>(exponent) >> 63] = digits.leading();
+        char* const end = before + last;
+        return end + 2 - int{(exponent | last) == 0};
+    }
+    if (static_cast<uint64_t>(exponent) < kDigits) {
+        char* const point = p + exponent + 1;
+        if constexpr (kDigits == 9) {
+            const uint64_t behind = digits.behind_leading();
+            p[0] = digits.leading();
+            vnort_store(p + 1, behind);
+            vnort_store(point + 1, behind >> (8 * exponent & 63));
+        } else {
+            digits.store(p);
+            char behind[16];
+            memcpy(behind, point, sizeof behind);
+            memcpy(point + 1, behind, sizeof behind);
+        }
+        *point = '.';
+        return last <= exponent ? point : p + last + 2;
+    }
+    digits.store(p + 1);
+    p[0] = digits.leading();
+    p[1] = '.';
+    return vnort_write_exponent(p + (last == 0 ? 1 : last + 2), exponent);
+}
