@@ -9,6 +9,8 @@ using Bytes = uint8x16_t;
 
 inline Bytes vnort_load(const void* from) { return vld1q_u8(static_cast<const uint8_t*>(from)); }
 
+inline Bytes vnort_load_aligned(const void* from) { return vnort_load(from); }
+
 inline Bytes vnort_all(char byte) { return vdupq_n_u8(static_cast<uint8_t>(byte)); }
 inline Bytes vnort_and(Bytes a, Bytes b) { return vandq_u8(a, b); }
 inline Bytes vnort_and_not(Bytes a, Bytes b) { return vbicq_u8(a, b); }  // a without b
@@ -17,6 +19,7 @@ inline Bytes vnort_xor(Bytes a, Bytes b) { return veorq_u8(a, b); }
 inline Bytes vnort_add(Bytes a, Bytes b) { return vaddq_u8(a, b); }
 inline Bytes vnort_subtract(Bytes a, Bytes b) { return vsubq_u8(a, b); }
 inline Bytes vnort_least(Bytes a, Bytes b) { return vminq_u8(a, b); }
+inline Bytes vnort_greatest(Bytes a, Bytes b) { return vmaxq_u8(a, b); }
 
 // 255 where the bytes are equal, otherwise 0.
 inline Bytes vnort_equal(Bytes a, Bytes b) { return vceqq_u8(a, b); }
@@ -46,6 +49,11 @@ inline uint64_t vnort_places_of(char byte, Bytes bytes) {
     return vgetq_lane_u16(vreinterpretq_u16_u8(bits), 0);
 }
 
+// The place of the lowest bit; there is one.
+inline uint64_t vnort_first(uint64_t places) {
+    return static_cast<uint64_t>(__builtin_ctzll(places));
+}
+
 // Sums of bytes over many blocks.
 class ByteSums {
 public:
@@ -56,32 +64,29 @@ private:
     uint64x2_t sums_ = vdupq_n_u64(0);
 };
 
-// Sixteen digits, one to a byte, and their four numbers of four digits.
-struct DigitBlock {
-    uint32x4_t fours;
-    Bytes odd;  // above 9 where there was no digit
-};
+// Whether no byte is above 9.
+inline bool vnort_are_digits(Bytes bytes) { return vmaxvq_u8(bytes) <= 9; }
 
-inline DigitBlock vnort_sum_digits(Bytes digits) {
+// The four numbers of four digits that sixteen digits are, one to a byte.
+using Fours = uint32x4_t;
+
+inline Fours vnort_fours(Bytes digits) {
     const Bytes tens = vreinterpretq_u8_u16(vdupq_n_u16(1 << 8 | 10));
     const uint16x8_t hundreds = vreinterpretq_u16_u32(vdupq_n_u32(1 << 16 | 100));
     const uint16x8_t twos = vpaddlq_u8(vmulq_u8(digits, tens));
-    return {vpaddlq_u16(vmulq_u16(twos, hundreds)), digits};
+    return vpaddlq_u16(vmulq_u16(twos, hundreds));
 }
 
-inline bool vnort_are_digits(const DigitBlock& a, const DigitBlock& b) {
-    return vmaxvq_u8(vmaxq_u8(a.odd, b.odd)) <= 9;
-}
-
-// Two numbers of eight digits for each of the two blocks.
-inline uint32x4_t vnort_eights(const DigitBlock& a, const DigitBlock& b) {
+// Two numbers of sixteen digits each as two of eight, 64 bits for each of the sixteen.
+inline uint32x4_t vnort_eights(Fours a, Fours b) {
     const uint32x4_t thousands = vreinterpretq_u32_u64(vdupq_n_u64(uint64_t{1} << 32 | 10000));
-    return vpaddq_u32(vmulq_u32(a.fours, thousands), vmulq_u32(b.fours, thousands));
+    return vpaddq_u32(vmulq_u32(a, thousands), vmulq_u32(b, thousands));
 }
 
-// Two numbers of sixteen digits, each divided. Exact up to the division for those below 2^53.
-inline void vnort_divide(const DigitBlock& a, const DigitBlock& b, const double* a_divisor,
-                         const double* b_divisor, double* to) {
+// Two numbers of up to sixteen digits, each divided: rounded once for fifteen digits. Sixteen the sum
+// may round already: their divisors have to be 1 or -1.
+inline void vnort_divide_sixteen(Fours a, Fours b, const double* a_divisor, const double* b_divisor,
+                                 double* to) {
     const uint64x2_t both = vreinterpretq_u64_u32(vnort_eights(a, b));  // the upper eight are low
     const float64x2_t upper = vcvtq_f64_u64(vandq_u64(both, vdupq_n_u64(0xffffffff)));
     const float64x2_t lower = vcvtq_f64_u64(vshrq_n_u64(both, 32));
@@ -90,7 +95,12 @@ inline void vnort_divide(const DigitBlock& a, const DigitBlock& b, const double*
     vst1q_f64(to, vdivq_f64(words, divisors));
 }
 
-inline uint64_t vnort_number(const DigitBlock& digits) {
+inline void vnort_divide(Fours a, Fours b, const double* a_divisor, const double* b_divisor,
+                         double* to) {
+    vnort_divide_sixteen(a, b, a_divisor, b_divisor, to);
+}
+
+inline uint64_t vnort_number(Fours digits) {
     const uint64_t both = vgetq_lane_u64(vreinterpretq_u64_u32(vnort_eights(digits, digits)), 0);
     return (both & 0xffffffff) * 100000000 + (both >> 32);
 }
