@@ -68,9 +68,8 @@ void read_row(const char* name, const std::vector<std::string>& numbers,
     const auto ours = [&] {
         const NumberArrayExtent extent = vnort_number_array_extent(text.c_str());
         uint64_t count = 0;
-        vnort_read_numbers(
-            text.c_str(), extent.end, static_cast<int64_t>(extent.bound), &count,
-            [to = ours_read.data()](int64_t i, double number) { vnort_convert(number, &to[i]); });
+        vnort_read_numbers(text.c_str(), extent.end, static_cast<int64_t>(extent.bound), &count,
+                           {vnort_convert_all<float>, ours_read.data()});
         return count;
     };
     const auto library = [&] {

@@ -21,6 +21,8 @@
 
 #include "core/last_error.h"
 #include "json/array_reader.h"
+#include "json/number_block.h"
+#include "json/number_reader.h"
 
 const OrtApi* g_api;  // for the last error's text, which no refusal of ONNX Runtime reaches here
 
@@ -117,9 +119,13 @@ struct Result {
 Result read(const char* text, const char* end, int64_t capacity) {
     Result result;
     vnort_clear_error();
-    result.is_read = vnort_read_numbers(
-        text, end, capacity, &result.count,
-        [&](int64_t, double number) { result.numbers.push_back(std::bit_cast<uint64_t>(number)); });
+    const auto take = [](void* to, int64_t first, const double* numbers, int64_t count) {
+        auto& bits = *static_cast<std::vector<uint64_t>*>(to);
+        if (static_cast<uint64_t>(first) != bits.size()) abort();
+        for (int64_t i = 0; i < count; ++i) bits.push_back(std::bit_cast<uint64_t>(numbers[i]));
+    };
+    result.is_read =
+        vnort_read_numbers(text, end, capacity, &result.count, {take, &result.numbers});
     result.error = g_error;
     return result;
 }

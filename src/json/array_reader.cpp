@@ -1,6 +1,48 @@
 #include "json/array_reader.h"
 
+#include "json/number_block.h"
+#include "json/number_reader.h"
+
 namespace {
+
+// How far the reading of an array has come.
+struct ArrayPosition {
+    const char* at;
+    int64_t items = 0;
+    AfterItem after = AfterItem::comma;  // what was behind the last item
+};
+
+// Reads numbers one by one into a room, as long as commas are behind them, `until` is ahead and there
+// is room. 0 with the reason in the last-error text; what was read before counts all the same.
+int32_t read_each_number(ArrayPosition* position, const char* until, int64_t capacity,
+                         double* numbers, int64_t room) {
+    const char* at = position->at;
+    AfterItem after = AfterItem::comma;
+    const char* reason = nullptr;
+    int64_t count = 0;
+    for (; reason == nullptr && after == AfterItem::comma && at < until && count < room; ++count) {
+        at = vnort_skip_blanks(at);
+        if (*at == ']') {
+            after = AfterItem::end;
+            break;
+        }
+        if (position->items + count == capacity) {
+            reason = "JSON numeric array is too large";
+            break;
+        }
+        const NumberRead number = vnort_read_number(at);
+        if (number.end == at) {
+            reason = "failed to parse JSON numeric array";
+            break;
+        }
+        numbers[count] = number.value;
+        at = number.end;
+        after = vnort_after_item(&at);
+        if (after == AfterItem::malformed) reason = "malformed JSON numeric array";
+    }
+    *position = {at, position->items + count, after};
+    return reason == nullptr ? 1 : vnort_fail(reason);
+}
 
 // The index of the recorded name that equals name, or name_count.
 uint64_t find_name(const char* name, const Name* names, uint64_t name_count) {
@@ -42,13 +84,37 @@ int32_t select_names(const char* text, const Name* names, uint64_t name_count,
 
 }  // namespace
 
+int32_t vnort_read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
+                           NumberSink sink) {
+    *count = 0;
+    const char* bracket = text != nullptr ? strchr(text, '[') : nullptr;
+    if (bracket == nullptr) return 0;
+    ArrayPosition position{bracket + 1};
+    NumberBlocks blocks(text, end);
+    int32_t is_good = 1;
+    while (is_good && position.after == AfterItem::comma) {
+        const int64_t first = position.items;
+        if (position.at < blocks.next()) {
+            is_good = read_each_number(&position, blocks.next(), capacity, blocks.numbers(),
+                                       NumberBlocks::kRoom);
+        } else {
+            position.items += blocks.read(&position.at, capacity - position.items);
+        }
+        sink.take(sink.to, first, blocks.numbers(), position.items - first);
+    }
+    if (is_good) *count = static_cast<uint64_t>(position.items);
+    return is_good;
+}
+
 int32_t vnort_parse_number_array_double(const char* text, double* numbers, int64_t capacity,
                                         uint64_t* count) {
     if (count == nullptr) return 0;
     *count = 0;
     if (numbers == nullptr) return 0;
-    return vnort_read_numbers(text, nullptr, capacity, count,
-                              [&](int64_t i, double number) { numbers[i] = number; });
+    const auto take = [](void* to, int64_t first, const double* from, int64_t taken) {
+        memcpy(static_cast<double*>(to) + first, from, static_cast<size_t>(taken) * sizeof *from);
+    };
+    return vnort_read_numbers(text, nullptr, capacity, count, {take, numbers});
 }
 
 NumberArrayExtent vnort_number_array_extent(const char* text) {

@@ -7,8 +7,6 @@
 
 #include "core/last_error.h"
 #include "core/limits.h"
-#include "json/number_block.h"
-#include "json/number_reader.h"
 #include "json/scan.h"
 
 // What stands behind an item of an array.
@@ -25,62 +23,17 @@ inline AfterItem vnort_after_item(const char** at) {
     return *from == ',' ? AfterItem::comma : AfterItem::end;
 }
 
-// How far the reading of an array has come.
-struct ArrayPosition {
-    const char* at;
-    int64_t items = 0;
-    AfterItem after = AfterItem::comma;  // what was behind the last item
+// Where the numbers of an array go: some at a time, in order, the first one's index given.
+struct NumberSink {
+    void (*take)(void* to, int64_t first, const double* numbers, int64_t count);
+    void* to;
 };
 
-// Reads numbers one by one, as long as commas are behind them and `until` is ahead. 0 with the reason
-// in the last-error text. A function of its own, so that all it needs stays in registers.
-template <typename Store>
-[[gnu::noinline]] int32_t vnort_read_each_number(ArrayPosition* position, const char* until,
-                                                 int64_t capacity, Store store) {
-    const char* at = position->at;
-    int64_t items = position->items;
-    AfterItem after = AfterItem::comma;
-    while (after == AfterItem::comma && at < until) {
-        at = vnort_skip_blanks(at);
-        if (*at == ']') {
-            after = AfterItem::end;
-            break;
-        }
-        if (items == capacity) return vnort_fail("JSON numeric array is too large");
-        NumberRead number = vnort_read_number(at);
-        if (number.end == at) return vnort_fail("failed to parse JSON numeric array");
-        store(items++, number.value);
-        at = number.end;
-        after = vnort_after_item(&at);
-        if (after == AfterItem::malformed) return vnort_fail("malformed JSON numeric array");
-    }
-    *position = {at, items, after};
-    return 1;
-}
-
-// Reads an array of numbers and hands each, with its index, to store. `end` is where the array ends,
-// or null when that is not known. 1 with the count set; 0 with a count of 0 and, unless the text is
-// null or has no '[', the reason in the last-error text.
-template <typename Store>
+// Reads an array of numbers and hands them over. `end` is where the array ends, or null when that is
+// not known. 1 with the count set; 0 with a count of 0 and, unless the text is null or has no '[', the
+// reason in the last-error text.
 int32_t vnort_read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
-                           Store store) {
-    *count = 0;
-    const char* bracket = text != nullptr ? strchr(text, '[') : nullptr;
-    if (bracket == nullptr) return 0;
-    ArrayPosition position{bracket + 1};
-    NumberBlocks blocks(text, end);
-    while (position.after == AfterItem::comma) {
-        if (!vnort_read_each_number(&position, blocks.next(), capacity, store)) return 0;
-        while (position.after == AfterItem::comma && position.at >= blocks.next()) {
-            const int64_t read = blocks.read(&position.at, capacity - position.items);
-#pragma GCC unroll 4
-            for (int64_t i = 0; i < read; ++i) store(position.items + i, blocks[i]);
-            position.items += read;
-        }
-    }
-    *count = static_cast<uint64_t>(position.items);
-    return 1;
-}
+                           NumberSink sink);
 
 // The same into an array of doubles; a null array or count fails like a null text.
 int32_t vnort_parse_number_array_double(const char* text, double* numbers, int64_t capacity,

@@ -93,14 +93,12 @@ int32_t read_numeric_data(const char* data_key, uint32_t element_size, InputTens
     if (extent.bound == 0) return 0;
     HeapBlock<void> data(calloc(extent.bound, element_size));
     if (data == nullptr) return vnort_fail("out of memory");
+    NumberSink sink{nullptr, data.get()};
+    vnort_visit_numeric(entry->element_type,
+                        [&](auto element) { sink.take = vnort_convert_all<decltype(element)>; });
     uint64_t count = 0;
-    int32_t is_read = 0;
-    vnort_visit_numeric(entry->element_type, [&](auto element) {
-        auto* elements = static_cast<decltype(element)*>(data.get());
-        auto store = [=](int64_t i, double number) { vnort_convert(number, &elements[i]); };
-        is_read = vnort_read_numbers(data_key, extent.end, static_cast<int64_t>(extent.bound),
-                                     &count, store);
-    });
+    const int32_t is_read =
+        vnort_read_numbers(data_key, extent.end, static_cast<int64_t>(extent.bound), &count, sink);
     if (!is_read) return 0;
     entry->element_count = count;
     entry->byte_size = count * element_size;

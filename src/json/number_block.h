@@ -43,11 +43,11 @@ public:
         return read.count;
     }
 
-    double operator[](int64_t i) const { return numbers_[i]; }
+    // Those that were read last. Who reads others has the room meanwhile.
+    static constexpr int64_t kRoom = 128;
+    double* numbers() { return numbers_; }
 
 private:
-    static constexpr int64_t kRoom = 128;
-
     void plan(const char* next) {
         const bool is_reached = end_ != nullptr && end_ - next >= kNumberBlockBehind;
         next_ = is_reached ? next : reinterpret_cast<const char*>(UINTPTR_MAX);

@@ -44,3 +44,11 @@ template <typename Integer>
 void vnort_convert(double number, Integer* to) {
     *to = static_cast<Integer>(vnort_truncate_to_int32(number));
 }
+
+// Many of them, on their way to places from the first one on.
+template <typename Element>
+void vnort_convert_all(void* to, int64_t first, const double* numbers, int64_t count) {
+    Element* const elements = static_cast<Element*>(to) + first;
+#pragma GCC unroll 4
+    for (int64_t i = 0; i < count; ++i) vnort_convert(numbers[i], &elements[i]);
+}
