@@ -91,7 +91,7 @@ int32_t read_string_data(const char* data_key, InputTensor* entry) {
 int32_t read_numeric_data(const char* data_key, uint32_t element_size, InputTensor* entry) {
     const NumberArrayExtent extent = vnort_number_array_extent(data_key);
     if (extent.bound == 0) return 0;
-    HeapBlock<void> data(calloc(extent.bound, element_size));
+    HeapBlock<void> data(malloc(extent.bound * element_size));
     if (data == nullptr) return vnort_fail("out of memory");
     NumberSink sink{nullptr, data.get()};
     vnort_visit_numeric(entry->element_type,
