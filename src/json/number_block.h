@@ -3,6 +3,8 @@
 
 #include <stdint.h>
 
+#include <bit>
+
 // How many bytes before and behind a number the block reader looks at: it starts no nearer to the
 // ends of the text that it is given.
 inline constexpr int64_t kNumberBlockBefore = 17;
@@ -50,7 +52,7 @@ public:
 private:
     void plan(const char* next) {
         const bool is_reached = end_ != nullptr && end_ - next >= kNumberBlockBehind;
-        next_ = is_reached ? next : reinterpret_cast<const char*>(UINTPTR_MAX);
+        next_ = is_reached ? next : std::bit_cast<const char*>(UINTPTR_MAX);
     }
 
     const char* end_;

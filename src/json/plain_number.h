@@ -42,7 +42,7 @@ inline constexpr FormTable kForms = [] {
         for (uint8_t& zero : form.zeros) zero = 255;
     }
     double power = 1;
-    for (int digits = 0; digits < 16; ++digits, power *= 10) {
+    for (int digits = 0; digits < 16; ++digits) {
         for (int sign = 0; sign < 2; ++sign) {
             Form& form = table.form[2 * (digits + 2 + sign) + sign];
             for (int i = 16 - digits; i < 16; ++i) form.behind[i] = 255;
@@ -51,6 +51,7 @@ inline constexpr FormTable kForms = [] {
             if (digits == 15) continue;
             for (int i = 0; i < 16; ++i) form.zeros[i] = i < 15 - digits ? 0 : '0';
         }
+        power *= 10;
     }
     return table;
 }();

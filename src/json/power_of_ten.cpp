@@ -110,12 +110,13 @@ constexpr BinadeScales make_binade_scales(const PowerOfTenTable& powers) {
     scales.second[0] = 1;
     scales.exponent[1] = scales.exponent[510] = scales.exponent[511] = kNoScale;
     for (int binade = 1; binade < 255; ++binade) {
-        const int exponent = ((binade - 127) * 78913) >> 18;  // floor(log10(2^(binade - 127)))
+        // floor(log10(2^(binade - 127))); what is shifted is positive
+        const int exponent = (((binade - 127) * 78913 + (64 << 18)) >> 18) - 64;
         for (int i = 0; i < 2; ++i) {
             const int power = 2 - exponent - i;
             scales.factor[2 * binade + i] =
                 binade_factor(powers[power], vnort_power_of_ten_log2(power), binade);
-            scales.exponent[2 * binade + i] = static_cast<int8_t>(exponent + i);
+            scales.exponent[2 * binade + i] = static_cast<int16_t>(exponent + i);
         }
         const uint32_t significand = first_of_ten_digits(scales.factor[2 * binade], kHalfOfNinth);
         scales.second[binade] =

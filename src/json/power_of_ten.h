@@ -53,7 +53,7 @@ inline ScaledNumber vnort_scale_by_power_of_ten(uint64_t w, int q) {
 struct BinadeScales {
     uint32_t second[256];  // the bits of the first float that takes the second factor
     uint64_t factor[512];
-    int8_t exponent[512];  // of ten, of the first of the nine digits; kNoScale for what has none
+    int16_t exponent[512];  // of ten, of the first of the nine digits; kNoScale for what has none
 };
 inline constexpr int kNoScale = 127;
 inline constexpr uint64_t kHalfOfNinth = 9223372036855 + (1 << 24);  // 2^64 / (2 * 10^6), and 2^24
