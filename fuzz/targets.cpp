@@ -157,8 +157,7 @@ void fuzz_numbers(const char* text, size_t size) {
 }  // namespace
 
 bool choose_target(const std::string& name) {
-    if (name == "json") g_run = fuzz_json;
-    if (name == "texts") g_run = fuzz_texts;
+    g_run = name == "json" ? fuzz_json : name == "texts" ? fuzz_texts : nullptr;
     if (name == "numbers") g_run = fuzz_numbers;
     return g_run != nullptr;
 }

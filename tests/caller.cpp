@@ -66,7 +66,7 @@ std::string Caller::answer(const std::string& request) {
     std::getline(std::getline(std::getline(fields, handle, '\t'), comes, '\t'), name, '\t');
     if (name == "unload") return functions.clear(), unload(library), "nothing";
     Word given[4] = {}, blocks[4] = {}, word = 0;
-    for (int i = 0; std::getline(fields, field, '\t'); ++i) {
+    for (int i = 0; i < 4 && std::getline(fields, field, '\t'); ++i) {
         texts[i] = exchanged(field, "\1\2\3", "\t\n\r");
         if (field.rfind("f32:", 0) == 0) blocks[i] = block_of<float>(field);
         if (field.rfind("i64:", 0) == 0) blocks[i] = block_of<int64_t>(field);

@@ -19,8 +19,7 @@ for name, count in (("part", None), ("--runner", None), ("--toolchain", None), (
     parser.add_argument(name, nargs=count)
 given = parser.parse_args()
 windows = given.library.suffix == ".dll"
-runner, drive, exe = shlex.split(given.runner), "Z:" * windows, ".exe" * windows
-models, failed = given.build / "models", 0
+runner, drive, exe, models, failed = shlex.split(given.runner), "Z:" * windows, ".exe" * windows, given.build / "models", 0
 
 
 def check(what, expected, got):

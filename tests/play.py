@@ -2,7 +2,7 @@
 that takes requests as caller.cpp says: play.py [OPTION...] SCRIPT MODELS LIBRARY|PROGRAM...
 
 --provider NAME  appended to the options of sessions that have none of their own
---threads N      the program makes all calls in so many threads; the last error is then a hint and not judged
+--threads N      alone: the program makes all calls in so many threads; the last error is a hint then, and not judged
 --rounds N       so many times
 --then WHAT      behind each time: leave (the last scene's handles stay) or unload (the library is)"""
 import array
@@ -54,7 +54,7 @@ class Bound:
     def argument(self, word):
         if word[3:4] == ":":
             return block_of(*word.split(":"))
-        return word[1:].encode("latin-1") if word[0] == "'" else self.handles[word] if word[0] == "$" else None if word == "null" else int(word)
+        return word[1:].encode("latin-1") if word[0] == "'" else self.handles[word] if word[0] == "$" else None if word == "null" else ctypes.c_int64(int(word))
 
 
 class Program:
@@ -116,7 +116,7 @@ class Step:
         both = [f"{text}; the last error {'as it was' if last == EARLIER else last or 'empty'}" for text, last in ((self.answer, self.error), (got + got[:1] * self.is_text, error))]
         at = next((k for k, (a, b) in enumerate(zip(*both)) if a != b), 0)
         expected, got = ("... " * (at > 60) + text[max(at - 60, 0):][:200] for text in both)
-        print(f"{self.place}: not as expected, from byte {at} on\n  call      {self.line[:200]}\n  expected  {expected}\n  got       {got}")
+        print(f"{self.place}: not as expected, from byte {at} on\n  call      {self.line[:200]}\n  expected  {expected}\n  got       {got}", flush=True)
 
 
 class Player:
