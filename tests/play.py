@@ -232,7 +232,7 @@ def main():
                 player.play(*line)
         if options["--then"] != "leave":
             player.release()
-        if not player.threads:
+        if not player.threads and not player.provider:
             caller.ask([("", "p", "release_session", "$shared")])
         if options["--then"] == "unload":
             player.ask([("", "p", "unload")])
