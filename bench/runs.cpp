@@ -31,7 +31,9 @@ struct Road {
     std::vector<double> times = {};
 };
 
+// The first call is not timed: it finds what the road before has left in the caches.
 double time_calls(const Road& road) {
+    road.call();
     const auto start = std::chrono::steady_clock::now();
     for (int i = 0; i < road.calls; ++i) road.call();
     const std::chrono::duration<double, std::nano> taken = std::chrono::steady_clock::now() - start;

@@ -77,11 +77,11 @@ template <int kBlanks>
     return vnort_worst(lower, upper).is_plain() ? Group::plain : Group::partly_plain;
 }
 
-// Eight bytes of text: any digit where this one has a 0, a blank where it has a line.
+// Eight bytes of text: any digit where this one has a 0, a blank where it has a line. A byte's limit,
+// added to a difference that is too great, sets its highest bit.
 struct Pattern {
     uint64_t text;
-    uint64_t
-        limits;  // of a byte's difference: added to one that is greater, it sets the highest bit
+    uint64_t limits;
 
     constexpr explicit Pattern(const char* bytes) : text(0), limits(0) {
         for (int i = 7; i >= 0; --i) {

@@ -30,7 +30,7 @@ NumberBlockRead vnort_read_number_block(const char* at, const char* end, double*
 class NumberBlocks {
 public:
     // The array ends at `end`, within the text. Null when that is not known: there are no blocks then.
-    NumberBlocks(const char* text, const char* end) : end_(end) { plan(text + kNumberBlockBefore); }
+    NumberBlocks(const char* text, const char* end) : end_(end) { plan(text, kNumberBlockBefore); }
 
     // Where blocks are to be tried next; somebody else reads what stands before.
     const char* next() const { return next_; }
@@ -40,7 +40,7 @@ public:
         const NumberBlockRead read =
             vnort_read_number_block(*at, end_, numbers_, most < kRoom ? most : kRoom);
         if (!read.is_worth) pause_ *= 2;
-        plan(read.count > 0 && read.is_worth ? read.at : read.at + pause_);
+        plan(read.at, read.count > 0 && read.is_worth ? 0 : pause_);
         *at = read.at;
         return read.count;
     }
@@ -50,9 +50,9 @@ public:
     double* numbers() { return numbers_; }
 
 private:
-    void plan(const char* next) {
-        const bool is_reached = end_ != nullptr && end_ - next >= kNumberBlockBehind;
-        next_ = is_reached ? next : std::bit_cast<const char*>(UINTPTR_MAX);
+    void plan(const char* from, int64_t distance) {
+        const bool is_reached = end_ != nullptr && end_ - from >= distance + kNumberBlockBehind;
+        next_ = is_reached ? from + distance : std::bit_cast<const char*>(UINTPTR_MAX);
     }
 
     const char* end_;
