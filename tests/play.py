@@ -2,14 +2,16 @@
 that takes requests as caller.cpp says: play.py [OPTION...] SCRIPT MODELS LIBRARY|PROGRAM...
 
 --provider NAME  appended to the options of sessions that have none of their own
---threads N      alone: the program makes all calls in so many threads; the last error is a hint then, and not judged
+--threads N      without the others: the program makes all calls in so many threads; the last error is a hint then, and not judged
 --rounds N       so many times
 --then WHAT      behind each time: leave (the last scene's handles stay) or unload (the library is)"""
 import array
+import contextlib
 import ctypes
 import itertools
 import pathlib
 import re
+import signal
 import subprocess
 import sys
 
@@ -33,7 +35,7 @@ class Bound:
     def ask(self, requests):
         return [self.call(*request) for request in requests]
 
-    end = int  # there is nothing to end, and no status but 0
+    where, end = "", int  # there is nothing to end, and no status but 0
 
     def call(self, handle, comes, name, *arguments):
         function = self.library["onnxruntime_vn_" + name]
@@ -58,7 +60,8 @@ class Bound:
 
 
 class Program:
-    """The library through a program."""
+    """The library through a program, which is ended when no answer comes for 300 seconds."""
+    where = "before the first scene"
 
     def __init__(self, command, **settings):
         self.process = subprocess.Popen(command, stdin=-1, stdout=-1, text=True, encoding="latin-1", **settings)
@@ -69,17 +72,26 @@ class Program:
 
     def send(self, requests):
         wired = str.maketrans(FIELDS, WIRE)
-        self.process.stdin.writelines("\t".join(field.translate(wired) for field in request) + "\n" for request in requests)
-        self.process.stdin.flush()
+        with contextlib.suppress(OSError):  # where the program has ended, which shows by its answer
+            self.process.stdin.writelines("\t".join(field.translate(wired) for field in request) + "\n" for request in requests)
+            self.process.stdin.flush()
 
     def answer(self):
+        if hasattr(signal, "alarm"):  # Windows has none
+            signal.signal(signal.SIGALRM, lambda *_: self.process.kill())
+            signal.alarm(300)
         line = self.process.stdout.readline()
         if not line.endswith("\n"):
-            raise EOFError(f"the program said {line!r} and ended with {self.process.wait()}")
+            print(f"{self.where}\nthe program said {line!r} and ended with {self.process.wait()}", flush=True)
+            sys.exit(1)
         return line[:-1].translate(str.maketrans(WIRE, FIELDS))
 
+    def close(self):
+        with contextlib.suppress(OSError):
+            self.process.stdin.close()
+
     def end(self):
-        self.process.stdin.close()
+        self.close()
         return self.process.wait()
 
 
@@ -127,6 +139,7 @@ class Player:
         self.handles, self.new, self.waiting, self.played, self.failed = {}, map("h{}".format, itertools.count()), [], 0, 0
 
     def release(self):
+        self.caller.where = "releasing what is left behind " + self.caller.where
         self.ask([("", "p", "release_" + kind, "$" + handle) for kind, handle in sorted(self.handles.items()) if handle != "shared"])
         self.handles.clear()
 
@@ -164,10 +177,8 @@ class Player:
         requests = [("", "p", step.before, "null"), (step.kind and new or "", step.comes, step.name, *arguments), ("", "t", "last_error")]
         requests += [("", "t", "result_json", "$" + new)] * bool(step.kind and step.is_text) + [("", "p", f"release_{step.kind}", f"${old}")] * (old not in (None, "shared"))
         self.handles.update({step.kind: new} if step.kind else {})
-        try:
-            self.ask(requests, lambda answers: self.look(step, *answers[1:]))
-        except (EOFError, OSError) as end:
-            sys.exit(f"{step.place}: {step.line[:200]}\n{end}")
+        self.caller.where = f"{step.place}: {step.line[:200]}"
+        self.ask(requests, lambda answers: self.look(step, *answers[1:]))
 
     def argument(self, word):
         return word.removesuffix("'") if word[0] != "$" else "$" + self.handles[word[1:]] if word[1:] in self.handles else "null"
@@ -192,7 +203,8 @@ class Player:
     def end(self):
         """Whether all was as expected, the answers of the threads and the end of the program included."""
         for _ in range(self.threads):
-            self.caller.process.stdin.close()
+            self.caller.where = "in the threads"
+            self.caller.close()
             for count, look in self.waiting:
                 look([self.caller.answer() for _ in range(count)])
         status = self.caller.end()
@@ -218,7 +230,8 @@ def main():
     while given and given[0] in options:
         options[given[0]] = type(options[given[0]])(given[1])
         del given[:2]
-    script, models, *command = given if len(given) > 2 else sys.exit(__doc__)
+    others = options["--provider"] or options["--rounds"] > 1 or options["--then"]
+    script, models, *command = given if len(given) > 2 and not (options["--threads"] and others) else sys.exit(__doc__)
     caller = Program(command) if command[1:] else Bound(command[0])
     player = Player(caller, models, options["--provider"], options["--threads"])
     for number in range(options["--rounds"]):

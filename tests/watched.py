@@ -21,9 +21,9 @@ class Watcher(play.Player):
         for place, line in lines:
             self.play(place, f"begin {call} {allocation} {goes_on}" if line == "begin" else line)
         self.release()
-        counts, left = self.caller.ask([("", "t", "end")])[0][1:].split(":")
+        counts, self.left = self.caller.ask([("", "t", "end")])[0][1:].split(":")
         self.calls, self.allocations, self.refused = (int(word) if word.isdigit() else word for word in counts.split(" "))
-        self.expect(not left, title, f"{what} leaves behind{left}")
+        self.expect(not self.left, title, f"{what} leaves behind{self.left}")
         return self.answers
 
     def expect(self, truth, title, what):
@@ -33,6 +33,8 @@ class Watcher(play.Player):
     def refuse(self, title, lines):
         self.collects = True
         well, calls, allocations = self.scene(title, lines), self.calls, self.allocations
+        if self.left:
+            calls = allocations = 0  # every refusal would leave it behind too
         for k in range(1, calls + 1):
             answers = self.scene(title, lines, f"refusing call {k}", call=k)
             mark = self.words.get(self.refused, self.refused + " failed")
