@@ -7,6 +7,7 @@
 //   verify_arrays seed numbers
 
 #include <onnxruntime_c_api.h>
+#include <stdarg.h>
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -34,10 +35,12 @@ constexpr size_t kRoom = 1 << 17;  // of a text, in bytes
 constexpr uint64_t kMost = 2500;   // numbers in an array
 constexpr int kKinds = 16;
 
-template <typename... Values>
-std::string print(const char* format, Values... values) {
+[[gnu::format(printf, 1, 2)]] std::string print(const char* format, ...) {
     char text[400];
-    snprintf(text, sizeof text, format, values...);
+    va_list values;
+    va_start(values, format);
+    vsnprintf(text, sizeof text, format, values);
+    va_end(values);
     return text;
 }
 

@@ -1,7 +1,7 @@
 // Compares the number kernels with the C library: see scripts/verify-numbers, which builds and runs
 // this. Needs a long double of more bits than a double, and printf and strtod that round exactly.
 //
-//   verify_numbers threads fraction hard-numbers
+//   verify_numbers threads fraction [hard-numbers]
 
 #include <stdint.h>
 #include <stdio.h>
@@ -20,6 +20,7 @@
 
 #include "json/number_reader.h"
 #include "json/number_writer.h"
+#include "json/power_of_ten.h"
 
 namespace {
 
@@ -45,24 +46,25 @@ void check_read(const char* text) {
     mismatch();
 }
 
-void check_text(double value, int digits, const char* got, const char* end) {
-    char expected[64];
-    const int length = snprintf(expected, sizeof expected, "%.*g", digits, value);
-    if (std::isnan(value)) strcpy(expected, "nan");
-    const int expected_length = std::isnan(value) ? 3 : length;
-    if (end - got == expected_length &&
-        memcmp(got, expected, static_cast<size_t>(expected_length)) == 0)
-        return;
+void check_text(const char* expected, double value, const char* got, const char* end) {
+    const size_t length = strlen(expected);
+    if (length == static_cast<size_t>(end - got) && memcmp(got, expected, length) == 0) return;
     g_mismatch.lock();
     printf("MISMATCH writing %a (%.17g)\n  expected %s\n  got      %.*s\n", value, value, expected,
            static_cast<int>(end - got), got);
     mismatch();
 }
 
+void check_float_text(double value, int digits, const char* got, const char* end) {
+    char expected[64];
+    snprintf(expected, sizeof expected, "%.*g", digits, value);
+    check_text(std::isnan(value) ? "nan" : expected, value, got, end);
+}
+
 void check_write_float(float value) {
     char text[kNumberRoom + 1];
     char* const end = vnort_write_float32(text, value);
-    check_text(static_cast<double>(value), 9, text, end);
+    check_float_text(static_cast<double>(value), 9, text, end);
     *end = '\0';
     const NumberRead back = vnort_read_number(text);
     const float got = static_cast<float>(back.value);
@@ -80,9 +82,19 @@ void check_write_float(float value) {
 void check_write_double(double value) {
     char text[kNumberRoom + 1];
     char* const end = vnort_write_float64(text, value);
-    check_text(value, 17, text, end);
+    check_float_text(value, 17, text, end);
     *end = '\0';
     if (!std::isnan(value)) check_read(text);
+}
+
+// Without a sign, and as a negative number.
+void check_write_integer(uint64_t value) {
+    char text[kNumberRoom + 1], expected[32];
+    snprintf(expected, sizeof expected, "%llu", static_cast<unsigned long long>(value));
+    check_text(expected, static_cast<double>(value), text, vnort_write_uint64(text, value));
+    const auto negative = static_cast<int64_t>(0 - value);
+    snprintf(expected, sizeof expected, "%lld", static_cast<long long>(negative));
+    check_text(expected, static_cast<double>(negative), text, vnort_write_int64(text, negative));
 }
 
 // Splits count calls among the threads, each with a generator whose seed is its part's number.
@@ -140,16 +152,16 @@ void check_short_decimal(std::mt19937_64& random) {
 }
 
 // integer * 2^exponent as a double, rounded half to even.
-double round_exactly(unsigned __int128 integer, int exponent) {
+double round_exactly(uint128_t integer, int exponent) {
     int top = exponent - 1;
-    for (unsigned __int128 rest = integer; rest != 0; rest >>= 1) ++top;
+    for (uint128_t rest = integer; rest != 0; rest >>= 1) ++top;
     const int last = std::max(top - 52, -1074);  // the exponent of the last bit kept
     if (last <= exponent) return std::ldexp(static_cast<double>(integer), exponent);
     const int dropped = last - exponent;
     if (dropped > 127) return 0;
-    const unsigned __int128 kept = integer >> dropped;
-    const unsigned __int128 rest = integer - (kept << dropped);
-    const unsigned __int128 half = static_cast<unsigned __int128>(1) << (dropped - 1);
+    const uint128_t kept = integer >> dropped;
+    const uint128_t rest = integer - (kept << dropped);
+    const uint128_t half = static_cast<uint128_t>(1) << (dropped - 1);
     const bool up = rest > half || (rest == half && (kept & 1) != 0);
     return std::ldexp(static_cast<double>(kept + up), last);
 }
@@ -165,7 +177,7 @@ void check_hexadecimal(std::mt19937_64& random) {
     char* end = nullptr;
     strtod(text, &end);
     const double expected =
-        round_exactly(static_cast<unsigned __int128>(whole) << 63 | fraction >> 1, exponent - 63);
+        round_exactly(static_cast<uint128_t>(whole) << 63 | fraction >> 1, exponent - 63);
     const NumberRead got = vnort_read_number(text);
     if (bits_of(got.value) == bits_of(expected) && got.end == end) return;
     g_mismatch.lock();
@@ -235,19 +247,25 @@ void check_powers() {
             ++count;
         }
     }
+    uint64_t power_of_ten = 1;
+    for (int power = 0; power < 20; ++power, power_of_ten *= 10, ++count) {
+        for (const uint64_t less : {uint64_t{0}, uint64_t{1}})
+            check_write_integer(power_of_ten - less);
+    }
     printf("%-52s %12llu  ok\n", "powers of ten and two and their neighbours", count);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    g_threads = argc == 4 ? static_cast<unsigned>(atoi(argv[1])) : 0;
-    g_fraction = argc == 4 ? atof(argv[2]) : 0;
+    const bool is_given = argc == 3 || argc == 4;
+    g_threads = is_given ? static_cast<unsigned>(atoi(argv[1])) : 0;
+    g_fraction = is_given ? atof(argv[2]) : 0;
     if (g_threads == 0 || !(g_fraction > 0 && g_fraction <= 1)) {
-        fprintf(stderr, "usage: verify_numbers threads fraction hard-numbers\n");
+        fprintf(stderr, "usage: verify_numbers threads fraction [hard-numbers]\n");
         return 2;
     }
-    check_hard_numbers(argv[3]);
+    if (argc == 4) check_hard_numbers(argv[3]);
     check_powers();
     // An odd step, so that a part of the patterns has all last bits.
     const uint64_t step = static_cast<uint64_t>(1 / g_fraction) | 1;
@@ -268,5 +286,8 @@ int main(int argc, char** argv) {
                  [](uint64_t, std::mt19937_64& random) { check_hexadecimal(random); });
     run_fraction("half way points, on, above and below, read", 4e6,
                  [](uint64_t, std::mt19937_64& random) { check_half_way(random); });
+    run_fraction("integers of any length, written", 2e8, [](uint64_t, std::mt19937_64& random) {
+        check_write_integer(random() >> (random() % 64));
+    });
     printf("all equal\n");
 }
