@@ -3,7 +3,7 @@ import re
 import sys
 import play
 
-OUT_OF_MEMORY = r"out of memory|\|0\||failed to read string"
+OUT_OF_MEMORY = r"out of memory|\{\"error\":\"failed to read string output tensor\"\}|^((?!nothing).)*\|0\|"
 
 
 class Watcher(play.Player):

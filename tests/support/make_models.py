@@ -9,6 +9,7 @@ large (float[1,3,224,224] x) => (float[1,1,1,1] y) { y = ReduceMax(x) }
 constant () => (float[2] y) { y = Constant<value_floats = [0.5, 1.0]>() }
 commas (string[n] text, float[n] x) => (float[n] number, string[n] same, float[n] y) {
     number = Cast<to = 1>(text) same = Cast<to = 8>(number) y = HardSwish(x) }
+pair (float[n] a, float[n] b) => (float[n] y) { y = Add(a, b) }
 sum (float[n] a, float[n] B) => (float[n] y) { y = Add(a, B) }
 outputs (float[2,3] x) => (float[] scalar, float[0,3] empty, float16[2,3] half, int64[2,3] whole, float[1,1,1,1,1,1,1,2,3] rank9,
                            string[2,3] text, float[2,3] twice, float[2,3] square) {
@@ -24,7 +25,7 @@ value, node = helper.make_tensor_value_info, helper.make_node
 def model(graph):
     name, graph.name = graph.name, "graph of " + graph.name
     made = helper.make_model(graph, producer_name='the "tests"', ir_version=8, opset_imports=[helper.make_opsetid("", 14)])
-    made.domain, made.doc_string, made.model_version = "example.test", "back\\slash", 7
+    made.domain, made.doc_string, made.model_version = "example.test", {"long": 5000 * "d"}.get(name, "back\\slash"), 7
     helper.set_model_props(made, {"double": {"key": 'va"lue'}, "words": {"one": "1", "two": "1"}}.get(name, {}))
     if name in (sys.argv[2:] or [name]):
         save(made, f"{sys.argv[1]}/{name}.onnx")

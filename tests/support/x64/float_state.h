@@ -1,11 +1,21 @@
-// The calling thread's floating-point state: MXCSR.
+// The calling thread's floating-point state: MXCSR and, above it, the x87 unit's control word.
 #pragma once
 
 #include <stdint.h>
 #include <xmmintrin.h>
 
-inline uint64_t get_float_state() { return _mm_getcsr(); }
-inline void set_float_state(uint64_t state) { _mm_setcsr(static_cast<unsigned>(state)); }
+inline uint64_t get_float_state() {
+    uint16_t x87;
+    __asm__ volatile("fnstcw\t%0" : "=m"(x87));
+    return uint64_t{x87} << 32 | _mm_getcsr();
+}
+
+inline void set_float_state(uint64_t state) {
+    const uint16_t x87 = static_cast<uint16_t>(state >> 32);
+    __asm__ volatile("fnclex\n\tfldcw\t%0" : : "m"(x87));
+    _mm_setcsr(static_cast<unsigned>(state));
+}
 
 // The default; all traps, which few processors have; denormals flushed; rounding down, up, to zero.
-constexpr uint64_t kFloatStates[] = {0x1f80, 0, 0x9fc0, 0x3f80, 0x5f80, 0x7f80};
+constexpr uint64_t kFloatStates[] = {0x37f'00001f80, 0x340'00000000, 0x37f'00009fc0,
+                                     0x77f'00003f80, 0xb7f'00005f80, 0xf7f'00007f80};
