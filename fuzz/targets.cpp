@@ -157,8 +157,10 @@ void fuzz_numbers(const char* text, size_t size) {
 }  // namespace
 
 bool choose_target(const std::string& name) {
-    g_run = name == "json" ? fuzz_json : name == "texts" ? fuzz_texts : nullptr;
-    if (name == "numbers") g_run = fuzz_numbers;
+    g_run = name == "json"      ? fuzz_json
+            : name == "texts"   ? fuzz_texts
+            : name == "numbers" ? fuzz_numbers
+                                : nullptr;
     return g_run != nullptr;
 }
 
