@@ -88,7 +88,7 @@ std::string Caller::answer(const std::string& request) {
         using Function = Word (*)(Word, Word, Word, Word);
         word = reinterpret_cast<Function>(function)(given[0], given[1], given[2], given[3]);
     }
-    const bool is_kept = get_float_state() == state || host_state == kFloatStates[0];
+    const bool is_kept = get_float_state() == state;
     set_float_state(kFloatStates[0]);
     g_is_calling = false;
     if (name == "tensor_adopt_f32" && word != 0) blocks[0] = 0;

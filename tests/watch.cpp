@@ -13,6 +13,7 @@
 
 #include "core/runtime.h"
 #include "core/runtime_entry.h"
+#include "float_state.h"
 #include "onnxruntime_vornic.h"
 #include "session/provider_options.h"
 #include "support/platform.h"
@@ -77,6 +78,7 @@ void before(OrtSessionOptions*, const char*, const char* const* keys, const char
 
 void after(OrtSession*, const OrtRunOptions*, const char* const*, const OrtValue* const*, size_t,
            const char* const*, size_t count, OrtValue** values) {
+    raise_float_flags();  // as an operator may; the host's own must come back
     for (size_t i = 1; i < count; ++i) count_made(values + i);
 }
 

@@ -46,6 +46,7 @@ RunResult* onnxruntime_vn_run_with_iobinding(const InferenceSession* session, Io
                                              const OrtRunOptions* options) {
     const DefaultFloatState float_state;
     const CLocaleScope c_locale;
+    if (!c_locale.is_entered()) return nullptr;
     if (!vnort_is_usable(session) || !vnort_is_usable(binding)) {
         vnort_set_error("invalid InferenceSession or IoBinding");
         return nullptr;

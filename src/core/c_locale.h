@@ -4,12 +4,16 @@
 // What the thread had before, where it had to change.
 struct HostLocale {
     bool is_changed;
-    int config;         // on Windows: whether the thread's locale was its own
-    void* locale;       // elsewhere: the thread's locale
-    char numeric[192];  // on Windows: the name of the locale that numbers followed
+    bool is_thread_own;  // on Windows: whether the thread had a locale of its own
+    void* locale;        // elsewhere: the thread's locale
+    char numeric[256];   // on Windows: the name of the locale that numbers followed
 };
 
-void vnort_enter_c_locale(HostLocale* host);
+// Called once, while the runtime is being bound and no other thread is here.
+void vnort_find_c_library();
+
+// False, with the reason in the last-error text, when the thread cannot have decimal points.
+bool vnort_enter_c_locale(HostLocale* host);
 void vnort_leave_c_locale(const HostLocale& host);
 
 // ONNX Runtime reads and writes numbers as text with the C library: the constants in its operator
@@ -19,13 +23,17 @@ void vnort_leave_c_locale(const HostLocale& host);
 // session is set to run operators in parallel, are out of reach.
 class CLocaleScope {
 public:
-    CLocaleScope() { vnort_enter_c_locale(&host_); }
+    CLocaleScope() : is_entered_(vnort_enter_c_locale(&host_)) {}
     CLocaleScope(const CLocaleScope&) = delete;
     CLocaleScope& operator=(const CLocaleScope&) = delete;
     ~CLocaleScope() {
         if (host_.is_changed) vnort_leave_c_locale(host_);
     }
 
+    // When false, the reason is in the last-error text, and nothing may be computed.
+    bool is_entered() const { return is_entered_; }
+
 private:
     HostLocale host_;
+    bool is_entered_;
 };

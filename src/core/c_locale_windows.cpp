@@ -5,18 +5,24 @@
 #include <windows.h>
 
 #include "core/c_locale.h"
+#include "core/last_error.h"
 
 namespace {
 
 // ucrtbase's numbers for these, which are not all those of the older library's header.
 constexpr int kNumericCategory = 4;
 constexpr int kThreadHasOwnLocale = 1;
+constexpr int kThreadSharesLocale = 2;
 
 struct CLibrary {
     char*(__cdecl* set_locale)(int category, const char* locale);
     int(__cdecl* config_thread_locale)(int wanted);
     lconv*(__cdecl* locale_conventions)();
 };
+
+// All null where ucrtbase.dll is not loaded: then nothing reads numbers by its locale. Where it is, it
+// was loaded with ONNX Runtime and stays.
+CLibrary g_c_library;
 
 template <typename Function>
 bool find(HMODULE library, const char* name, Function* function) {
@@ -25,38 +31,40 @@ bool find(HMODULE library, const char* name, Function* function) {
     return symbol != nullptr;
 }
 
-// Null where the library is not loaded: then nothing reads by its locale. It is loaded with ONNX
-// Runtime and stays, so what was found once is kept.
-const CLibrary* c_library() {
-    static CLibrary found;
-    static bool is_found = false;
-    if (is_found) return &found;
-    const HMODULE library = GetModuleHandleW(L"ucrtbase.dll");
-    is_found = library != nullptr && find(library, "setlocale", &found.set_locale) &&
-               find(library, "_configthreadlocale", &found.config_thread_locale) &&
-               find(library, "localeconv", &found.locale_conventions);
-    return is_found ? &found : nullptr;
-}
-
 }  // namespace
 
-void vnort_enter_c_locale(HostLocale* host) {
-    host->is_changed = false;
-    const CLibrary* library = c_library();
-    if (library == nullptr) return;
-    const char* point = library->locale_conventions()->decimal_point;
-    if (point[0] == '.' && point[1] == '\0') return;
-    const char* numeric = library->set_locale(kNumericCategory, nullptr);
-    if (numeric == nullptr || strlen(numeric) >= sizeof host->numeric) return;
-    strcpy(host->numeric, numeric);
-    host->config = library->config_thread_locale(kThreadHasOwnLocale);
-    host->is_changed = library->set_locale(kNumericCategory, "C") != nullptr;
-    if (!host->is_changed) library->config_thread_locale(host->config);
+void vnort_find_c_library() {
+    const HMODULE library = GetModuleHandleW(L"ucrtbase.dll");
+    CLibrary found;
+    const bool is_found = library != nullptr && find(library, "setlocale", &found.set_locale) &&
+                          find(library, "_configthreadlocale", &found.config_thread_locale) &&
+                          find(library, "localeconv", &found.locale_conventions);
+    g_c_library = is_found ? found : CLibrary{};
 }
 
-// A thread that shared the process's locale shares it again; one of its own gets it back.
+bool vnort_enter_c_locale(HostLocale* host) {
+    host->is_changed = false;
+    if (g_c_library.set_locale == nullptr) return true;
+    const char* point = g_c_library.locale_conventions()->decimal_point;
+    if (point[0] == '.' && point[1] == '\0') return true;
+    const char* numeric = g_c_library.set_locale(kNumericCategory, nullptr);
+    if (numeric == nullptr || strlen(numeric) >= sizeof host->numeric) {
+        return vnort_fail("the name of the host's numeric locale cannot be kept") != 0;
+    }
+    strcpy(host->numeric, numeric);
+    host->is_thread_own =
+        g_c_library.config_thread_locale(kThreadHasOwnLocale) == kThreadHasOwnLocale;
+    host->is_changed = true;
+    if (g_c_library.set_locale(kNumericCategory, "C") != nullptr) return true;
+    return vnort_fail("the host's numeric locale cannot be replaced") != 0;
+}
+
+// A thread that shared the process's locale shares it again, which cannot fail. Giving a thread its own
+// one back takes memory; where there is none, that thread is left with decimal points.
 void vnort_leave_c_locale(const HostLocale& host) {
-    const CLibrary* library = c_library();
-    library->set_locale(kNumericCategory, host.numeric);
-    library->config_thread_locale(host.config);
+    if (host.is_thread_own) {
+        g_c_library.set_locale(kNumericCategory, host.numeric);
+    } else {
+        g_c_library.config_thread_locale(kThreadSharesLocale);
+    }
 }

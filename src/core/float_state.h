@@ -7,9 +7,10 @@
 // The host's state, as the processor has it; one source a processor.
 struct HostFloatState {
     uint32_t control;
-    uint32_t flags;     // where the processor keeps them apart
-    bool has_older;     // whether an older unit of the processor had to change as well
-    uint32_t older[7];  // its state
+    uint32_t flags;  // where the processor keeps them apart
+    bool has_older;  // whether an older unit of the processor had to change as well
+    uint16_t older_status;
+    uint32_t older[7];  // that unit's state, where it had to change
 };
 
 void vnort_enter_default_float_state(HostFloatState* host);

@@ -12,11 +12,29 @@ constexpr uint32_t kDefault = 0x1f80;  // all traps masked
 // precision, which Windows and Linux set differently, is left alone.
 constexpr uint16_t kX87Default = 0x37f;
 constexpr uint16_t kX87TrapsAndRounding = 0xc3f;
+constexpr uint16_t kX87Flags = 0x7f;  // of its status word
+
+// The unit's state in memory: seven words, the second of which is the status word.
+using X87State = uint32_t[7];
 
 bool has_x87_default() {
     uint16_t control;
     __asm__ volatile("fnstcw\t%0" : "=m"(control));
     return ((control ^ kX87Default) & kX87TrapsAndRounding) == 0;
+}
+
+uint16_t read_x87_status() {
+    uint16_t status;
+    __asm__ volatile("fnstsw\t%0" : "=a"(status));
+    return status;
+}
+
+// There is no instruction that writes the status word alone.
+void write_x87_status(uint16_t status) {
+    X87State state;
+    __asm__ volatile("fnstenv\t%0" : "=m"(state));
+    state[1] = (state[1] & ~0xffffu) | status;
+    __asm__ volatile("fldenv\t%0" : : "m"(state));
 }
 
 }  // namespace
@@ -25,6 +43,7 @@ bool has_x87_default() {
 void vnort_enter_default_float_state(HostFloatState* host) {
     host->control = _mm_getcsr();
     if ((host->control & ~kFlags) != kDefault) _mm_setcsr(kDefault);
+    host->older_status = read_x87_status();
     host->has_older = !has_x87_default();
     if (host->has_older) {
         __asm__ volatile("fnstenv\t%0\n\tfldcw\t%1" : "=m"(host->older) : "m"(kX87Default));
@@ -33,5 +52,9 @@ void vnort_enter_default_float_state(HostFloatState* host) {
 
 void vnort_leave_default_float_state(const HostFloatState& host) {
     if (_mm_getcsr() != host.control) _mm_setcsr(host.control);
-    if (host.has_older) __asm__ volatile("fldenv\t%0" : : "m"(host.older));
+    if (host.has_older) {
+        __asm__ volatile("fldenv\t%0" : : "m"(host.older));
+    } else if (((read_x87_status() ^ host.older_status) & kX87Flags) != 0) {
+        write_x87_status(host.older_status);
+    }
 }

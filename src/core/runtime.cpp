@@ -26,7 +26,7 @@ int32_t vnort_init() {
     if (g_api_base == nullptr) return refuse("OrtGetApiBase returned NULL");
     g_api = g_api_base->GetApi(kApiVersion);
     if (g_api == nullptr) return refuse("GetApi returned NULL");
-    const CLocaleScope c_locale;  // looks up what it uses, while one thread alone is here
+    vnort_find_c_library();
     vnort_clear_error();
     return 1;
 }

@@ -15,8 +15,10 @@
 
 #include <utility>
 
-// The linker's name for this module's first byte, which is its handle.
+// The linker's names for this module's first byte, which is its handle, and for the slot through which
+// the import is called.
 extern "C" IMAGE_DOS_HEADER __ImageBase;
+extern "C" FARPROC __imp_OrtGetApiBase;
 
 namespace {
 
@@ -34,14 +36,35 @@ using Module = std::unique_ptr<HINSTANCE__, ModuleFree>;
 // What was found last and is in use.
 HMODULE g_runtime_module;
 
-// What the import's first call has bound, with what stood there before. The import would keep to
-// the first runtime that it reaches.
+// What undoes the binding of the import, which would keep to the first runtime that it reaches.
 struct BoundImport {
-    FARPROC* address;
-    FARPROC unbound;
+    FARPROC unbound;  // what the slot held before
     HMODULE* module;
 };
 BoundImport g_bound_import;
+
+// Write access to the import's slot for as long as a scope lasts. GNU's linker puts the slot into
+// read-only memory from 2.44 on, and the import's thunk writes there without asking.
+class WritableImport {
+public:
+    WritableImport() { is_writable_ = protect(PAGE_READWRITE, &earlier_); }
+    ~WritableImport() {
+        if (is_writable_) protect(earlier_, &earlier_);
+    }
+    WritableImport(const WritableImport&) = delete;
+    WritableImport& operator=(const WritableImport&) = delete;
+
+    bool is_writable() const { return is_writable_; }
+
+private:
+    static bool protect(DWORD protection, DWORD* earlier) {
+        return VirtualProtect(&__imp_OrtGetApiBase, sizeof __imp_OrtGetApiBase, protection,
+                              earlier) != 0;
+    }
+
+    DWORD earlier_ = 0;
+    bool is_writable_;
+};
 
 // A damaged file is an answer like any other: no message box asks the user about it.
 class QuietLoading {
@@ -90,10 +113,7 @@ Module find_runtime() {
 FARPROC WINAPI give_found_runtime(unsigned event, PDelayLoadInfo info) {
     if (event != dliNotePreLoadLibrary) return nullptr;
     const auto module = reinterpret_cast<BYTE*>(&__ImageBase) + info->pidd->rvaHmod;
-    // What the thunk writes next. GNU's linker puts it where memory can only be read, from 2.44 on.
-    DWORD before;
-    VirtualProtect(info->ppfn, sizeof *info->ppfn, PAGE_READWRITE, &before);
-    g_bound_import = {info->ppfn, *info->ppfn, reinterpret_cast<HMODULE*>(module)};
+    g_bound_import = {__imp_OrtGetApiBase, reinterpret_cast<HMODULE*>(module)};
     return reinterpret_cast<FARPROC>(g_runtime_module);
 }
 
@@ -102,13 +122,17 @@ FARPROC WINAPI give_found_runtime(unsigned event, PDelayLoadInfo info) {
 PfnDliHook __pfnDliNotifyHook2 = give_found_runtime;
 
 const OrtApiBase* vnort_runtime_entry() {
+    const WritableImport import;
+    if (!import.is_writable()) return nullptr;
     g_runtime_module = find_runtime().release();
     return g_runtime_module != nullptr ? OrtGetApiBase() : nullptr;
 }
 
+// A slot that cannot be written still leads into the runtime, which therefore stays.
 void vnort_forget_runtime() {
-    if (g_runtime_module == nullptr) return;
-    *g_bound_import.address = g_bound_import.unbound;
+    const WritableImport import;
+    if (g_runtime_module == nullptr || !import.is_writable()) return;
+    __imp_OrtGetApiBase = g_bound_import.unbound;
     *g_bound_import.module = nullptr;
     FreeLibrary(std::exchange(g_runtime_module, nullptr));
 }

@@ -12,15 +12,17 @@ struct ArrayPosition {
     AfterItem after = AfterItem::comma;  // what was behind the last item
 };
 
-// Reads numbers one by one into a room, as long as commas are behind them, `until` is ahead and there
-// is room. 0 with the reason in the last-error text; what was read before counts all the same.
-int32_t read_each_number(ArrayPosition* position, const char* until, int64_t capacity,
-                         double* numbers, int64_t room) {
+// Reads numbers one by one into the blocks' buffer, while commas follow them, no block is due and the
+// buffer has space. 0 with the reason in the last-error text; what was read before it counts all the
+// same.
+int32_t read_each_number(ArrayPosition* position, int64_t capacity, NumberBlocks* blocks) {
+    double* const numbers = blocks->numbers();
     const char* at = position->at;
     AfterItem after = AfterItem::comma;
     const char* reason = nullptr;
     int64_t count = 0;
-    for (; reason == nullptr && after == AfterItem::comma && at < until && count < room; ++count) {
+    while (reason == nullptr && after == AfterItem::comma && !blocks->is_due(at) &&
+           count < NumberBlocks::kRoom) {
         at = vnort_skip_blanks(at);
         if (*at == ']') {
             after = AfterItem::end;
@@ -35,7 +37,7 @@ int32_t read_each_number(ArrayPosition* position, const char* until, int64_t cap
             reason = "failed to parse JSON numeric array";
             break;
         }
-        numbers[count] = number.value;
+        numbers[count++] = number.value;
         at = number.end;
         after = vnort_after_item(&at);
         if (after == AfterItem::malformed) reason = "malformed JSON numeric array";
@@ -94,11 +96,10 @@ int32_t vnort_read_numbers(const char* text, const char* end, int64_t capacity, 
     int32_t is_good = 1;
     while (is_good && position.after == AfterItem::comma) {
         const int64_t first = position.items;
-        if (position.at < blocks.next()) {
-            is_good = read_each_number(&position, blocks.next(), capacity, blocks.numbers(),
-                                       NumberBlocks::kRoom);
-        } else {
+        if (blocks.is_due(position.at)) {
             position.items += blocks.read(&position.at, capacity - position.items);
+        } else {
+            is_good = read_each_number(&position, capacity, &blocks);
         }
         sink.take(sink.to, first, blocks.numbers(), position.items - first);
     }

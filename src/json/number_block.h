@@ -3,8 +3,6 @@
 
 #include <stdint.h>
 
-#include <bit>
-
 // How many bytes before and behind a number the block reader looks at: it starts no nearer to the
 // ends of the text that it is given.
 inline constexpr int64_t kNumberBlockBefore = 17;
@@ -32,10 +30,10 @@ public:
     // The array ends at `end`, within the text. Null when that is not known: there are no blocks then.
     NumberBlocks(const char* text, const char* end) : end_(end) { plan(text, kNumberBlockBefore); }
 
-    // Where blocks are to be tried next; somebody else reads what stands before.
-    const char* next() const { return next_; }
+    // Whether a block is to be tried at `at`. Until then, somebody else reads one by one.
+    bool is_due(const char* at) const { return next_ != nullptr && at >= next_; }
 
-    // Reads some numbers from there, moves on behind them and gives their number, which may be 0.
+    // Reads some numbers from `at`, moves on behind them and gives their number, which may be 0.
     int64_t read(const char** at, int64_t most) {
         const NumberBlockRead read =
             vnort_read_number_block(*at, end_, numbers_, most < kRoom ? most : kRoom);
@@ -52,11 +50,11 @@ public:
 private:
     void plan(const char* from, int64_t distance) {
         const bool is_reached = end_ != nullptr && end_ - from >= distance + kNumberBlockBehind;
-        next_ = is_reached ? from + distance : std::bit_cast<const char*>(UINTPTR_MAX);
+        next_ = is_reached ? from + distance : nullptr;
     }
 
     const char* end_;
-    const char* next_;
+    const char* next_;      // null when no further block fits
     int64_t pause_ = 2048;  // in bytes; longer each time, so that what is in vain stays small
     double numbers_[kRoom];
 };

@@ -1,77 +1,103 @@
-// The two scans that pass over whole arrays take 64 bytes at a time. Windows begin at multiples of 64
-// and only where the text has not ended yet, so that none reaches into a page that the text does not
-// touch; a window may reach past the end of the text, which the address checker is told.
+// The two scans that pass over whole arrays take aligned windows of kScanBlocks * 16 bytes, and load one
+// only after finding no terminator in the one before. So every window that is read holds at least one
+// byte of the text and lies within one page. Bytes of the first window before the text and of the last
+// one after it are loaded and ignored, which the address checker is told.
 #include "json/scan.h"
 
 #include "bytes16.h"
 
 namespace {
 
-constexpr uintptr_t kWindow = 64;
+constexpr uintptr_t kBlockSize = sizeof(Bytes);
+constexpr uintptr_t kWindowSize = kScanBlocks * kBlockSize;
 
-struct Window {
-    Bytes a, b, c, d;
-};
-
-bool begins_window(const char* at) { return reinterpret_cast<uintptr_t>(at) % kWindow == 0; }
-
-__attribute__((no_sanitize("address"))) Window load_window(const char* at) {
-    const Bytes* const from = static_cast<const Bytes*>(static_cast<const void*>(at));
-    return {from[0], from[1], from[2], from[3]};
+const Bytes* block_of(const char* at) {
+    return reinterpret_cast<const Bytes*>(reinterpret_cast<uintptr_t>(at) & ~(kBlockSize - 1));
 }
 
-// A byte is 0 where it was this one.
+// The bytes of the text's first block that belong to it, a bit each.
+uint64_t first_block_mask(const char* text) {
+    return ~uint64_t{0} << (reinterpret_cast<uintptr_t>(text) & (kBlockSize - 1));
+}
+
+const char* byte_of(const Bytes* block, uint64_t index) {
+    return reinterpret_cast<const char*>(block) + index;
+}
+
+__attribute__((no_sanitize("address"))) Bytes load(const Bytes* block) { return *block; }
+
+// Makes every byte that equals `byte` zero, and no other.
 Bytes zero_at(Bytes bytes, char byte) { return vnort_xor(bytes, vnort_all(byte)); }
 
-bool is_mark(char byte) { return byte == '"' || byte == '{' || byte == '\0'; }
-
-bool ends_array(char byte) { return byte == ']' || byte == '\0'; }
-
+// Makes the delimiters of each scan zero; a terminator is one already.
 Bytes zero_at_mark(Bytes bytes) {
     return vnort_least(bytes, vnort_least(zero_at(bytes, '"'), zero_at(bytes, '{')));
 }
 
 Bytes zero_at_array_end(Bytes bytes) { return vnort_least(bytes, zero_at(bytes, ']')); }
 
-// Whether a window has a byte that is 0 after it was changed.
-template <typename Change>
-bool has_zero(const Window& window, Change change) {
-    const Bytes least = vnort_least(vnort_least(change(window.a), change(window.b)),
-                                    vnort_least(change(window.c), change(window.d)));
-    return vnort_has_zero(least);
+// The first block with a delimiter: a byte that `change` makes zero. Those before it are handed to
+// `pass`, one or kScanBlocks at a time.
+template <typename Change, typename Pass>
+const Bytes* find_block(const Bytes* at, Change change, Pass pass) {
+    const auto has_delimiter = [=](const Bytes* block) {
+        return vnort_has_zero(change(load(block)));
+    };
+    for (; reinterpret_cast<uintptr_t>(at) % kWindowSize != 0; ++at) {
+        if (has_delimiter(at)) return at;
+        pass(at, 1);
+    }
+    for (;; at += kScanBlocks) {
+        Bytes least = change(load(at));
+#pragma GCC unroll 4
+        for (int i = 1; i < kScanBlocks; ++i) least = vnort_least(least, change(load(at + i)));
+        if (vnort_has_zero(least)) break;
+        pass(at, kScanBlocks);
+    }
+    for (; !has_delimiter(at); ++at) pass(at, 1);
+    return at;
 }
 
-// How many commas there are in each of the sixteen places of a window's blocks.
-Bytes count_commas(const Window& window) {
-    const auto found = [](Bytes bytes) { return vnort_equal(bytes, vnort_all(',')); };  // 0 or -1
-    const Bytes all = vnort_add(vnort_add(found(window.a), found(window.b)),
-                                vnort_add(found(window.c), found(window.d)));
-    return vnort_subtract(vnort_all('\0'), all);
+uint64_t count_bits(uint64_t bits) {
+    uint64_t count = 0;
+    for (; bits != 0; bits &= bits - 1) ++count;
+    return count;
 }
 
 }  // namespace
 
-const char* vnort_find_mark(const char* at) {
-    for (; !begins_window(at); ++at) {
-        if (is_mark(*at)) return at;
+const char* vnort_find_mark(const char* text) {
+    const Bytes* block = block_of(text);
+    uint64_t marks = vnort_places_of('\0', zero_at_mark(load(block))) & first_block_mask(text);
+    if (marks == 0) {
+        block = find_block(block + 1, zero_at_mark, [](const Bytes*, int) {});
+        marks = vnort_places_of('\0', zero_at_mark(load(block)));
     }
-    while (!has_zero(load_window(at), zero_at_mark)) at += kWindow;
-    while (!is_mark(*at)) ++at;
-    return at;
+    return byte_of(block, vnort_first(marks));
 }
 
-CommaCount vnort_count_commas(const char* at) {
-    uint64_t commas = 0;
-    for (; !begins_window(at); ++at) {
-        if (ends_array(*at)) return {commas, at};
-        commas += *at == ',';
+CommaCount vnort_count_commas(const char* text) {
+    const Bytes* block = block_of(text);
+    const auto ends_in = [](Bytes bytes) {
+        return vnort_places_of('\0', zero_at_array_end(bytes));
+    };
+    uint64_t ends = ends_in(load(block)) & first_block_mask(text);
+    uint64_t commas = vnort_places_of(',', load(block)) & first_block_mask(text);
+    uint64_t count = 0;
+    if (ends == 0) {
+        ByteSums sums;
+        block = find_block(block + 1, zero_at_array_end, [&sums](const Bytes* at, int blocks) {
+            Bytes found = vnort_all('\0');  // commas at each of 16 indices
+#pragma GCC unroll 4
+            for (int i = 0; i < blocks; ++i) {
+                found = vnort_subtract(found, vnort_equal(load(at + i), vnort_all(',')));
+            }
+            sums.add(found);
+        });
+        count = count_bits(commas) + sums.total();
+        ends = ends_in(load(block));
+        commas = vnort_places_of(',', load(block));
     }
-    ByteSums sums;
-    for (;; at += kWindow) {
-        const Window window = load_window(at);
-        if (has_zero(window, zero_at_array_end)) break;
-        sums.add(count_commas(window));
-    }
-    for (; !ends_array(*at); ++at) commas += *at == ',';
-    return {commas + sums.total(), at};
+    const uint64_t before_end = (ends & (0 - ends)) - 1;
+    return {count + count_bits(commas & before_end), byte_of(block, vnort_first(ends))};
 }

@@ -38,11 +38,11 @@ bool vnort_read_quoted(const char** at, char* to, size_t capacity, size_t* lengt
 }
 
 // The next double quote, '{' or terminator.
-const char* vnort_find_mark(const char* at);
+const char* vnort_find_mark(const char* text);
 
 // The commas before the next ']' or the terminator, and where that is.
 struct CommaCount {
     uint64_t count;
     const char* end;
 };
-CommaCount vnort_count_commas(const char* at);
+CommaCount vnort_count_commas(const char* text);

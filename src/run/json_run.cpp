@@ -54,6 +54,7 @@ RunResult* onnxruntime_vn_run_json_with_options(const InferenceSession* session,
                                                 const OrtRunOptions* options) {
     const DefaultFloatState float_state;
     const CLocaleScope c_locale;
+    if (!c_locale.is_entered()) return nullptr;
     if (!vnort_is_usable(session)) {
         vnort_set_error("invalid InferenceSession");
         return nullptr;

@@ -30,6 +30,7 @@ RunResult* vnort_run_tensor_impl(const InferenceSession* session, const char* in
                                  int32_t write_data) {
     const DefaultFloatState float_state;
     const CLocaleScope c_locale;
+    if (!c_locale.is_entered()) return nullptr;
     if (!vnort_is_usable(session) || input_name == nullptr || input_name[0] == '\0' ||
         tensor == nullptr || tensor->data == nullptr) {
         vnort_set_error("invalid session, input name, or tensor");

@@ -141,6 +141,7 @@ InferenceSession* onnxruntime_vn_create_session(const char* model_path,
     const DefaultFloatState float_state;
     if (!vnort_init()) return nullptr;
     const CLocaleScope c_locale;
+    if (!c_locale.is_entered()) return nullptr;
     if (model_path == nullptr || model_path[0] == '\0') {
         vnort_set_error("empty model path");
         return nullptr;

@@ -7,6 +7,10 @@
 
 using Bytes = uint8x16_t;
 
+// How many aligned blocks a scan may load at once when one of them is known to hold a byte of a text:
+// memory tagging checks granules of 16 bytes.
+inline constexpr int kScanBlocks = 1;
+
 inline Bytes vnort_load(const void* from) { return vld1q_u8(static_cast<const uint8_t*>(from)); }
 
 inline Bytes vnort_load_aligned(const void* from) { return vnort_load(from); }

@@ -7,6 +7,10 @@
 
 using Bytes = __m128i;
 
+// How many aligned blocks a scan may load at once when one of them is known to hold a byte of a text:
+// a cache line, which never crosses a page.
+inline constexpr int kScanBlocks = 4;
+
 inline Bytes vnort_load(const void* from) {
     return _mm_loadu_si128(static_cast<const Bytes*>(from));
 }
