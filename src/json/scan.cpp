@@ -98,6 +98,7 @@ CommaCount vnort_count_commas(const char* text) {
         ends = ends_in(load(block));
         commas = vnort_places_of(',', load(block));
     }
-    const uint64_t before_end = (ends & (0 - ends)) - 1;
-    return {count + count_bits(commas & before_end), byte_of(block, vnort_first(ends))};
+    const uint64_t end = vnort_first(ends);
+    commas &= (uint64_t{1} << end) - 1;
+    return {count + count_bits(commas), byte_of(block, end)};
 }
