@@ -2,8 +2,7 @@
 #include "binding/io_binding.h"
 #include "core/allocator.h"
 #include "core/bounded_text.h"
-#include "core/c_locale.h"
-#include "core/float_state.h"
+#include "core/host_state.h"
 #include "core/last_error.h"
 #include "core/owned.h"
 #include "onnxruntime_vornic.h"
@@ -44,9 +43,8 @@ OutputSelection labels_of(const IoBinding* binding) {
 
 RunResult* onnxruntime_vn_run_with_iobinding(const InferenceSession* session, IoBinding* binding,
                                              const OrtRunOptions* options) {
-    const DefaultFloatState float_state;
-    const CLocaleScope c_locale;
-    if (!c_locale.is_entered()) return nullptr;
+    const HostStateScope host;
+    if (!host.is_set_aside()) return nullptr;
     if (!vnort_is_usable(session) || !vnort_is_usable(binding)) {
         vnort_set_error("invalid InferenceSession or IoBinding");
         return nullptr;

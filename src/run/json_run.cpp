@@ -1,6 +1,5 @@
 // The general road: a feed of JSON tensors in, all outputs as JSON out.
-#include "core/c_locale.h"
-#include "core/float_state.h"
+#include "core/host_state.h"
 #include "core/last_error.h"
 #include "core/runtime.h"
 #include "json/array_reader.h"
@@ -52,9 +51,8 @@ RunResult* onnxruntime_vn_run_json_with_options(const InferenceSession* session,
                                                 const char* output_names_json,
                                                 const char* input_feed_json,
                                                 const OrtRunOptions* options) {
-    const DefaultFloatState float_state;
-    const CLocaleScope c_locale;
-    if (!c_locale.is_entered()) return nullptr;
+    const HostStateScope host;
+    if (!host.is_set_aside()) return nullptr;
     if (!vnort_is_usable(session)) {
         vnort_set_error("invalid InferenceSession");
         return nullptr;

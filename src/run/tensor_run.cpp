@@ -1,6 +1,5 @@
 // The fast road: one float32 tensor in, in place and without JSON.
-#include "core/c_locale.h"
-#include "core/float_state.h"
+#include "core/host_state.h"
 #include "core/last_error.h"
 #include "core/owned.h"
 #include "json/array_reader.h"
@@ -28,9 +27,8 @@ OwnedValue wrap(const FloatTensor* tensor) {
 RunResult* vnort_run_tensor_impl(const InferenceSession* session, const char* input_name,
                                  const FloatTensor* tensor, const char* output_names_json,
                                  int32_t write_data) {
-    const DefaultFloatState float_state;
-    const CLocaleScope c_locale;
-    if (!c_locale.is_entered()) return nullptr;
+    const HostStateScope host;
+    if (!host.is_set_aside()) return nullptr;
     if (!vnort_is_usable(session) || input_name == nullptr || input_name[0] == '\0' ||
         tensor == nullptr || tensor->data == nullptr) {
         vnort_set_error("invalid session, input name, or tensor");

@@ -1,8 +1,7 @@
 // From a model file and a record of settings to a session.
 #include <string.h>
 
-#include "core/c_locale.h"
-#include "core/float_state.h"
+#include "core/host_state.h"
 #include "core/last_error.h"
 #include "core/native_path.h"
 #include "core/owned.h"
@@ -138,10 +137,9 @@ int32_t load_model(const char* model_path, InferenceSession* session) {
 
 InferenceSession* onnxruntime_vn_create_session(const char* model_path,
                                                 const SessionOptions* options) {
-    const DefaultFloatState float_state;
     if (!vnort_init()) return nullptr;
-    const CLocaleScope c_locale;
-    if (!c_locale.is_entered()) return nullptr;
+    const HostStateScope host;
+    if (!host.is_set_aside()) return nullptr;
     if (model_path == nullptr || model_path[0] == '\0') {
         vnort_set_error("empty model path");
         return nullptr;
