@@ -120,10 +120,10 @@ def large():
 
 
 def forks():
-    threads = {1: "1 thread", 2: "2 threads", 3: "3 threads", 0: "default", 4: "4 threads", 8: "8 threads"}
+    before = [(f"before `fork`, {f'{intra} threads' if intra else 'default'}", intra, "before")
+              for intra in (2, 3, 0, 4, 8)]
     for name, intra, when in [("in each child, 1 thread", 1, "after"),
-                              *((f"before `fork`, {many}", intra, "before")
-                                for intra, many in threads.items())]:
+                              ("before `fork`, 1 thread", 1, "before"), *before]:
         rows = lines("fork", DETECTOR, intra, when)
         first = statistics.median(float(row[1]) for row in rows if row[0] == "first")
         own = statistics.median(float(row[1]) for row in rows if row[0].isdigit())

@@ -324,9 +324,8 @@ ONNXRUNTIME_VN_API(void) onnxruntime_vn_release_run_options(OrtRunOptions* optio
  *         a tensor or about the output names, or ONNX Runtime's refusal of a tensor or of the run
  *         ("Run failed: ..."). A tensor without dtype, shape or data takes those of a later tensor
  *         in the feed; only when none follows does the run fail, without shape or data silently,
- *         as with no colon anywhere after "dtype". An
- *         output that cannot be read never fails the run: it carries an error member. Success
- *         empties the last-error text. */
+ *         as with no colon anywhere after "dtype". An output that cannot be read never fails the
+ *         run: it carries an error member. Success empties the last-error text. */
 ONNXRUNTIME_VN_API(RunResult*)
 onnxruntime_vn_run_json(const InferenceSession* session, const char* output_names_json,
                         const char* input_feed_json);
@@ -427,7 +426,7 @@ ONNXRUNTIME_VN_API(IoBinding*) onnxruntime_vn_create_iobinding(const InferenceSe
  * is missing from the next run, which says so ("Missing Input").
  * @return 0 with "tensor_json must be an object", a message about the tensor, "out of memory", or
  *         ONNX Runtime's refusal; 0, silently, for a null argument, for a tensor without shape or
- *         data, and when 16 are bound. */
+ *         data or with no colon after "dtype", and when 16 are bound. */
 ONNXRUNTIME_VN_API(int32_t)
 onnxruntime_vn_iobinding_bind_cpu_input_json(IoBinding* binding, const char* name,
                                              const char* tensor_json);
