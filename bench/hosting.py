@@ -120,15 +120,15 @@ def large():
 
 
 def forks():
-    for name, intra, when in [("before `fork`, 1 thread", 1, "before"),
-                              ("in each child, 1 thread", 1, "after"),
-                              ("before `fork`, 4 threads", 4, "before"),
-                              ("before `fork`, 8 threads", 8, "before")]:
+    before = [(f"before `fork`, {f'{intra} threads' if intra else 'default'}", intra, "before")
+              for intra in (2, 3, 0, 4, 8)]
+    for name, intra, when in [("in each child, 1 thread", 1, "after"),
+                              ("before `fork`, 1 thread", 1, "before"), *before]:
         rows = lines("fork", DETECTOR, intra, when)
         first = statistics.median(float(row[1]) for row in rows if row[0] == "first")
         own = statistics.median(float(row[1]) for row in rows if row[0].isdigit())
-        _, count, good, crashed = rows[-1]
-        yield [name, number(first), number(own), f"{good} of {count}", crashed]
+        _, count, good, crashed, hung = rows[-1]
+        yield [name, number(first), number(own), f"{good} of {count}", crashed, hung]
 
 
 def deadlines():
@@ -151,7 +151,7 @@ TABLES = {
     "large": lambda: table(["128 MiB of weights, 4 processes", "load, ms", "MB of its own, each"],
                            large()),
     "forks": lambda: table(["Session made", "first answer, ms", "MB of its own, each",
-                            "right to the end", "crashed"], forks()),
+                            "right to the end", "crashed", "hung"], forks()),
     "deadlines": lambda: table(["A model of", "a run, ms", "ended early",
                                 "ms after the call, median", "most"], deadlines()),
 }

@@ -1,6 +1,7 @@
 #define _GNU_SOURCE
 #include <dirent.h>
 #include <malloc.h>
+#include <signal.h>
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -67,22 +68,25 @@ void leave_now(void) {
 }
 
 int in_children(int count, int (*work)(int number, int ends)) {
-    int good = 0, crashed = 0, status = 0;
+    int good = 0, crashed = 0, hung = 0, status = 0;
     fflush(stdout);
+    sleep(1); /* what the host has started comes to rest, as before a server forks */
     for (int i = 0; i < count; ++i) {
         if (fork() != 0) continue;
         alarm(60);
         status = work(i, 0);
         fflush(stdout);
-        sleep(1); /* until all have measured what they share */
+        sleep(1);  /* until all have measured what they share */
+        alarm(30); /* a release takes milliseconds, or never returns */
         _exit(status != 0 ? status : work(i, 1));
     }
     for (int i = 0; i < count; ++i) {
         if (wait(&status) < 0) break;
         good += WIFEXITED(status) && WEXITSTATUS(status) == 0;
-        crashed += WIFSIGNALED(status);
+        hung += WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM;
+        crashed += WIFSIGNALED(status) && WTERMSIG(status) != SIGALRM;
     }
-    printf("children\t%d\t%d\t%d\n", count, good, crashed);
+    printf("children\t%d\t%d\t%d\t%d\n", count, good, crashed, hung);
     return 0;
 }
 

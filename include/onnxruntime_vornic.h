@@ -45,7 +45,7 @@
  *
  * JSON TENSORS
  *
- * An input tensor is an object with three members in any order:
+ * An input tensor is an object with three members, in any order where data holds numbers:
  *
  *     {"dtype":"float32","shape":[2,3],"data":[1,2,3,4,5,6]}
  *
@@ -60,8 +60,9 @@
  * for bool everything but 0 is true, for integers fractions are dropped. int8, int16, uint8 and
  * uint16 keep the low bits of a 32-bit integer (300 as uint8 is 44), uint32 those of a 64-bit one;
  * NaN and what does not fit in that integer become its lowest value (-2147483648 as int32, 0 as
- * uint8; for int64 also 9223372036854775807, which is 2^63 as a double). -1 as uint64 is
- * 18446744073709551615, and 2^64 or more is 0.
+ * uint8 and uint32; for int64 also 9223372036854775807, which is 2^63 as a double). As uint64, -1 is
+ * 18446744073709551615; NaN, -inf and all below -2^63 (-1e30) are 9223372036854775808; 2^64 and
+ * more, inf included, are 0.
  *
  * The text is searched, not parsed: a key or a name is found at the first place where it stands
  * between double quotes in the rest of the text. Blanks between items are allowed, and so is a
@@ -204,7 +205,8 @@ ONNXRUNTIME_VN_API(int32_t)
 onnxruntime_vn_session_options_set_log_verbosity_level(SessionOptions* options, int32_t level);
 
 /** Least severity that is logged: 0 verbose, 1 info, 2 warning, 3 error, 4 fatal; a negative number
- * leaves the default. No session can be made with a number above 4. */
+ * leaves the default. No session can be made with a number above 4. What ONNX Runtime's
+ * environment logs, which all sessions share, does not follow it. */
 ONNXRUNTIME_VN_API(int32_t)
 onnxruntime_vn_session_options_set_log_severity_level(SessionOptions* options, int32_t level);
 
@@ -313,16 +315,17 @@ ONNXRUNTIME_VN_API(void) onnxruntime_vn_release_run_options(OrtRunOptions* optio
  * after it begins its tensor. Names that the model does not have are ignored.
  * output_names_json is a JSON array of output names, in the order wanted, at most 16, repetitions
  * allowed; null, "" or exactly [] asks for every output. A model with more than 16 inputs is run
- * with its first 16; outputs past the 16th cannot be asked for. A name of more than 127
- * bytes is known here by its first 127, which ONNX Runtime then refuses; a binding can run such a
- * model.
+ * with its first 16; outputs past the 16th cannot be asked for. A name of more than 127 bytes is
+ * known here by its first 127: an input of that name is missing in a feed that has the whole one,
+ * and ONNX Runtime refuses the cut one, as it does that of an output when every output is asked
+ * for. A binding can run such a model.
  * @return null with "invalid InferenceSession", "input_feed_json is empty", "out of memory",
  *         "missing input '...' in feed JSON", "input feed item must be an object", a message about
  *         a tensor or about the output names, or ONNX Runtime's refusal of a tensor or of the run
  *         ("Run failed: ..."). A tensor without dtype, shape or data takes those of a later tensor
- *         in the feed; only when none follows does the run fail, without shape or data silently. An
- *         output that cannot be read never fails the run: it carries an error member. Success
- *         empties the last-error text. */
+ *         in the feed; only when none follows does the run fail, without shape or data silently,
+ *         as with no colon anywhere after "dtype". An output that cannot be read never fails the
+ *         run: it carries an error member. Success empties the last-error text. */
 ONNXRUNTIME_VN_API(RunResult*)
 onnxruntime_vn_run_json(const InferenceSession* session, const char* output_names_json,
                         const char* input_feed_json);
@@ -423,7 +426,7 @@ ONNXRUNTIME_VN_API(IoBinding*) onnxruntime_vn_create_iobinding(const InferenceSe
  * is missing from the next run, which says so ("Missing Input").
  * @return 0 with "tensor_json must be an object", a message about the tensor, "out of memory", or
  *         ONNX Runtime's refusal; 0, silently, for a null argument, for a tensor without shape or
- *         data, and when 16 are bound. */
+ *         data or with no colon after "dtype", and when 16 are bound. */
 ONNXRUNTIME_VN_API(int32_t)
 onnxruntime_vn_iobinding_bind_cpu_input_json(IoBinding* binding, const char* name,
                                              const char* tensor_json);

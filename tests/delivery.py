@@ -136,11 +136,16 @@ LINES = r'\{"inputs":\[\{"name":"x",.*\n\{"outputs":\[\{"name":"y",.*\n\{"metada
 # Arguments of the tool; standard input; exit status; all of standard output; a part of standard error.
 TOOL = [
     *[(help, "", 0, r"usage: .*Exit status: .*", "") for help in ("--help", "-h")],
-    *[(misuse, "", 2, "", "usage: ") for misuse in ("", "--bench x double.onnx feed.json", "--feed double.onnx feed.json", "--threads 0 double.onnx", "--nothing double.onnx")],
+    *[(misuse, "", 2, "", f"run: {fault}") for misuse, fault in (
+        ("", "no MODEL is given"), ("--feed", "no MODEL is given"), ("--feed double.onnx feed.json", "--feed takes neither"),
+        ("--bench x double.onnx feed.json", "not understood: x"), ("--threads 0 double.onnx", "not understood: 0"),
+        ("double.onnx --bench", "needs a value: --bench"), ("double.onnx --provider=", "needs a value: --provider="),
+        ("--nothing double.onnx", "not understood: --nothing"))],
     ("--version", "", 0, r"onnxruntime_vornic-run \d+\.\d+\.\d+, ONNX Runtime 1\.\d+\.\d+\n", ""),
     ("words.onnx", "", 0, r'.*"custom_metadata_map":\{"\w+":"1","\w+":"1"\}\}\}\n.*', ""),
     ("words.onnx --feed", "", 0, r'\{"data":\{"dtype":"string","shape":\[1,2\],"data":\["",""\]\},\n "x":\{.*\[1,2\],"data":\[0,0\]\}\}\n', ""),
-    ("--feed large.onnx", "", 1, "", "no feed: a feed holds at most 65536 numbers"),
+    *[(f"--feed {model}.onnx", "", 1, "", f"no feed: {why}") for model, why in (
+        ("large", "a feed holds at most 65536 numbers"), ("wide", "the model has more than 16"), ("sum", "an input's name has more"))],
     ("--bench=7 large.onnx", "", 0, TIMES.replace("runs", "runs by the fast tensor run"), ""),
     ("--bench 7 --threads=2 --provider CPU={} -- words.onnx", "", 0, TIMES, ""),
     ("--provider CPU={3} double.onnx", "", 1, "", "provider option key must be a string"),

@@ -136,7 +136,7 @@ class Player:
 
     def __init__(self, caller, models, provider="", threads=0):
         self.caller, self.provider, self.threads, self.words = caller, provider, threads, {"models": models}
-        self.handles, self.new, self.waiting, self.played, self.failed = {}, map("h{}".format, itertools.count()), [], 0, 0
+        self.handles, self.new, self.waiting, self.profiles, self.played, self.failed = {}, map("h{}".format, itertools.count()), [], set(), 0, 0
 
     def release(self):
         self.caller.where = "releasing what is left behind " + self.caller.where
@@ -174,6 +174,8 @@ class Player:
         old, new, arguments = self.handles.get(step.kind), next(self.new), [self.argument(word) for word in step.arguments]
         if self.provider and step.name == "create_session" and arguments[1] == "null":
             arguments[1] = "$provided"
+        if step.name == "session_options_enable_profiling" and step.answer == "1":
+            self.profiles.add("onnxruntime_profile" if arguments[1] == "null" else arguments[1][1:])
         requests = [("", "p", step.before, "null"), (step.kind and new or "", step.comes, step.name, *arguments), ("", "t", "last_error")]
         requests += [("", "t", "result_json", "$" + new)] * bool(step.kind and step.is_text) + [("", "p", f"release_{step.kind}", f"${old}")] * (old not in (None, "shared"))
         self.handles.update({step.kind: new} if step.kind else {})
@@ -193,7 +195,6 @@ class Player:
     def look(self, step, got, error, json="", *_):
         got = json if step.is_text and step.kind else got
         if step.name == "session_end_profiling" and step.goes_on and "_profile_" in got:
-            pathlib.Path(got[1:]).unlink(missing_ok=True)
             got = got[: len(step.answer) - 1]  # a time follows
         self.came(step, got, None if self.threads else error[1:])
 
@@ -208,6 +209,8 @@ class Player:
             for count, look in self.waiting:
                 look([self.caller.answer() for _ in range(count)])
         status = self.caller.end()
+        for profile in [path for prefix in self.profiles for path in pathlib.Path().glob(prefix + "_2*.json")]:
+            profile.unlink(missing_ok=True)
         print(f"{self.played} calls played, {self.failed} not as expected, the program ended with {status}")
         return self.played > 0 and self.failed == status == 0
 
@@ -232,6 +235,8 @@ def main():
         del given[:2]
     others = options["--provider"] or options["--rounds"] > 1 or options["--then"]
     script, models, *command = given if len(given) > 2 and not (options["--threads"] and others) else sys.exit(__doc__)
+    if not pathlib.Path(models.removeprefix("Z:"), "double.onnx").exists():  # Wine's name of the root
+        sys.exit(f"play: {models} holds no double.onnx: make_models.py FOLDER makes the models")
     caller = Program(command) if command[1:] else Bound(command[0])
     player = Player(caller, models, options["--provider"], options["--threads"])
     for number in range(options["--rounds"]):

@@ -20,7 +20,8 @@ typedef struct {
     int zeros;         /* whether to print a feed of zeros */
     int runs;          /* how many to time */
     SessionOptions* session;
-    const char* wrong; /* the argument that was not understood */
+    const char* fault; /* what is wrong with the command line */
+    const char* wrong; /* and in which argument, or "" */
 } Wanted;
 
 /* What a run is given: a feed, or a tensor for the one input that a model has. */
@@ -203,14 +204,21 @@ static int print_version(void) {
     return OK;
 }
 
-/* The value of the option at argv[*at], behind a = or the next argument, "" without any; null when
+/* The value of the option at argv[*at], after a = or the next argument, "" without any; null when
  * another option stands there. */
-static const char* value_of(const char* option, char** argv, int* at) {
+static const char* value_of(const char* option, Wanted* wanted, char** argv, int* at) {
     size_t length = strlen(option);
+    const char* value = "";
     if (strncmp(argv[*at], option, length) != 0) return NULL;
-    if (argv[*at][length] == '=') return argv[*at] + length + 1;
-    if (argv[*at][length] != '\0') return NULL;
-    return argv[*at + 1] != NULL ? argv[++*at] : "";
+    if (argv[*at][length] == '=') {
+        value = argv[*at] + length + 1;
+    } else if (argv[*at][length] != '\0') {
+        return NULL;
+    } else if (argv[*at + 1] != NULL) {
+        value = argv[++*at];
+    }
+    if (value[0] == '\0') wanted->fault = "needs a value";
+    return value;
 }
 
 /* A whole number from 1 to most, 0 for anything else. */
@@ -238,14 +246,14 @@ static int take_option(Wanted* wanted, char** argv, int* at) {
     if (strcmp(argv[*at], "--help") == 0 || strcmp(argv[*at], "-h") == 0) return wanted->help = 1;
     if (strcmp(argv[*at], "--version") == 0) return wanted->version = 1;
     if (strcmp(argv[*at], "--feed") == 0) return wanted->zeros = 1;
-    if ((value = value_of("--bench", argv, at)) != NULL)
+    if ((value = value_of("--bench", wanted, argv, at)) != NULL)
         return wanted->runs = number_of(value, MAX_RUNS);
-    if ((value = value_of("--threads", argv, at)) != NULL) {
+    if ((value = value_of("--threads", wanted, argv, at)) != NULL) {
         int threads = number_of(value, 1024);
         onnxruntime_vn_session_options_set_intra_op_num_threads(wanted->session, threads);
         return threads;
     }
-    value = value_of("--provider", argv, at);
+    value = value_of("--provider", wanted, argv, at);
     return value != NULL && append_provider(wanted->session, value);
 }
 
@@ -268,12 +276,16 @@ static int take_arguments(Wanted* wanted, char** argv) {
     wanted->feed = count > 1 ? argv[1] : NULL;
     wanted->outputs = argv + 2;
     wanted->output_count = count > 2 ? count - 2 : 0;
-    return wanted->zeros && (count > 1 || wanted->runs > 0) ? -1 : count;
+    wanted->wrong = "";
+    if (count == 0) wanted->fault = "no MODEL is given";
+    if (!wanted->zeros || (count < 2 && wanted->runs == 0)) return count;
+    wanted->fault = "--feed takes neither a feed nor --bench";
+    return -1;
 }
 
 int main(int argc, char** argv) {
     argv = utf8_arguments(&argc, argv);
-    Wanted wanted = {.session = onnxruntime_vn_create_session_options()};
+    Wanted wanted = {.session = onnxruntime_vn_create_session_options(), .fault = "not understood"};
     if (argv == NULL || wanted.session == NULL) return complain("out of memory", "");
     int count = take_arguments(&wanted, argv);
     int status = OK;
@@ -285,7 +297,7 @@ int main(int argc, char** argv) {
         status = use_arguments(&wanted);
     } else {
         usage(stderr);
-        if (wanted.wrong != NULL) complain("not understood", wanted.wrong);
+        complain(wanted.fault, wanted.wrong);
         status = MISUSED;
     }
     onnxruntime_vn_release_session_options(wanted.session);

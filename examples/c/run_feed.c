@@ -7,7 +7,7 @@
 
 #include "run_platform.h"
 
-enum { MAX_NUMBERS = 65536, MAX_INPUTS = 16, SHAPE_SIZE = 16 * 21 };
+enum { MAX_NUMBERS = 65536, MAX_INPUTS = 16, MAX_NAME = 127, SHAPE_SIZE = 16 * 21 };
 
 /* In bytes: twice what 16 inputs of 65,536 numbers can take. A power of two. */
 static const size_t MAX_FEED = (size_t)64 << 20;
@@ -72,6 +72,7 @@ static char* write_zeros(char* at, const Value* value, const char** why) {
     }
     if (count > MAX_NUMBERS) *why = "a feed holds at most 65536 numbers of an input";
     if (value->rank > 8) *why = "a feed has no tensors of more than 8 dimensions";
+    if (strlen(value->name) > MAX_NAME) *why = "an input's name has more than 127 bytes";
     if (strcmp(value->dtype, "unknown") == 0) *why = "an input has a type that no feed can hold";
     if (*why != NULL) return at;
     write_shape(shape, sizeof shape, value, 0);
@@ -95,6 +96,7 @@ static int is_word(const char* name) {
 
 char* zero_feed(const char* inputs, const char** why) {
     Value value;
+    int count = 0;
     char* feed = malloc(MAX_INPUTS * (sizeof "\"\"," * MAX_NUMBERS + 1024));
     char* at = feed;
     *why = feed == NULL ? "out of memory" : NULL;
@@ -103,6 +105,10 @@ char* zero_feed(const char* inputs, const char** why) {
         for (const char* rest = inputs;
              *why == NULL && (rest = next_value(rest, &value)) != NULL;) {
             if (is_word(value.name) != words_first) continue;
+            if (count++ == MAX_INPUTS) {
+                *why = "the model has more than 16 inputs";
+                break;
+            }
             if (at[-1] == '}') at += sprintf(at, ",\n ");
             at = write_zeros(at, &value, why);
         }

@@ -1,4 +1,5 @@
-"""Makes the models that the tests run: make_models.py FOLDER [NAME...]"""
+"""Makes the models that the tests run, and the folder for them: make_models.py FOLDER [NAME...]"""
+import os
 import sys
 from onnx import TensorProto as T, helper, parser, save
 
@@ -21,14 +22,17 @@ TYPES = dict(float32=T.FLOAT, float64=T.DOUBLE, int8=T.INT8, int16=T.INT16, int3
              uint16=T.UINT16, uint32=T.UINT32, uint64=T.UINT64, bool=T.BOOL, string=T.STRING)
 value, node = helper.make_tensor_value_info, helper.make_node
 
+folder, *wanted = sys.argv[1:] or sys.exit(__doc__)
+os.makedirs(folder, exist_ok=True)
+
 
 def model(graph):
     name, graph.name = graph.name, "graph of " + graph.name
     made = helper.make_model(graph, producer_name='the "tests"', ir_version=8, opset_imports=[helper.make_opsetid("", 14)])
     made.domain, made.doc_string, made.model_version = "example.test", {"long": 5000 * "d"}.get(name, "back\\slash"), 7
     helper.set_model_props(made, {"double": {"key": 'va"lue'}, "words": {"one": "1", "two": "1"}}.get(name, {}))
-    if name in (sys.argv[2:] or [name]):
-        save(made, f"{sys.argv[1]}/{name}.onnx")
+    if name in (wanted or [name]):
+        save(made, f"{folder}/{name}.onnx")
 
 
 def identities(name, pairs, shape):
