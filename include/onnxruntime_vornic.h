@@ -45,7 +45,7 @@
  *
  * JSON TENSORS
  *
- * An input tensor is an object with three members, in any order where data holds numbers:
+ * An input tensor is an object with three members, data last where it holds strings:
  *
  *     {"dtype":"float32","shape":[2,3],"data":[1,2,3,4,5,6]}
  *
