@@ -9,7 +9,7 @@
 
 extern char g_error[kErrorCapacity];
 
-// Copies a fixed message, cut to the buffer; the bytes behind it become zero.
+// Copies a fixed message, cut to the buffer; the bytes after it become zero.
 void vnort_set_error(const char* message);
 
 // The same, and gives 0 for the caller to return.
@@ -23,5 +23,5 @@ void vnort_format_error(const char* format, ...) __attribute__((format(gnu_print
 // 1 for no status. Otherwise writes "NAME failed: MESSAGE", releases the status and gives 0.
 int32_t vnort_status_ok(OrtStatus* status, const char* name);
 
-// Releases a status whose message nobody wants.
+// Releases a status without reporting its message.
 void vnort_ignore_status(OrtStatus* status);

@@ -56,7 +56,7 @@ char unescaped(char byte) {
     }
 }
 
-// Reads the items from behind the opening bracket.
+// Reads the items after the opening bracket.
 int32_t read_strings(const char* at, StringList* strings) {
     char decoded[kInputStringCapacity];
     AfterItem after = AfterItem::comma;

@@ -1,4 +1,4 @@
-// The general road: a feed of JSON tensors in, all outputs as JSON out.
+// The JSON run: a feed of JSON tensors in, all outputs as JSON out.
 #include "core/host_state.h"
 #include "core/last_error.h"
 #include "core/runtime.h"

@@ -1,4 +1,4 @@
-// The fast road: one float32 tensor in, in place and without JSON.
+// The tensor run: one float32 tensor in, in place and without JSON.
 #include "core/host_state.h"
 #include "core/last_error.h"
 #include "core/owned.h"
