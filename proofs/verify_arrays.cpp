@@ -6,7 +6,6 @@
 //
 //   verify_arrays seed numbers
 
-#include <onnxruntime_c_api.h>
 #include <stdarg.h>
 #include <stdint.h>
 #include <stdio.h>
@@ -23,9 +22,7 @@
 #include "core/last_error.h"
 #include "json/array_reader.h"
 #include "json/number_block.h"
-#include "json/number_reader.h"
-
-const OrtApi* g_api;  // for the last error's text, which no refusal of ONNX Runtime reaches here
+#include "number/number_reader.h"
 
 namespace {
 

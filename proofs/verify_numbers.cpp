@@ -18,9 +18,9 @@
 #include <thread>
 #include <vector>
 
-#include "json/number_reader.h"
-#include "json/number_writer.h"
-#include "json/power_of_ten.h"
+#include "number/number_reader.h"
+#include "number/number_writer.h"
+#include "number/power_of_ten.h"
 
 namespace {
 

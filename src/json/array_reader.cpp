@@ -1,7 +1,7 @@
 #include "json/array_reader.h"
 
 #include "json/number_block.h"
-#include "json/number_reader.h"
+#include "number/number_reader.h"
 
 namespace {
 
@@ -104,6 +104,15 @@ int32_t vnort_read_numbers(const char* text, const char* end, int64_t capacity, 
     }
     if (is_good) *count = static_cast<uint64_t>(position.items);
     return is_good;
+}
+
+int32_t vnort_read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
+                           float* numbers) {
+    const auto take = [](void* to, int64_t first, const double* from, int64_t taken) {
+        float* const floats = static_cast<float*>(to) + first;
+        for (int64_t i = 0; i < taken; ++i) floats[i] = static_cast<float>(from[i]);
+    };
+    return vnort_read_numbers(text, end, capacity, count, {take, numbers});
 }
 
 int32_t vnort_parse_number_array_double(const char* text, double* numbers, int64_t capacity,

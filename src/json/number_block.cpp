@@ -5,10 +5,10 @@
 
 #include <bit>
 
-#include "json/decimal_rounding.h"
-#include "json/number_reader.h"
-#include "json/plain_number.h"
 #include "json/scan.h"
+#include "number/decimal_rounding.h"
+#include "number/number_reader.h"
+#include "number/plain_number.h"
 
 namespace {
 

@@ -3,6 +3,7 @@
 #include "core/float_state.h"
 #include "core/last_error.h"
 #include "core/owned.h"
+#include "core/status.h"
 #include "json/array_reader.h"
 #include "onnxruntime_vornic.h"
 #include "run/float_tensor.h"

@@ -1,4 +1,4 @@
-#include "json/power_of_ten.h"
+#include "number/power_of_ten.h"
 
 #include <bit>
 

@@ -5,7 +5,7 @@
 
 #include <bit>
 
-#include "json/power_of_ten.h"
+#include "number/power_of_ten.h"
 
 // Doubles as bits: adding 1 to the bits of a finite one gives the next, the last one's is infinity.
 inline constexpr int kFractionBits = 52;
