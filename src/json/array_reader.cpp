@@ -1,5 +1,8 @@
 #include "json/array_reader.h"
 
+#include <algorithm>
+#include <bit>
+
 #include "json/number_block.h"
 #include "number/number_reader.h"
 
@@ -9,18 +12,20 @@ namespace {
 struct ArrayPosition {
     const char* at;
     int64_t items = 0;
-    AfterItem after = AfterItem::comma;  // what was behind the last item
+    AfterItem after = AfterItem::comma;  // what was after the last item
 };
 
-// Reads numbers one by one into a room, as long as commas are behind them, `until` is ahead and there
-// is room. 0 with the reason in the last-error text; what was read before counts all the same.
+// Reads numbers one by one, as long as commas are after them, `until` is ahead and there are places.
+// 0 with the reason in the last-error text; what was read before counts all the same.
+template <typename Number>
 int32_t read_each_number(ArrayPosition* position, const char* until, int64_t capacity,
-                         double* numbers, int64_t room) {
+                         Number* numbers, int64_t places) {
     const char* at = position->at;
     AfterItem after = AfterItem::comma;
     const char* reason = nullptr;
     int64_t count = 0;
-    for (; reason == nullptr && after == AfterItem::comma && at < until && count < room; ++count) {
+    for (; reason == nullptr && after == AfterItem::comma && at < until && count < places;
+         ++count) {
         at = vnort_skip_blanks(at);
         if (*at == ']') {
             after = AfterItem::end;
@@ -35,7 +40,7 @@ int32_t read_each_number(ArrayPosition* position, const char* until, int64_t cap
             reason = "failed to parse JSON numeric array";
             break;
         }
-        numbers[count] = number.value;
+        numbers[count] = static_cast<Number>(number.value);
         at = number.end;
         after = vnort_after_item(&at);
         if (after == AfterItem::malformed) reason = "malformed JSON numeric array";
@@ -82,37 +87,63 @@ int32_t select_names(const char* text, const Name* names, uint64_t name_count,
     return 1;
 }
 
-}  // namespace
-
-int32_t vnort_read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
-                           NumberSink sink) {
+// Parts of the array one after the other: `take_part` is called with the first number's index and with
+// what reads numbers to places that it is given, and gives their count.
+template <typename TakePart>
+int32_t read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
+                     TakePart take_part) {
     *count = 0;
     const char* bracket = text != nullptr ? strchr(text, '[') : nullptr;
     if (bracket == nullptr) return 0;
     ArrayPosition position{bracket + 1};
-    NumberBlocks blocks(text, end);
+    const char* const nowhere = std::bit_cast<const char*>(UINTPTR_MAX);
+    // Where blocks are tried, and again after what they could not read; `nowhere` when they are not.
+    const char* next_block =
+        end != nullptr && end - position.at >= kNumberBlockBehind
+            ? (position.at - text < kNumberBlockBefore ? text + kNumberBlockBefore : position.at)
+            : nowhere;
     int32_t is_good = 1;
     while (is_good && position.after == AfterItem::comma) {
         const int64_t first = position.items;
-        if (position.at < blocks.next()) {
-            is_good = read_each_number(&position, blocks.next(), capacity, blocks.numbers(),
-                                       NumberBlocks::kRoom);
-        } else {
-            position.items += blocks.read(&position.at, capacity - position.items);
-        }
-        sink.take(sink.to, first, blocks.numbers(), position.items - first);
+        take_part(first, [&](auto* numbers, int64_t places) {
+            if (position.at < next_block) {
+                is_good = read_each_number(&position, next_block, capacity, numbers, places);
+            } else {
+                const NumberBlockRead read = vnort_read_number_block(
+                    position.at, end, numbers, std::min(places, capacity - first));
+                position.at = read.at;
+                position.items += read.count;
+                if (read.count == 0) next_block = nowhere;
+            }
+            return position.items - first;
+        });
     }
     if (is_good) *count = static_cast<uint64_t>(position.items);
     return is_good;
 }
 
+}  // namespace
+
+int32_t vnort_read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
+                           NumberSink sink) {
+    constexpr int64_t kPlaces = 128;
+    double numbers[kPlaces];
+    return read_numbers(text, end, capacity, count, [&](int64_t first, auto read) {
+        const int64_t n = read(numbers, kPlaces);
+        sink.take(sink.to, first, numbers, n);
+    });
+}
+
 int32_t vnort_read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
                            float* numbers) {
-    const auto take = [](void* to, int64_t first, const double* from, int64_t taken) {
-        float* const floats = static_cast<float*>(to) + first;
-        for (int64_t i = 0; i < taken; ++i) floats[i] = static_cast<float>(from[i]);
-    };
-    return vnort_read_numbers(text, end, capacity, count, {take, numbers});
+    return read_numbers(text, end, capacity, count,
+                        [&](int64_t first, auto read) { read(numbers + first, INT64_MAX); });
+}
+
+int32_t vnort_read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
+                           double* numbers) {
+    return read_numbers(text, end, capacity, count,
+                        [&](int64_t first, auto read) { read(numbers + first, INT64_MAX); });
 }
 
 int32_t vnort_parse_number_array_double(const char* text, double* numbers, int64_t capacity,
@@ -120,10 +151,7 @@ int32_t vnort_parse_number_array_double(const char* text, double* numbers, int64
     if (count == nullptr) return 0;
     *count = 0;
     if (numbers == nullptr) return 0;
-    const auto take = [](void* to, int64_t first, const double* from, int64_t taken) {
-        memcpy(static_cast<double*>(to) + first, from, static_cast<size_t>(taken) * sizeof *from);
-    };
-    return vnort_read_numbers(text, nullptr, capacity, count, {take, numbers});
+    return vnort_read_numbers(text, nullptr, capacity, count, numbers);
 }
 
 NumberArrayExtent vnort_number_array_extent(const char* text) {

@@ -26,6 +26,15 @@ struct PowerOfTenTable {
 
 extern const PowerOfTenTable kPowersOfTen;
 
+// The same as doubles, cut off: by less than 2^-52 of the number too small.
+inline constexpr int kGreatestDoublePower = 120;
+struct DoublePowersOfTen {
+    double power[2 * kGreatestDoublePower + 1];
+
+    constexpr const double& operator[](int64_t q) const { return power[q + kGreatestDoublePower]; }
+};
+extern const DoublePowersOfTen kDoublePowersOfTen;
+
 // floor(log2(10^q)) for every q of the table (checked where the table is made).
 constexpr int vnort_power_of_ten_log2(int q) { return (q * 217706) >> 16; }
 

@@ -31,15 +31,21 @@ inline Bytes vnort_place_bits(Bytes found) {
     return vandq_u8(found, vreinterpretq_u8_u64(vdupq_n_u64(0x8040201008040201)));
 }
 
-// A bit for each of 64 bytes that is this one, the first one's lowest.
-inline uint64_t vnort_places_of(char byte, const char* at) {
+// Where 64 bytes are a certain one: a bit for each, the first one's lowest, and how many there are.
+struct Places {
+    uint64_t bits;
+    int64_t count;
+};
+
+inline Places vnort_places_of(char byte, const char* at) {
     const Bytes wanted = vnort_all(byte);
     const auto places = [=](int i) {
         return vnort_place_bits(vceqq_u8(vnort_load(at + i), wanted));
     };
     const Bytes halves =
         vpaddq_u8(vpaddq_u8(places(0), places(16)), vpaddq_u8(places(32), places(48)));
-    return vgetq_lane_u64(vreinterpretq_u64_u8(vpaddq_u8(halves, halves)), 0);
+    const uint8x8_t bits = vget_low_u8(vpaddq_u8(halves, halves));
+    return {vget_lane_u64(vreinterpret_u64_u8(bits), 0), vaddv_u8(vcnt_u8(bits))};
 }
 
 // The same for 16 bytes that are loaded already.
@@ -49,9 +55,11 @@ inline uint64_t vnort_places_of(char byte, Bytes bytes) {
     return vgetq_lane_u16(vreinterpretq_u16_u8(bits), 0);
 }
 
-// The place of the lowest bit; there is one.
+// The place of the lowest bit; any number where there is none.
 inline uint64_t vnort_first(uint64_t places) {
-    return static_cast<uint64_t>(__builtin_ctzll(places));
+    uint64_t place;
+    __asm__("rbit\t%0, %1\n\tclz\t%0, %0" : "=r"(place) : "r"(places));
+    return place;
 }
 
 // Sums of bytes over many blocks.
@@ -64,43 +72,98 @@ private:
     uint64x2_t sums_ = vdupq_n_u64(0);
 };
 
+// Eight bytes from each of two places.
+inline Bytes vnort_load_halves(const void* a, const void* b) {
+    return vcombine_u8(vld1_u8(static_cast<const uint8_t*>(a)),
+                       vld1_u8(static_cast<const uint8_t*>(b)));
+}
+
 // Whether no byte is above 9.
 inline bool vnort_are_digits(Bytes bytes) { return vmaxvq_u8(bytes) <= 9; }
+
+// Whether no byte is above 9 and the second one is 0.
+inline bool vnort_are_pointed_digits(Bytes bytes) {
+    constexpr uint64_t k = 0x7676767676767676;  // 127 - 9 in each byte
+    const uint64_t limits[] = {(k & ~uint64_t{0xff00}) | 0x7f00, k};
+    return vmaxvq_u8(vqaddq_u8(bytes, vnort_load(limits))) < 128;
+}
 
 // The four numbers of four digits that sixteen digits are, one to a byte.
 using Fours = uint32x4_t;
 
-inline Fours vnort_fours(Bytes digits) {
-    const Bytes tens = vreinterpretq_u8_u16(vdupq_n_u16(1 << 8 | 10));
+inline Fours vnort_weigh(Bytes digits, Bytes tens) {
     const uint16x8_t hundreds = vreinterpretq_u16_u32(vdupq_n_u32(1 << 16 | 100));
     const uint16x8_t twos = vpaddlq_u8(vmulq_u8(digits, tens));
     return vpaddlq_u16(vmulq_u16(twos, hundreds));
 }
 
-// Two numbers of sixteen digits each as two of eight, 64 bits for each of the sixteen.
-inline uint32x4_t vnort_eights(Fours a, Fours b) {
-    const uint32x4_t thousands = vreinterpretq_u32_u64(vdupq_n_u64(uint64_t{1} << 32 | 10000));
+inline Fours vnort_fours(Bytes digits) {
+    return vnort_weigh(digits, vreinterpretq_u8_u16(vdupq_n_u16(1 << 8 | 10)));
+}
+
+// The same for a digit, a byte that does not count, and fourteen more digits: fifteen in all.
+inline Fours vnort_pointed_fours(Bytes digits) {
+    constexpr uint64_t k = 0x010a010a010a010a;
+    const uint64_t tens[] = {(k & ~uint64_t{0xffff}) | 1, k};
+    return vnort_weigh(digits, vnort_load(tens));
+}
+
+// Two numbers of sixteen digits each as four of eight.
+using Eights = uint32x4_t;
+
+inline Eights vnort_eights(Fours a, Fours b) {
+    const Eights thousands = vreinterpretq_u32_u64(vdupq_n_u64(uint64_t{1} << 32 | 10000));
     return vpaddq_u32(vmulq_u32(a, thousands), vmulq_u32(b, thousands));
 }
 
-// Two numbers of up to sixteen digits, each divided: rounded once for fifteen digits. Sixteen the sum
-// may round already: their divisors have to be 1 or -1.
-inline void vnort_divide_sixteen(Fours a, Fours b, const double* a_divisor, const double* b_divisor,
-                                 double* to) {
-    const uint64x2_t both = vreinterpretq_u64_u32(vnort_eights(a, b));  // the upper eight are low
-    const float64x2_t upper = vcvtq_f64_u64(vandq_u64(both, vdupq_n_u64(0xffffffff)));
-    const float64x2_t lower = vcvtq_f64_u64(vshrq_n_u64(both, 32));
-    const float64x2_t words = vaddq_f64(vmulq_f64(upper, vdupq_n_f64(1e8)), lower);
-    const float64x2_t divisors = vcombine_f64(vld1_f64(a_divisor), vld1_f64(b_divisor));
-    vst1q_f64(to, vdivq_f64(words, divisors));
+inline void vnort_store_eights(Eights eights, uint32_t* to) { vst1q_u32(to, eights); }
+
+// Two integers of 64 bits.
+using Words = uint64x2_t;
+
+inline Words vnort_words(Eights eights) {
+    const Words both = vreinterpretq_u64_u32(eights);  // the upper eight digits are low
+    return vmlal_u32(vshrq_n_u64(both, 32), vmovn_u64(both), vdup_n_u32(100000000));
 }
 
-inline void vnort_divide(Fours a, Fours b, const double* a_divisor, const double* b_divisor,
-                         double* to) {
-    vnort_divide_sixteen(a, b, a_divisor, b_divisor, to);
+inline void vnort_store_words(Words words, uint64_t* to) { vst1q_u64(to, words); }
+
+// Operators on these work on all numbers in them.
+using Doubles = float64x2_t;
+using Floats = float32x4_t;
+
+inline Doubles vnort_all(double number) { return vdupq_n_f64(number); }
+
+inline Doubles vnort_two(const double& a, const double& b) {
+    return vcombine_f64(vld1_f64(&a), vld1_f64(&b));
 }
 
-inline uint64_t vnort_number(Fours digits) {
-    const uint64_t both = vgetq_lane_u64(vreinterpretq_u64_u32(vnort_eights(digits, digits)), 0);
-    return (both & 0xffffffff) * 100000000 + (both >> 32);
+// Exact for words below 2^52.
+inline Doubles vnort_small_doubles(Words words) { return vcvtq_f64_u64(words); }
+
+// Two numbers of sixteen digits, each rounded once.
+inline Doubles vnort_doubles(Eights eights) { return vcvtq_f64_u64(vnort_words(eights)); }
+
+// Of four numbers of eight digits the first and the last two.
+inline Doubles vnort_first_doubles(Eights eights) {
+    return vcvtq_f64_u64(vmovl_u32(vget_low_u32(eights)));
+}
+inline Doubles vnort_last_doubles(Eights eights) { return vcvtq_f64_u64(vmovl_high_u32(eights)); }
+inline Floats vnort_floats(Eights eights) { return vcvtq_f32_u32(eights); }
+
+inline Floats vnort_floats(Doubles a, Doubles b) { return vcvt_high_f32_f64(vcvt_f32_f64(a), b); }
+
+// 255 in all bytes of those that are not equal, otherwise 0.
+inline Bytes vnort_differ(Floats a, Floats b) {
+    return vreinterpretq_u8_u32(vmvnq_u32(vceqq_f32(a, b)));
+}
+
+// Changes the sign of those whose `signs` is -0.0.
+inline void vnort_store_signed(Doubles numbers, const double* signs, double* to) {
+    const Words bits = vreinterpretq_u64_f64(vld1q_f64(signs));
+    vst1q_f64(to, vreinterpretq_f64_u64(veorq_u64(vreinterpretq_u64_f64(numbers), bits)));
+}
+inline void vnort_store_signed(Floats numbers, const float* signs, float* to) {
+    const uint32x4_t bits = vreinterpretq_u32_f32(vld1q_f32(signs));
+    vst1q_f32(to, vreinterpretq_f32_u32(veorq_u32(vreinterpretq_u32_f32(numbers), bits)));
 }
