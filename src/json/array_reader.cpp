@@ -8,6 +8,8 @@
 
 namespace {
 
+const char* const kNowhere = std::bit_cast<const char*>(UINTPTR_MAX);
+
 // How far the reading of an array has come.
 struct ArrayPosition {
     const char* at;
@@ -96,24 +98,22 @@ int32_t read_numbers(const char* text, const char* end, int64_t capacity, uint64
     const char* bracket = text != nullptr ? strchr(text, '[') : nullptr;
     if (bracket == nullptr) return 0;
     ArrayPosition position{bracket + 1};
-    const char* const nowhere = std::bit_cast<const char*>(UINTPTR_MAX);
-    // Where blocks are tried, and again after what they could not read; `nowhere` when they are not.
-    const char* next_block =
-        end != nullptr && end - position.at >= kNumberBlockBehind
-            ? (position.at - text < kNumberBlockBefore ? text + kNumberBlockBefore : position.at)
-            : nowhere;
+    // Blocks are left for good where one could not use all of its places.
+    bool has_blocks = end != nullptr;
+    const char* const block_from = text + kNumberBlockBefore;
     int32_t is_good = 1;
     while (is_good && position.after == AfterItem::comma) {
         const int64_t first = position.items;
         take_part(first, [&](auto* numbers, int64_t places) {
-            if (position.at < next_block) {
-                is_good = read_each_number(&position, next_block, capacity, numbers, places);
-            } else {
-                const NumberBlockRead read = vnort_read_number_block(
-                    position.at, end, numbers, std::min(places, capacity - first));
+            if (has_blocks && position.at >= block_from) {
+                const int64_t most = std::min(places, capacity - first);
+                const auto read = vnort_read_number_block(position.at, end, numbers, most);
                 position.at = read.at;
                 position.items += read.count;
-                if (read.count == 0) next_block = nowhere;
+                has_blocks = read.count > 0 && read.count > most - 4;
+            } else {
+                const char* const until = has_blocks ? block_from : kNowhere;
+                is_good = read_each_number(&position, until, capacity, numbers, places);
             }
             return position.items - first;
         });
@@ -126,11 +126,11 @@ int32_t read_numbers(const char* text, const char* end, int64_t capacity, uint64
 
 int32_t vnort_read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
                            NumberSink sink) {
-    constexpr int64_t kPlaces = 128;
+    constexpr int64_t kPlaces = 256;
     double numbers[kPlaces];
     return read_numbers(text, end, capacity, count, [&](int64_t first, auto read) {
-        const int64_t n = read(numbers, kPlaces);
-        sink.take(sink.to, first, numbers, n);
+        const int64_t taken = read(numbers, kPlaces);
+        sink.take(sink.to, first, numbers, taken);
     });
 }
 

@@ -1,23 +1,73 @@
-// Numbers are read in two steps:
+// Numbers are read in two steps. The first finds commas, 64 bytes at a time, and lists where they are:
+//
+//     text      3.25,-0.5,7, 12.125,0.1,0     a window (of 64 bytes)
+//     commas    ....^....^.^.......^...^.     bits of a word, the first byte's lowest: little-endian
+//     ends          *    * *       *   *      the list
+//
+// The second reads the numbers between them in groups of four. As the list is made ahead, no number
+// waits until the end of the one before has been found.
 #include "json/number_block.h"
 
 #include <string.h>
 
 #include "bytes16.h"
 #include "json/scan.h"
-#include "number/four_numbers.h"
 #include "number/number_reader.h"
+#include "number/number_row.h"
 
 namespace {
 
-// One number of any form, with blanks around it. False when the text up to `end` is anything else.
-template <typename Number>
-bool read_one(const char* first, const char* end, Number* to) {
-    first = vnort_skip_blanks(first);
-    const NumberRead read = vnort_read_number(first);
-    *to = static_cast<Number>(read.value);
-    return read.end != first && vnort_skip_blanks(read.end) == end;
-}
+constexpr int64_t kWindow = 64;
+constexpr int64_t kGroup = 4;
+constexpr int64_t kAfter = kWindow + kRowAfter;  // bytes after a window's start that are looked at
+
+// The commas that have been found and not passed yet.
+class CommaList {
+public:
+    CommaList(const char* at, const char* last) : at_(at), last_(last) {}
+
+    // Adds those of the next windows, until there are many. The bits of a window are listed by fours,
+    // since a loop over each would be left at another turn every time; what is listed too much is
+    // overwritten.
+    void extend() {
+        const char** to = commas_ + count_;
+        for (; at_ <= last_ && to < commas_ + kMany; at_ += kWindow) {
+            const Places places = vnort_places_of(',', at_);
+            const char** const next = to + places.count;
+            for (uint64_t bits = places.bits; to < next; to += 4) {
+#pragma GCC unroll 4
+                for (int i = 0; i < 4; ++i) {
+                    to[i] = at_ + vnort_first(bits);
+                    bits &= bits - 1;  // without the lowest one
+                }
+            }
+            to = next;
+        }
+        count_ = to - commas_;
+    }
+
+    void drop(int64_t passed) {
+        count_ -= passed;
+        memmove(commas_, commas_ + passed, static_cast<size_t>(count_) * sizeof *commas_);
+    }
+
+    // Starts again, from here.
+    void restart(const char* at) {
+        at_ = at;
+        count_ = 0;
+    }
+
+    const char* const* commas() const { return commas_; }
+    int64_t count() const { return count_; }
+
+private:
+    static constexpr int64_t kMany = 128;
+
+    const char* at_;          // of the next window
+    const char* const last_;  // no window starts after it
+    int64_t count_ = 0;
+    const char* commas_[kMany + kWindow + 4];
+};
 
 // Eight bytes of text: any digit where this one has a 0, a blank where it has a line. A byte's limit,
 // added to a difference that is too great, sets its highest bit.
@@ -40,128 +90,150 @@ struct Pattern {
     }
 };
 
-// Four numbers of one digit, such as "0,1,0,1,".
-template <int kBlanks, typename Number>
-[[gnu::always_inline]] inline bool read_four_digits(const char* at, Number* to) {
+template <int kBlanks>
+bool are_single_digits(const char* at) {
     constexpr Pattern dense("0,0,0,0,"), upper("_0,_0,_0"), lower("0,_0,_0,");
-    if (kBlanks == 0 ? !dense.is_at(at) : !upper.is_at(at) || !lower.is_at(at + 4)) return false;
-#pragma GCC unroll 4
-    for (int i = 0; i < 4; ++i) to[i] = static_cast<Number>(at[i * (kBlanks + 2) + kBlanks] - '0');
-    return true;
+    return kBlanks == 0 ? dense.is_at(at) : upper.is_at(at) && lower.is_at(at + 4);
 }
 
-// The ends of numbers that were found and are not read yet.
-class Commas {
-public:
-    Commas(const char* at, const char* last) : scanned_(at), last_(last) {}
-
-    void find() {
-        const char** to = end_ + count_;
-        const char* at = scanned_;
-        while (at <= last_ && to < end_ + kMany) {
-            const Places places = vnort_places_of(',', at);
-            uint64_t commas = places.bits;
-            const char** const behind = to + places.count;
-            while (to < behind) {
-#pragma GCC unroll 4
-                for (int k = 0; k < 4; ++k) {
-                    to[k] = at + vnort_first(commas);
-                    commas &= commas - 1;
-                }
-                to += 4;
-            }
-            to = behind;
-            at += 64;
-        }
-        scanned_ = at;
-        count_ = to - end_;
-    }
-
-    const char* const* all() const { return end_; }
-    int64_t count() const { return count_; }
-
-    void drop(int64_t taken) {
-        count_ -= taken;
-        memmove(end_, end_ + taken, static_cast<size_t>(count_) * sizeof *end_);
-    }
-    void restart(const char* at) {
-        scanned_ = at;
-        count_ = 0;
-    }
-
-private:
-    static constexpr int64_t kMany = 128;
-    const char* scanned_;
-    const char* const last_;
-    int64_t count_ = 0;
-    const char* end_[kMany + 64 + 4];
-};
+// The kernels, and none of them: numbers one by one.
+enum class Kernel { integers, pointed, long_pointed, decimals, none };
 
 template <typename Number>
-NumberBlockRead read_block(const char* at, const char* end, Number* numbers, int64_t most) {
-    if (end - at < kNumberBlockBehind) return {at, 0};
-    const char* const last = end - kNumberBlockBehind;
-    Commas commas(at, last);
-    int64_t count = 0;
-    for (;;) {
-        if (commas.count() < 4) {
-            int64_t n = 0;
-            if (*at == ' ') {
-                while (at <= last && n + 4 <= most - count &&
-                       read_four_digits<1>(at, numbers + count + n)) {
-                    n += 4;
-                    at += 12;
-                }
-            } else {
-                while (at <= last && n + 4 <= most - count &&
-                       read_four_digits<0>(at, numbers + count + n)) {
-                    n += 4;
-                    at += 8;
-                }
-            }
-            if (n > 0) commas.restart(at);
-            count += n;
+int64_t read_row(Kernel kernel, const NumberRow& row, Number* to) {
+    switch (kernel) {
+        case Kernel::integers: return vnort_read_integers(row, to);
+        case Kernel::pointed: return vnort_read_pointed(row, to);
+        case Kernel::long_pointed: return vnort_read_long_pointed(row, to);
+        case Kernel::decimals: return vnort_read_decimals(row, to);
+        default: return 0;
+    }
+}
+
+// The quickest one that may suit the number at the start of a row.
+Kernel first_kernel(const NumberRow& row) {
+    const char* const number = row.at + row.gap;
+    if (number[*number == '-' ? 2 : 1] == '.') return Kernel::pointed;
+    return *row.ends - number <= 9 ? Kernel::integers : Kernel::decimals;
+}
+
+// The next one that may suit numbers that do not suit this one.
+Kernel wider_kernel(Kernel kernel) {
+    return kernel == Kernel::pointed ? Kernel::long_pointed : Kernel::decimals;
+}
+
+template <typename Number>
+class Block {
+public:
+    Block(const char* at, const char* last, Number* to, int64_t most)
+        : at_(at), last_(last), list_(at, last), to_(to), end_(to + most) {}
+
+    // Reads until the last window.
+    void read() {
+        do {
+            if (list_.count() < kGroup) read_single_digits();
+            list_.extend();
+        } while (read_list());
+    }
+
+    const char* at() const { return at_; }
+    Number* to() const { return to_; }
+
+private:
+    // Four numbers of one digit, such as "0,1,0,1,", again and again: shorter than the list of their
+    // commas.
+    template <int kBlanks>
+    void read_single_digits() {
+        constexpr int kEach = kBlanks + 2;
+        for (; at_ <= last_ && end_ - to_ >= kGroup && are_single_digits<kBlanks>(at_); to_ += 4) {
+#pragma GCC unroll 4
+            for (int i = 0; i < 4; ++i)
+                to_[i] = static_cast<Number>(at_[i * kEach + kBlanks] - '0');
+            at_ += 4 * kEach;
         }
-        commas.find();
-        int64_t groups = commas.count() < most - count ? commas.count() / 4 : (most - count) / 4;
-        if (groups == 0) return {at, count};
-        const char* const* ends = commas.all();
-        int level = -1;
-        int64_t misses = 0;
-        while (groups > 0) {
-            const NumberRow row{at, ends, groups, *at == ' '};
-            if (level < 0) {
-                const char* const first = at + row.gap + (at[row.gap] == '-');
-                level = first[1] == '.' ? 1 : ends[0] - at <= 9 ? 0 : 3;
-            }
-            int64_t done = 0;
-            switch (level) {
-                case 0: done = vnort_read_integers(row, numbers + count); break;
-                case 1: done = vnort_read_pointed(row, numbers + count); break;
-                case 2: done = vnort_read_long(row, numbers + count); break;
-                case 3: done = vnort_read_any(row, numbers + count); break;
-                default: break;
-            }
-            count += 4 * done;
-            groups -= done;
-            ends += 4 * done;
-            if (done > 0) at = ends[-1] + 1;
-            if (groups == 0) break;
-            if (level < 3) {
-                level = level == 0 ? 3 : level + 1;
+    }
+
+    void read_single_digits() {
+        const char* const from = at_;
+        if (*at_ == ' ') {
+            read_single_digits<1>();
+        } else {
+            read_single_digits<0>();
+        }
+        if (at_ != from) list_.restart(at_);
+    }
+
+    // Reads the groups in the list. False when there are none, or at what is no number. A kernel that
+    // stops early gives way to a wider one until the list is read; numbers that none can read are read
+    // one by one, and all the rest of the list after a few groups of these.
+    bool read_list() {
+        constexpr int64_t kFew = 4;
+        const int64_t groups = (list_.count() < end_ - to_ ? list_.count() : end_ - to_) / kGroup;
+        if (groups == 0) return false;
+        const char* const* ends = list_.commas();
+        const char* const* const last = ends + kGroup * groups;
+        Kernel kernel = first_kernel({at_, ends, groups, *at_ == ' '});
+        for (int64_t misses = 0; ends != last;) {
+            const NumberRow row{at_, ends, (last - ends) / kGroup, *at_ == ' '};
+            const int64_t read = read_row(kernel, row, to_);
+            ends += kGroup * read;
+            to_ += kGroup * read;
+            if (read > 0) at_ = ends[-1] + 1;
+            if (ends == last) break;
+            if (kernel < Kernel::decimals) {
+                kernel = wider_kernel(kernel);
                 continue;
             }
-            if (level == 3 && done < 4 && ++misses == 4) level = 4;
-            for (int k = 0; k < 4; ++k) {
-                if (!read_one(at, ends[k], numbers + count)) return {at, count};
-                ++count;
-                at = ends[k] + 1;
+            if (read < kFew && ++misses == kFew) kernel = Kernel::none;
+            for (int i = 0; i < kGroup; ++i) {
+                if (!read_one(*ends++)) return false;
             }
-            ends += 4;
-            --groups;
         }
-        commas.drop(ends - commas.all());
+        list_.drop(ends - list_.commas());
+        return true;
     }
+
+    // One number of any form, with blanks around it. False when the text up to its end is anything else.
+    bool read_one(const char* end) {
+        const char* const first = vnort_skip_blanks(at_);
+        const NumberRead read = vnort_read_number(first);
+        if (read.end == first || vnort_skip_blanks(read.end) != end) return false;
+        *to_++ = static_cast<Number>(read.value);
+        at_ = end + 1;
+        return true;
+    }
+
+    const char* at_;  // after the last comma passed
+    const char* const last_;
+    CommaList list_;
+    Number* to_;
+    Number* const end_;
+};
+
+// All but the last bytes from where they are, these from a copy that has room around it.
+template <typename Number>
+NumberBlockRead read_block(const char* at, const char* end, Number* numbers, int64_t most) {
+    Number* to = numbers;
+    if (end - at > kAfter) {
+        Block block(at, end - kAfter, to, most);
+        block.read();
+        at = block.at();
+        to = block.to();
+    }
+    constexpr int64_t kLeast = 24, kMost = 4 * kWindow;
+    const int64_t rest = end - at;
+    if (rest >= kLeast && rest <= kMost && most - (to - numbers) >= kGroup) {
+        char copy[kRowBefore + kMost + kAfter];
+        char* const first = copy + kRowBefore;
+        memset(copy, 0, kRowBefore);
+        memcpy(first, at, static_cast<size_t>(rest));
+        memset(first + rest, 0, kAfter);
+        Block block(first, first + rest - 1, to, most - (to - numbers));
+        block.read();
+        at += block.at() - first;
+        to = block.to();
+    }
+    return {at, to - numbers};
 }
 
 }  // namespace
