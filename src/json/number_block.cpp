@@ -43,6 +43,12 @@ public:
             }
             to = next;
         }
+        if (at_ > last_ && at_ < last_ + kWindow) {
+            // What is left, from a window that ends where the last one may.
+            uint64_t bits = vnort_places_of(',', last_).bits >> (at_ - last_) << (at_ - last_);
+            for (; bits != 0; bits &= bits - 1) *to++ = last_ + vnort_first(bits);
+            at_ = last_ + kWindow;
+        }
         count_ = to - commas_;
     }
 
@@ -66,7 +72,7 @@ private:
     const char* at_;          // of the next window
     const char* const last_;  // no window starts after it
     int64_t count_ = 0;
-    const char* commas_[kMany + kWindow + 4];
+    const char* commas_[kMany + 2 * kWindow];
 };
 
 // Eight bytes of text: any digit where this one has a 0, a blank where it has a line. A byte's limit,
@@ -210,30 +216,12 @@ private:
     Number* const end_;
 };
 
-// All but the last bytes from where they are, these from a copy that has room around it.
 template <typename Number>
 NumberBlockRead read_block(const char* at, const char* end, Number* numbers, int64_t most) {
-    Number* to = numbers;
-    if (end - at > kAfter) {
-        Block block(at, end - kAfter, to, most);
-        block.read();
-        at = block.at();
-        to = block.to();
-    }
-    constexpr int64_t kLeast = 24, kMost = 4 * kWindow;
-    const int64_t rest = end - at;
-    if (rest >= kLeast && rest <= kMost && most - (to - numbers) >= kGroup) {
-        char copy[kRowBefore + kMost + kAfter];
-        char* const first = copy + kRowBefore;
-        memset(copy, 0, kRowBefore);
-        memcpy(first, at, static_cast<size_t>(rest));
-        memset(first + rest, 0, kAfter);
-        Block block(first, first + rest - 1, to, most - (to - numbers));
-        block.read();
-        at += block.at() - first;
-        to = block.to();
-    }
-    return {at, to - numbers};
+    if (end - at < kAfter) return {at, 0};
+    Block block(at, end - kAfter, numbers, most);
+    block.read();
+    return {block.at(), block.to() - numbers};
 }
 
 }  // namespace

@@ -22,7 +22,7 @@ struct NumberRow {
 
 // Kernels look at so many bytes before the first number's start and after the last one's end.
 inline constexpr int64_t kRowBefore = 8;
-inline constexpr int64_t kRowAfter = 32;
+inline constexpr int64_t kRowAfter = 16;
 
 // They give the number of groups read. One group more may have been overwritten at `to`, as far as
 // the row goes.
