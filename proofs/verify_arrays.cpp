@@ -302,7 +302,8 @@ void verify(uint64_t part, uint64_t parts, double fraction) {
         const auto capacity = static_cast<int64_t>(is_short ? random() % 200 : kMost + 1);
         numbers += check_fenced(any_array(random), capacity);
     }
-    for (uint64_t i = 0; i < share(5 * 255 * 2000); ++i) {
+    constexpr uint64_t kSpelledBytes = 5 * 255;
+    for (uint64_t i = 0; i < 8 * kSpelledBytes + share(2000 * kSpelledBytes); ++i) {
         const char byte = static_cast<char>(1 + i / 5 % 255);
         numbers += check_fenced(like_array(static_cast<int>(i % 5), byte, random), kMost);
     }

@@ -48,7 +48,7 @@ inline Places vnort_places_of(char byte, const char* at) {
     return {vget_lane_u64(vreinterpret_u64_u8(bits), 0), vaddv_u8(vcnt_u8(bits))};
 }
 
-// The same for 16 bytes that are loaded already.
+// A bit for each of 16 bytes that is this one, the first one's lowest.
 inline uint64_t vnort_places_of(char byte, Bytes bytes) {
     Bytes bits = vnort_place_bits(vceqq_u8(bytes, vnort_all(byte)));
     for (int i = 0; i < 3; ++i) bits = vpaddq_u8(bits, bits);

@@ -52,7 +52,7 @@ inline Places vnort_places_of(char byte, const char* at) {
     return {bits, _mm_cvtsi128_si64(_mm_add_epi64(halves, _mm_srli_si128(halves, 8)))};
 }
 
-// The same for 16 bytes that are loaded already.
+// A bit for each of 16 bytes that is this one, the first one's lowest.
 inline uint64_t vnort_places_of(char byte, Bytes bytes) {
     return static_cast<uint64_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_set1_epi8(byte))));
 }
