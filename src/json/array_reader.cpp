@@ -8,8 +8,6 @@
 
 namespace {
 
-const char* const kNowhere = std::bit_cast<const char*>(UINTPTR_MAX);
-
 // How far the reading of an array has come.
 struct ArrayPosition {
     const char* at;
@@ -101,6 +99,7 @@ int32_t read_numbers(const char* text, const char* end, int64_t capacity, uint64
     // Blocks are left for good where one could not use all of its places.
     bool has_blocks = end != nullptr;
     const char* const block_from = text + kNumberBlockBefore;
+    const char* const nowhere = std::bit_cast<const char*>(UINTPTR_MAX);
     int32_t is_good = 1;
     while (is_good && position.after == AfterItem::comma) {
         const int64_t first = position.items;
@@ -112,7 +111,7 @@ int32_t read_numbers(const char* text, const char* end, int64_t capacity, uint64
                 position.items += read.count;
                 has_blocks = read.count > 0 && read.count > most - 4;
             } else {
-                const char* const until = has_blocks ? block_from : kNowhere;
+                const char* const until = has_blocks ? block_from : nowhere;
                 is_good = read_each_number(&position, until, capacity, numbers, places);
             }
             return position.items - first;
