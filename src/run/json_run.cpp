@@ -2,6 +2,7 @@
 #include "core/host_state.h"
 #include "core/last_error.h"
 #include "core/runtime.h"
+#include "core/status.h"
 #include "json/array_reader.h"
 #include "json/feed.h"
 #include "onnxruntime_vornic.h"

@@ -2,6 +2,7 @@
 #include "core/host_state.h"
 #include "core/last_error.h"
 #include "core/owned.h"
+#include "core/status.h"
 #include "json/array_reader.h"
 #include "onnxruntime_vornic.h"
 #include "run/float_tensor.h"
