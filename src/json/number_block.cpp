@@ -34,12 +34,9 @@ public:
         for (; at_ <= last_ && to < commas_ + kMany; at_ += kWindow) {
             const Places places = vnort_places_of(',', at_);
             const char** const next = to + places.count;
-            for (uint64_t bits = places.bits; to < next; to += 4) {
+            for (PlaceList list(places.bits); to < next; to += 4) {
 #pragma GCC unroll 4
-                for (int i = 0; i < 4; ++i) {
-                    to[i] = at_ + vnort_first(bits);
-                    bits &= bits - 1;  // without the lowest one
-                }
+                for (int i = 0; i < 4; ++i) to[i] = at_ + list.next();
             }
             to = next;
         }
@@ -151,12 +148,16 @@ private:
     template <int kBlanks>
     void read_single_digits() {
         constexpr int kEach = kBlanks + 2;
-        for (; at_ <= last_ && end_ - to_ >= kGroup && are_single_digits<kBlanks>(at_); to_ += 4) {
+        const char* at = at_;
+        Number* to = to_;
+        for (; at <= last_ && end_ - to >= kGroup && are_single_digits<kBlanks>(at); to += kGroup) {
 #pragma GCC unroll 4
-            for (int i = 0; i < 4; ++i)
-                to_[i] = static_cast<Number>(at_[i * kEach + kBlanks] - '0');
-            at_ += 4 * kEach;
+            for (int i = 0; i < kGroup; ++i)
+                to[i] = static_cast<Number>(at[i * kEach + kBlanks] - '0');
+            at += kGroup * kEach;
         }
+        at_ = at;
+        to_ = to;
     }
 
     void read_single_digits() {

@@ -83,6 +83,7 @@ struct FourNumbers {
         if (ends[i][gap] != blank) return false;
         at += gap;
         four->negative[i] = *at == '-';
+        __asm__("" : "+r"(four->negative[i]));  // the comparison once, for all uses of it
         four->first[i] = at + four->negative[i];
         four->end[i] = ends[i];
         at = ends[i] + 1;

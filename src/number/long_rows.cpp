@@ -23,7 +23,7 @@ namespace {
     const Floats low = vnort_floats(a * below, b * below);
     const Floats high = vnort_floats((a + more(0)) * above, (b + more(2)) * above);
     vnort_store_four(four, low, to);
-    return digits.are_good() && vnort_are_digits(vnort_or(tails, vnort_differ(low, high)));
+    return digits.are_good(vnort_or(tails, vnort_differ(low, high)));
 }
 
 [[gnu::always_inline]] inline bool read_long_pointed(const FourNumbers& four, double* to) {
@@ -33,7 +33,7 @@ namespace {
     const int64_t negated[] = {four.negated_length(0), four.negated_length(1),
                                four.negated_length(2), four.negated_length(3)};
     constexpr int64_t kExponents[] = {-14, -14, -14, -14};
-    return digits.are_good() && vnort_are_digits(vnort_greatest(a_tail, b_tail)) &&
+    return digits.are_good(vnort_greatest(a_tail, b_tail)) &&
            vnort_scale_four(four, digits.words(0), digits.words(2), a_tail, b_tail, negated,
                             kExponents, to);
 }

@@ -32,7 +32,10 @@ struct PointedDigits {
         : digits{vnort_pointed_digits(four, 0), vnort_pointed_digits(four, 1),
                  vnort_pointed_digits(four, 2), vnort_pointed_digits(four, 3)} {}
 
-    bool are_good() const { return vnort_are_pointed_digits(vnort_greatest_of(digits)); }
+    // With bytes that have to be digits, too, or 0.
+    bool are_good(Bytes others) const {
+        return vnort_are_pointed_digits(vnort_greatest_of(digits), others);
+    }
 
     // Numbers i and i + 1, times 10^14: below 10^15 and so exact as doubles, too.
     [[gnu::always_inline]] Words words(int i) const {

@@ -38,7 +38,7 @@ template <typename Number>
     const Doubles power = vnort_all(1e14);
     vnort_store_four(four, vnort_small_doubles(digits.words(0)) / power,
                      vnort_small_doubles(digits.words(2)) / power, to);
-    return digits.are_good();
+    return digits.are_good(vnort_all('\0'));
 }
 
 }  // namespace

@@ -59,12 +59,26 @@ inline uint64_t vnort_places_of(char byte, Bytes bytes) {
     return vgetq_lane_u16(vreinterpretq_u16_u8(bits), 0);
 }
 
-// The place of the lowest bit; any number where there is none.
+// The place of the lowest bit; there is one.
 inline uint64_t vnort_first(uint64_t places) {
-    uint64_t place;
-    __asm__("rbit\t%0, %1\n\tclz\t%0, %0" : "=r"(place) : "r"(places));
-    return place;
+    return static_cast<uint64_t>(__builtin_ctzll(places));
 }
+
+// The places of all bits, the lowest one first; any number after the last one. The bits are reversed
+// once, since there is an instruction that counts leading zeros alone.
+class PlaceList {
+public:
+    explicit PlaceList(uint64_t places) { __asm__("rbit\t%0, %1" : "=r"(places_) : "r"(places)); }
+    uint64_t next() {
+        uint64_t place;
+        __asm__("clz\t%0, %1" : "=r"(place) : "r"(places_));
+        places_ &= ~(uint64_t{1} << 63 >> (place & 63));
+        return place;
+    }
+
+private:
+    uint64_t places_;
+};
 
 // Sums of bytes over many blocks.
 class ByteSums {
@@ -85,11 +99,13 @@ inline Bytes vnort_load_halves(const void* a, const void* b) {
 // Whether no byte is above 9.
 inline bool vnort_are_digits(Bytes bytes) { return vmaxvq_u8(bytes) <= 9; }
 
-// Whether no byte is above 9 and the second one is 0.
-inline bool vnort_are_pointed_digits(Bytes bytes) {
+// Whether no byte of either is above 9 and the second one of `pointed` is 0.
+inline bool vnort_are_pointed_digits(Bytes pointed, Bytes others) {
     constexpr uint64_t k = 0x7676767676767676;  // 127 - 9 in each byte
     const uint64_t limits[] = {(k & ~uint64_t{0xff00}) | 0x7f00, k};
-    return vmaxvq_u8(vqaddq_u8(bytes, vnort_load(limits))) < 128;
+    const Bytes either =
+        vmaxq_u8(vqaddq_u8(pointed, vnort_load(limits)), vqaddq_u8(others, vnort_all(127 - 9)));
+    return vmaxvq_u8(either) < 128;
 }
 
 // The four numbers of four digits that sixteen digits are, one to a byte.

@@ -69,6 +69,20 @@ inline uint64_t vnort_first(uint64_t places) {
     return place;
 }
 
+// The places of all bits, the lowest one first; any number after the last one.
+class PlaceList {
+public:
+    explicit PlaceList(uint64_t places) : places_(places) {}
+    uint64_t next() {
+        const uint64_t place = vnort_first(places_);
+        places_ &= places_ - 1;
+        return place;
+    }
+
+private:
+    uint64_t places_;
+};
+
 // Sums of bytes over many blocks.
 class ByteSums {
 public:
@@ -96,11 +110,13 @@ inline bool vnort_are_digits(Bytes bytes) {
     return _mm_movemask_epi8(_mm_adds_epu8(bytes, _mm_set1_epi8(127 - 9))) == 0;
 }
 
-// Whether no byte is above 9 and the second one is 0.
-inline bool vnort_are_pointed_digits(Bytes bytes) {
+// Whether no byte of either is above 9 and the second one of `pointed` is 0.
+inline bool vnort_are_pointed_digits(Bytes pointed, Bytes others) {
     constexpr char k = 127 - 9;
     const Bytes limits = _mm_setr_epi8(k, 127, k, k, k, k, k, k, k, k, k, k, k, k, k, k);
-    return _mm_movemask_epi8(_mm_adds_epu8(bytes, limits)) == 0;
+    const Bytes either =
+        _mm_or_si128(_mm_adds_epu8(pointed, limits), _mm_adds_epu8(others, _mm_set1_epi8(k)));
+    return _mm_movemask_epi8(either) == 0;
 }
 
 // The four numbers of four digits that sixteen digits are, one to a byte.
