@@ -25,6 +25,7 @@ def curves(panels):
             axes.plot(*zip(*points), "o-", markersize=3, label=name, color=colour)
         if is_log:
             axes.loglog()
+            axes.minorticks_off()
         else:
             axes.set_ylim(0)
         axes.set_title(title, fontsize=9)
@@ -42,7 +43,7 @@ def bars(rows, series, title):
         drawn = axes.barh(
             at, [values[place] for _, values in rows], thick, label=name, color=COLOURS[place]
         )
-        axes.bar_label(drawn, fmt="{:,.0f}".format, padding=3)
+        axes.bar_label(drawn, fmt="%.0f", padding=3)
     axes.set_yticks(
         [row + thick * (len(series) - 1) / 2 for row in range(len(rows))], [n for n, _ in rows]
     )

@@ -156,7 +156,7 @@ def main():
     figures += ["### Reading, ns a number", "", *text_table(all_texts, "read", True)]
     figures += ["### Writing, ns a number", "", *text_table(all_texts, "write", True)]
     figures += ["### One run from C++, µs, Linux / Windows", "", *call_table(runs)]
-    figures += ["![Cost of a run against its size](performance.svg)", "", ""]
+    figures += ["![Cost of a run against its size](performance.svg)", ""]
     page = DOCS / "performance.md"
     before, rest = page.read_text().split(BEGIN)
     page.write_text(before + BEGIN + "\n".join(figures) + END + rest.split(END)[1])
