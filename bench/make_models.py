@@ -3,11 +3,12 @@ import sys
 from onnx import TensorProto, helper, save
 
 
-def model(name, nodes, inputs, outputs):
-    def values(names):
-        return [helper.make_tensor_value_info(n, TensorProto.FLOAT, ["n"]) for n in names]
+def model(name, nodes, inputs, outputs, input_type=TensorProto.FLOAT):
+    def values(names, element_type):
+        return [helper.make_tensor_value_info(n, element_type, ["n"]) for n in names]
 
-    graph = helper.make_graph(nodes, name, values(inputs), values(outputs))
+    types = (values(inputs, input_type), values(outputs, TensorProto.FLOAT))
+    graph = helper.make_graph(nodes, name, *types)
     save(helper.make_model(graph, ir_version=8, opset_imports=[helper.make_opsetid("", 14)]),
          f"{sys.argv[1]}/{name}.onnx")
 
@@ -20,3 +21,6 @@ for count in (1, 2, 4, 8, 16):
           inputs, ["y0"])
     model(f"outputs{count}", [helper.make_node("Add", ["x0", "x0"], [y]) for y in outputs],
           ["x0"], outputs)
+# Token ids, as the floats that they are.
+cast = helper.make_node("Cast", ["x0"], ["y0"], to=TensorProto.FLOAT)
+model("ids", [cast], ["x0"], ["y0"], TensorProto.INT64)

@@ -1,43 +1,41 @@
-"""Makes the figures of docs/performance.md out of what the benchmarks printed:
-report.py FOLDER DOCS"""
+"""Makes the figures of docs/performance.md out of what the benchmarks printed: report.py FOLDER DOCS [COMMIT]
+
+Prints them, and more: reading as another type, and what the code of an older commit costs.
+"""
 import pathlib
 import sys
 
 import plot
 
-FOLDER, DOCS = map(pathlib.Path, sys.argv[1:])
+FOLDER, DOCS = map(pathlib.Path, sys.argv[1:3])
+COMMIT = sys.argv[3] if len(sys.argv) > 3 else None
 BEGIN, END = "<!-- figures of scripts/bench -->\n", "<!-- end of the figures -->\n"
 TARGETS = ("linux", "windows")
-LEAST, ADDED = 1, 2  # of a road's figures
+MACHINES = (*TARGETS, "linux-arm64")
+LEAST, ADDED = 0, 1  # of a road's figures
+ROADS = {
+    "direct": "direct call",
+    "direct, values kept": "direct call, input value kept",
+    "direct with binding": "direct `RunWithBinding`",
+    "tensor fast": "fast tensor run",
+    "tensor": "tensor run",
+    "json": "JSON run",
+    "binding": "run with binding",
+}
+READERS = ("library", "fast_float", "simdjson", "RapidJSON", "charconv", "strtod, printf")
+WRITERS = ("library", "{fmt}", "charconv", "strtod, printf")
+WRITTEN = ("gaussian, Python", "gaussian float64, Python", "relu", "softmax", "4 decimals")
+WRITTEN += ("9 digits, any exponent", "token ids", "16-bit audio", "mask of 0 and 1")
 
 
 def lines(name):
-    return (FOLDER / name).read_text().splitlines()
-
-
-def roads(name):
-    """{(row, road): (median, least, added)}, in ns; a busy machine adds least to the least."""
-    table = {}
-    for line in lines(name):
-        row, road, *figures = line.split("\t")
-        table[row, road] = tuple(map(float, figures))
-    return table
-
-
-def kernels(target):
-    """{row: (ns, the C library's ns, MB/s)}"""
-    table = {}
-    for line in lines(f"{target}.kernels")[1:]:
-        ours, library, _, rate, _ = line[34:].split()
-        table[line[:34].strip()] = (float(ours), float(library), float(rate))
-    return table
+    return [line.split("\t") for line in (FOLDER / name).read_text().splitlines()]
 
 
 def table(heads, rows):
     yield "| " + " | ".join(heads) + " |"
     yield "|" + "---|" * len(heads)
-    for row in rows:
-        yield "| " + " | ".join(row) + " |"
+    yield from ("| " + " | ".join(row) + " |" for row in rows)
     yield ""
 
 
@@ -45,126 +43,128 @@ def number(value):
     return f"{value:,.0f}" if value >= 100 else f"{value:.1f}" if value >= 10 else f"{value:.2f}"
 
 
-def pair(values, unit=""):
+def cells(values, unit=""):
     return " / ".join(number(value) + unit for value in values)
 
 
-def times_twin(runs, row, road):
-    return runs[row, "twin " + road][LEAST] / runs[row, road][LEAST]
+def texts(machine):
+    """{(text, type, read or write): {whose: ns or instructions a number}}"""
+    result = {}
+    for title, kind, way, whose, cost in lines(f"{machine}.texts"):
+        result.setdefault((title, kind, way), {})[whose] = float(cost)
+    return result
 
 
-def comparisons(runs, texts):
-    def kernel(row):
-        return [texts[t][row][1] / texts[t][row][0] for t in TARGETS]
-
-    def ratio(row, road):
-        return [times_twin(runs[t], row, road) for t in TARGETS]
-
-    def added(road):
-        return [runs[t]["2", road][ADDED] / 1000 for t in TARGETS]
-
-    yield "read 9-digit numbers, against `strtod`", pair(kernel("read 9 digits, (-1, 1)"), "×")
-    yield 'write float32, against `snprintf("%.9g")`', pair(kernel("write float32, (-1, 1)"), "×")
-    yield 'write float64, against `snprintf("%.17g")`', pair(kernel("write float64, (-1, 1)"), "×")
-    yield "write integers, against `snprintf`", pair(kernel("write int64, any length"), "×")
-    yield "JSON run, 5,000 floats in and out, against the twin", pair(ratio("5000", "json"), "×")
-    yield ("JSON run, 65,536 floats, result text full, against the twin",
-           pair(ratio("65536", "json"), "×"))
-    yield ("tensor run, output of 65,536 floats, against the twin",
-           pair(ratio("65536", "tensor"), "×"))
-    yield "tensor run fast, 2 floats, added to the direct call", pair(added("tensor fast")) + " µs"
-    yield "JSON run, 2 floats, added", pair(added("json")) + " µs"
-    yield "run with binding, 2 floats, added", pair(added("binding")) + " µs"
+def times_library(costs, whose):
+    return min(costs[w] for w in whose if w in costs) / costs["library"]
 
 
-def all_roads(runs, node):
-    names = ["direct", "direct, values kept", "direct with binding", "tensor fast", "tensor",
-             "json", "binding", "twin tensor", "twin json"]
-    titles = {"direct": "direct call", "direct, values kept": "direct call, input value kept",
-              "direct with binding": "direct `RunWithBinding`", "tensor fast": "tensor run fast",
-              "tensor": "tensor run", "json": "JSON run", "binding": "run with binding",
-              "twin tensor": "twin of the tensor run", "twin json": "twin of the JSON run",
-              "node": "onnxruntime-node", "node json": "onnxruntime-node, JSON text in and out"}
-    for name in names:
-        cells = [pair([runs[t][size, name][LEAST] / 1000 for t in TARGETS])
-                 if (size, name) in runs["linux"] else "" for size in ("2", "5000", "65536")]
-        yield (titles[name], *cells)
-    for name in ("node", "node json"):
-        yield (titles[name],
-               *(number(node[size, name][LEAST] / 1000) + " /" for size in ("2", "5000", "65536")))
+def text_table(all_texts, way, is_own):
+    """Reading or writing, of the texts' own element types or of the others that were measured."""
+    whose = READERS if way == "read" else WRITERS
+    machines = MACHINES if way == "read" and is_own else TARGETS
+    own = {title: kind for _, kind, title in lines("texts/index")}
+    rows = []
+    for key, costs in all_texts["linux"].items():
+        title, kind, key_way = key
+        if (
+            key_way == way
+            and (own[title] == kind) == is_own
+            and (way == "read" or title in WRITTEN)
+        ):
+            ratios = cells([times_library(all_texts[m][key], whose[1:-1]) for m in machines], "×")
+            rows.append((title, kind, *(number(costs[w]) for w in whose), ratios))
+    c_library = "strtod" if way == "read" else "printf"
+    heads = ("text", "type", *whose[:-1], c_library, "best of the others / library")
+    yield from table(heads, rows)
 
 
-def sizes(tables):
-    for row, road in tables["linux"]:
-        if road != "json":
-            continue
-        kind, size, feed, text = row.split()
-        costs = [[tables[t][row, name][LEAST] / 1000 for t in TARGETS] for name in ("direct", "json")]
-        yield (f"{kind}: {int(size):,}", f"{int(feed):,}", f"{int(text):,}", *map(pair, costs))
-
-
-def memory():
-    library = dict(line.split("\t") for line in lines("memory.library"))
-    direct = dict(line.split("\t") for line in lines("memory.direct"))
-    moments = [("runtime loaded, nothing done", "start"), ("session for 2 floats", "sessions 2"),
-               ("10 runs", "run 2"), ("session for 65,536 floats", "sessions 65536"),
-               ("10 runs", "run 65536")]
-    yield from table(("Peak resident memory, Linux, kB", "library", "direct calls"),
-                     [(title, f"{int(library[key]):,}", f"{int(direct[key]):,}")
-                      for title, key in moments])
-    file = library["library's file"]
-    yield f"Of the library's own file, {file} kB are resident after these runs."
+def old_table(all_texts, runs):
+    yield f"Costs of {COMMIT}'s code in those of this: Linux / Windows / arm64, there in instructions."
     yield ""
-    records = ("InferenceSession", "RunResult", "IoBinding", "FloatTensor", "InputTensor")
-    yield from table(("Record", "bytes"), [(f"`{r}`", f"{int(library[r]):,}") for r in records])
+    rows = []
+    for key in all_texts["linux"]:
+        costs = [all_texts[machine][key] for machine in MACHINES if key in all_texts[machine]]
+        rows.append((*key, cells([times_library(cost, ["against"]) for cost in costs], "×")))
+    old_runs = {t: roads(f"{t}-old.table") for t in TARGETS}
+    for size, road in runs["linux"]:
+        ratios = [old_runs[t][size, road][LEAST] / runs[t][size, road][LEAST] for t in TARGETS]
+        rows.append((f"{size} floats", road, "run", cells(ratios, "×")))
+    yield from table(("", "", "", "ratio"), rows)
 
 
-def library_sizes():
-    words = [line.rsplit(" ", 1) for line in lines("library_sizes")]
-    yield from table(("Library, without debug information", "bytes", "of which number kernels"),
-                     [(f"`{words[i][0].split('/')[1]}`", f"{int(words[i][1]):,}",
-                       f"{int(words[i + 1][1]):,}") for i in (0, 2)])
+def roads(name):
+    """{(row, road): (least, added)}, in ns; a busy machine adds least to the least."""
+    return {(row, road): (float(least), float(added)) for row, road, _, least, added in lines(name)}
 
 
-def figures():
-    runs = {t: roads(f"{t}.table") for t in TARGETS}
-    texts = {t: kernels(t) for t in TARGETS}
-    fresh = {t: roads(f"{t}.fresh") for t in TARGETS}
-    sweep = {t: roads(f"{t}.sizes") for t in TARGETS}
-    (DOCS / "performance.svg").write_text(plot.draw(sweep))
-    load = lines("load")[0]
-    yield f"Load of the machine when the run began: {load}. Cells read Linux / Windows under Wine."
-    yield ""
-    yield from table(("", "measured"), comparisons(runs, texts))
-    rates = pair([texts[t]["read 9 digits, (-1, 1)"][2] for t in TARGETS])
-    against = [(runs[t]["2", "binding"][LEAST] - runs[t]["2", "direct with binding"][LEAST]) / 1000
-               for t in TARGETS]
-    yield f"Feed text is read at {rates} MB/s. The run with a binding adds {pair(against)} µs to"
-    yield "`RunWithBinding` alone."
-    yield ""
-    yield "Least times in µs:"
-    yield ""
-    yield from table(("Road", "2 floats", "5,000 floats", "65,536 floats"),
-                     all_roads(runs, roads("node.table")))
-    costs = [fresh[t]["65536", "json"][LEAST] / 1000 for t in TARGETS]
-    ratios = [times_twin(fresh[t], "65536", "json") for t in TARGETS]
-    yield f"On the heap of a new process the JSON run of 65,536 floats takes {pair(costs)} µs, the twin"
-    yield f"{pair(ratios, '×')} as long."
-    yield ""
-    yield "![Cost of a run against its size](performance.svg)"
-    yield ""
-    yield from table(("Size", "feed, bytes", "result, bytes", "direct call, µs", "JSON run, µs"),
-                     sizes(sweep))
-    yield from memory()
-    yield from library_sizes()
+def host_table():
+    cases = ("5000 float32", "65536 float32", "65536 int64")
+    times = {}
+    for case, host, way, least in lines("hosts"):
+        if case in cases and "JSON text to" not in way:
+            times.setdefault((host, way), {})[case] = number(float(least))
+    rows = [(*key, *(row.get(case, "") for case in cases)) for key, row in times.items()]
+    heads = ("host", "feed by", "5,000 floats", "65,536 floats", "65,536 token ids")
+    yield from table(heads, rows)
+
+
+def call_table(runs):
+    sizes = ("2", "5000", "65536")
+
+    def pair(size, road, figure):
+        known = (size, road) in runs["linux"]
+        return cells([runs[t][size, road][figure] / 1000 for t in TARGETS]) if known else ""
+
+    rows = []
+    for road, title in ROADS.items():
+        rows.append((title, *(pair(size, road, LEAST) for size in sizes), pair("2", road, ADDED)))
+    node = {}
+    for case, host, way, least in lines("hosts"):
+        if host.startswith("onnxruntime") and case.endswith("float32"):
+            node.setdefault(f"{host}, {way}", {})[case.split()[0]] = number(float(least)) + " /"
+    rows += [(way, *(times[size] for size in sizes), "") for way, times in node.items()]
+    yield from table(("", "2 floats", "5,000 floats", "65,536 floats", "2 floats, added"), rows)
+
+
+def draw_sizes(sweep):
+    def curve(target, road, kind):
+        rows = [
+            (*row.split(), least)
+            for (row, name), (least, _) in sweep[target].items()
+            if name == road
+        ]
+        return [(int(size), least / 1000) for row_kind, size, least in rows if row_kind == kind]
+
+    def panel(title, kind):
+        series = {
+            "JSON run, Linux": curve("linux", "json", kind),
+            "JSON run, Windows": curve("windows", "json", kind),
+            "direct call, Linux": curve("linux", "direct", kind),
+        }
+        return f"µs against {title}", kind == "numbers", series
+
+    kinds = {"numbers": "numbers", "inputs of 4,096": "inputs", "outputs of 300": "outputs"}
+    return plot.curves([panel(*kind) for kind in kinds.items()])
 
 
 def main():
-    text = "\n".join(figures()) + "\n"
+    all_texts = {machine: texts(machine) for machine in MACHINES}
+    runs = {t: roads(f"{t}.table") for t in TARGETS}
+    figures = [f"Load of the machine when the run began: {lines('load')[0][0]}.", ""]
+    figures += ["### From a host's numbers to its numbers, µs a call", "", *host_table()]
+    figures += ["### Reading, ns a number", "", *text_table(all_texts, "read", True)]
+    figures += ["### Writing, ns a number", "", *text_table(all_texts, "write", True)]
+    figures += ["### One run from C++, µs, Linux / Windows", "", *call_table(runs)]
+    figures += ["![Cost of a run against its size](performance.svg)", ""]
     page = DOCS / "performance.md"
     before, rest = page.read_text().split(BEGIN)
-    page.write_text(before + BEGIN + text + END + rest.split(END)[1])
-    print(text)
+    page.write_text(before + BEGIN + "\n".join(figures) + END + rest.split(END)[1])
+    (DOCS / "performance.svg").write_text(draw_sizes({t: roads(f"{t}.sizes") for t in TARGETS}))
+    figures += ["### Reading as another type", "", *text_table(all_texts, "read", False)]
+    if COMMIT is not None:
+        figures += old_table(all_texts, runs)
+    print("\n".join(figures))
 
 
 main()

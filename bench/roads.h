@@ -1,5 +1,4 @@
-// One model and one set of data, ready to go through each road: the library's, the twin's and the
-// direct call.
+// One model and one set of data, ready to go through each road: the library's and the direct call.
 #pragma once
 
 #include <onnxruntime_c_api.h>
@@ -9,20 +8,18 @@
 #include <vector>
 
 #include "onnxruntime_vornic.h"
-#include "twin.h"
+
+using Strings = std::vector<std::string>;
 
 // Ends the program on a refusal.
 void check(const OrtApi* api, OrtStatus* status);
 
 class Roads {
 public:
-    enum Sessions { both, library, runtime };
-
-    // The model NAME.onnx of a folder, whose inputs are x0, x1, ... and whose outputs are y0, y1,
-    // ..., each of so many numbers. A session is opened in the library, in the runtime directly, or
-    // in both.
+    // The model NAME.onnx of a folder, whose inputs are x0, x1, ... and whose outputs are y0, y1, ...,
+    // each of so many numbers.
     Roads(const std::string& folder, const std::string& name, size_t inputs, size_t outputs,
-          size_t numbers, Sessions sessions = both);
+          size_t numbers);
     Roads(const Roads&) = delete;
     Roads& operator=(const Roads&) = delete;
     ~Roads();
@@ -38,24 +35,18 @@ public:
     void tensor() { onnxruntime_vn_release_result(run_tensor()); }
     void tensor_fast();
     void binding();
-    void twin_json() { twin_release(run_twin_json()); }
-    void twin_tensor() { twin_release(run_twin_tensor()); }
 
-    // Ends the program unless library and twin write the same text and capture the same floats.
-    // The length of the JSON run's text.
-    size_t compare_with_twin();
-
-    const std::string& feed() const { return feed_; }
+    // Ends the program unless the JSON run, and the tensor run where there is one, give the right numbers.
+    void check_outputs();
 
 private:
     RunResult* run_json();
     RunResult* run_tensor();
-    RunResult* run_twin_json();
-    RunResult* run_twin_tensor();
     void prepare_direct(const std::string& path);
     void prepare_library(const std::string& path);
     OrtValue* make_value(size_t input);
     void run_on(const std::vector<OrtValue*>& values);
+    void check_output(RunResult* result);
 
     const OrtApi* api_;
     OrtSession* session_ = nullptr;

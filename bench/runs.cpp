@@ -1,9 +1,7 @@
 // What a run costs on each road.
 //
-//   runs MODELS table        the library beside the twin and the direct call
-//   runs MODELS fresh        the largest run on a heap as a new process has it
+//   runs MODELS table        the library beside the direct call
 //   runs MODELS sizes        cost against numbers, inputs and outputs
-//   runs MODELS memory library|direct
 //   runs MODELS loop ROAD NUMBERS COUNT      one road again and again, for a profiler
 //
 // A line of a table is: row, road, median, least, and the median of what it takes more than the
@@ -11,16 +9,13 @@
 
 #include <stdio.h>
 #include <stdlib.h>
-#include <string.h>
 
 #include <algorithm>
 #include <chrono>
 #include <functional>
 #include <map>
 
-#include "binding/io_binding.h"
 #include "roads.h"
-#include "run/float_tensor.h"
 
 namespace {
 
@@ -77,14 +72,12 @@ std::map<std::string, std::function<void()>> roads_of(Roads& roads) {
             {"json", [&] { roads.json(); }},
             {"tensor", [&] { roads.tensor(); }},
             {"tensor fast", [&] { roads.tensor_fast(); }},
-            {"binding", [&] { roads.binding(); }},
-            {"twin json", [&] { roads.twin_json(); }},
-            {"twin tensor", [&] { roads.twin_tensor(); }}};
+            {"binding", [&] { roads.binding(); }}};
 }
 
 void table_row(const std::string& folder, size_t numbers, const Strings& names, double seconds) {
     Roads roads(folder, "inputs1", 1, 1, numbers);
-    roads.compare_with_twin();
+    roads.check_outputs();
     auto all = roads_of(roads);
     std::vector<Road> wanted;
     for (const std::string& name : names) wanted.push_back({name, all[name]});
@@ -101,17 +94,13 @@ void settle_heap() {
     for (void* block : large) free(block);
 }
 
-void print_fresh(const std::string& folder) {
-    table_row(folder, 65536, {"direct", "json", "twin json", "tensor", "twin tensor"}, 3);
-}
-
 void print_table(const std::string& folder) {
     table_row(folder, 2,
               {"direct", "direct, values kept", "direct with binding", "tensor fast", "tensor",
-               "json", "binding", "twin json", "twin tensor"},
+               "json", "binding"},
               3);
-    table_row(folder, 5000, {"direct", "json", "twin json"}, 4);
-    table_row(folder, 65536, {"direct", "json", "twin json", "tensor", "twin tensor"}, 6);
+    table_row(folder, 5000, {"direct", "json", "tensor", "tensor fast"}, 3);
+    table_row(folder, 65536, {"direct", "json", "tensor", "tensor fast"}, 3);
 }
 
 void size_row(const std::string& folder, const std::string& kind, size_t size, size_t inputs,
@@ -119,17 +108,11 @@ void size_row(const std::string& folder, const std::string& kind, size_t size, s
     const std::string model =
         kind == "numbers" ? "inputs1" : kind + std::to_string(std::max(inputs, outputs));
     Roads roads(folder, model, inputs, outputs, numbers);
-    const size_t length = roads.compare_with_twin();
-    std::vector<Road> wanted = {{"direct", [&] { roads.direct(); }},
-                                {"json", [&] { roads.json(); }},
-                                {"twin json", [&] { roads.twin_json(); }}};
-    if (kind == "numbers") wanted.push_back({"tensor fast", [&] { roads.tensor_fast(); }});
-    measure(kind + " " + std::to_string(size) + " " + std::to_string(roads.feed().size()) + " " +
-                std::to_string(length),
-            wanted, 0.5);
+    roads.check_outputs();
+    measure(kind + " " + std::to_string(size),
+            {{"direct", [&] { roads.direct(); }}, {"json", [&] { roads.json(); }}}, 0.5);
 }
 
-// The texts' lengths stand behind the size.
 void print_sizes(const std::string& folder) {
     for (size_t n : {1, 4, 16, 64, 256, 1024, 2048, 4096, 5000, 8192, 16384, 32768, 65536}) {
         size_row(folder, "numbers", n, 1, 1, n);
@@ -138,59 +121,8 @@ void print_sizes(const std::string& folder) {
     for (size_t n : {1, 2, 4, 8, 16}) size_row(folder, "outputs", n, 1, n, 300);
 }
 
-// A number of kB in the system's description of this process, where there is one.
-long from_status(const char* key) {
-    FILE* file = fopen("/proc/self/status", "r");
-    char line[256];
-    long number = 0;
-    while (file != nullptr && fgets(line, sizeof line, file) != nullptr) {
-        if (strncmp(line, key, strlen(key)) == 0) number = atol(line + strlen(key));
-    }
-    if (file != nullptr) fclose(file);
-    return number;
-}
-
-// What of the library's own file is in memory.
-long library_resident() {
-    FILE* file = fopen("/proc/self/smaps", "r");
-    char line[1024];
-    bool ours = false;
-    long sum = 0;
-    while (file != nullptr && fgets(line, sizeof line, file) != nullptr) {
-        if (strchr(line, '-') != nullptr && strchr(line, ':') != nullptr &&
-            strstr(line, " kB") == nullptr) {
-            ours = strstr(line, "onnxruntime_vornic") != nullptr;
-        } else if (ours && strncmp(line, "Rss:", 4) == 0) {
-            sum += atol(line + 4);
-        }
-    }
-    if (file != nullptr) fclose(file);
-    return sum;
-}
-
-void print_peak(const char* moment) { printf("%s\t%ld\n", moment, from_status("VmHWM:")); }
-
-void print_memory(const std::string& folder, bool library) {
-    print_peak("start");
-    for (size_t n : {2, 65536}) {
-        Roads roads(folder, "inputs1", 1, 1, n, library ? Roads::library : Roads::runtime);
-        print_peak(("sessions " + std::to_string(n)).c_str());
-        for (int i = 0; i < 10; ++i) library ? roads.json() : roads.direct();
-        print_peak(("run " + std::to_string(n)).c_str());
-    }
-    if (!library) return;
-    printf("library's file\t%ld\n", library_resident());
-    printf(
-        "InferenceSession\t%zu\nRunResult\t%zu\nIoBinding\t%zu\nFloatTensor\t%zu\n"
-        "InputTensor\t%zu\n",
-        sizeof(InferenceSession), sizeof(RunResult), sizeof(IoBinding), sizeof(FloatTensor),
-        sizeof(InputTensor));
-}
-
 int print_usage() {
-    fprintf(stderr,
-            "usage: runs MODELS table|fresh|sizes|memory library|memory direct|"
-            "loop ROAD NUMBERS COUNT\n");
+    fprintf(stderr, "usage: runs MODELS table|sizes|loop ROAD NUMBERS COUNT\n");
     return 2;
 }
 
@@ -200,17 +132,11 @@ int main(int argc, char** argv) {
     if (argc < 3) return print_usage();
     const std::string folder = argv[1];
     const std::string what = argv[2];
-    if (what == "fresh") {
-        print_fresh(folder);
-        return 0;
-    }
     settle_heap();
     if (what == "table") {
         print_table(folder);
     } else if (what == "sizes") {
         print_sizes(folder);
-    } else if (what == "memory" && argc == 4) {
-        print_memory(folder, strcmp(argv[3], "library") == 0);
     } else if (what == "loop" && argc == 6) {
         Roads roads(folder, "inputs1", 1, 1, static_cast<size_t>(atol(argv[4])));
         const auto call = roads_of(roads)[argv[3]];
