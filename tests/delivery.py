@@ -175,6 +175,9 @@ def tool():
                   run(*runner, program, *shlex.split(arguments), feed=feed, cwd=folder))
 
 
+CHUNKS = "chunk 0: 0.229\nchunk 1: 0.259\nchunk 2: 0.254\n"
+
+
 def examples():
     deps, cffi, other = given.source / ".deps", os.path.exists("/usr/share/common-lisp/source/cl-cffi"), given.build / "other"
     rows = [[*runner, given.build / f"detect_example{exe}"]]  # it was linked with the library
@@ -185,7 +188,7 @@ def examples():
         [*(glob.glob("/usr/lib/jvm/*-2[2-9]-*/bin/java") or ["Java 22"])[:1], "--enable-native-access=ALL-UNNAMED", "java/Detect.java"], [other / "detect_ocaml"], [other / "detect_pascal"]]
     model, library, nowhere = (f"{drive}{path}" for path in (deps / "models/silero_vad.onnx", given.library, "/nowhere/at.all"))
     cases = [  # what is given; exit status, output and a part of the complaint
-        ([model, library], (0, "chunk 0: 0.229\nchunk 1: 0.259\nchunk 2: 0.254\n", ".*")),
+        ([model, library], (0, CHUNKS, ".*")),
         ([nowhere, library], (1, "", f".*detect: CreateSession failed: Load model from {re.escape(nowhere)}.*")),
         ([model, nowhere], (1, "", ".*detect: .*")),
     ]
@@ -202,11 +205,15 @@ def examples():
 
 
 def build_by_cmake(prefix, work):
-    """The C examples that came with the prefix, built with what came with it."""
+    """The C example that came with the prefix, built with what came with it."""
     source = prefix / "share/doc/onnxruntime-vornic/examples/c"
     output(given.cmake, "-G", "Ninja", "-S", source, "-B", work / "by_cmake", f"-DCMAKE_PREFIX_PATH={prefix}", f"-DCMAKE_TOOLCHAIN_FILE={given.toolchain}")
     output(given.cmake, "--build", work / "by_cmake")
-    return work / f"by_cmake/run{exe}"
+    return work / f"by_cmake/detect{exe}"
+
+
+def detects(what, program):
+    check(what, (0, CHUNKS, ".*"), run(*runner, program, f"{drive}{given.source}/.deps/models/silero_vad.onnx"))
 
 
 def answers(what, program, prefix):
@@ -239,11 +246,12 @@ def linux_linkers(work, depends):
     output(given.cmake, "--install", given.build, "--prefix", work / "prefix", "--strip")
     prefix = (work / "prefix").rename(work / "moved away")
     check("link for the linker", r"libonnxruntime_vornic\.so\.1", os.readlink(prefix / "lib/libonnxruntime_vornic.so"))
-    answers("installed and moved, by CMake", build_by_cmake(prefix, work), prefix)
+    answers("installed and moved", prefix / "bin/onnxruntime_vornic-run", prefix)
+    detects("installed and moved, by CMake", build_by_cmake(prefix, work))
     flags = shlex.split(output("pkg-config", "--cflags", "--libs", "onnxruntime_vornic", env={**os.environ, "PKG_CONFIG_PATH": str(prefix / "lib/pkgconfig")}))
-    sources = (prefix / "share/doc/onnxruntime-vornic/examples/c").glob("run*.c")
-    output(given.cc, "-o", work / "by_pkg_config", *sources, *flags, f"-Wl,-rpath,{prefix}/lib")
-    answers("installed and moved, by pkg-config", work / "by_pkg_config", prefix)
+    source = prefix / "share/doc/onnxruntime-vornic/examples/c/detect.c"
+    output(given.cc, "-o", work / "by_pkg_config", source, *flags, f"-Wl,-rpath,{prefix}/lib")
+    detects("installed and moved, by pkg-config", work / "by_pkg_config")
     packages = {"libstdc++.so.6": "libstdc++6", "libgcc_s.so.1": "libgcc-s1"}  # the others are the C library's, or in the package
     for file in (prefix / "bin/onnxruntime_vornic-run", given.library, given.runtime):
         needed = re.findall(r"\(NEEDED\).*\[(.*)\]", output(given.readelf, "-dW", file))
@@ -251,7 +259,7 @@ def linux_linkers(work, depends):
 
 
 def windows_linkers(work, prefix):
-    answers("unpacked, by CMake and MinGW", shutil.copy(build_by_cmake(prefix, work), prefix / "bin"), prefix)
+    detects("unpacked, by CMake and MinGW", shutil.copy(build_by_cmake(prefix, work), prefix / "bin"))
     # For Microsoft's linker, with no C runtime: the exit status says that the runtime was found.
     (work / "client.c").write_text('#include "onnxruntime_vornic.h"\nint start(void) { return 41 + onnxruntime_vn_available(); }\n')
     clang, link = (shutil.which(f"{name}-14") or name for name in ("clang", "lld-link"))
