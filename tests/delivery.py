@@ -131,6 +131,19 @@ FEED = '{"x":' + ITEM % ("1,3", "1,2.5,3") + "}"
 LONG = '{"x":' + ITEM % ("9000", ",".join(["0.123456789"] * 9000)) + "}"
 ODD = '{"a"b\\c":' + ITEM % ("1", "7") + "}"
 GIVES = r'\{"outputs":\{"y":\{"dtype":"float32","shape":\[1,3\],"data":\[2,5,6\]\}\}\}\n'
+REFUSED = r'\{"error":"%s"\}\n'
+# Feeds and results of lines, and strings with a line break among them.
+COUNT = "".join('{"x":%s}\n' % ITEM % ("1,3", f"0,0,{i}") for i in range(2000))
+COUNTED = "".join('{"outputs":{"y":%s}}\n' % ITEM % ("1,3", f"0,0,{2 * i}") for i in range(2000))
+WORDS = '{"data":%s,"x":%s}' % (ITEM % ("1,2", '"two\\nlines",""'), ITEM % ("1,2", "0,0"))
+WORDS = WORDS.replace("float32", "string", 1).replace("float32", "int64")
+REFUSALS = {
+    FEED.replace("float", "\\\1"): r"unsupported input dtype '\\\\\\u000132'",
+    FEED.replace("float", 99 * "ä"): r".*ä\\ufffd.*",
+    '{"x":{"dtype":"float32"}}': "no reason given: .*",
+    FEED + "\0": "not a text",
+    FEED[:50]: "malformed JSON numeric array",
+}
 TIMES = r"7 runs: minimum [\d.]+ us, median [\d.]+ us, maximum [\d.]+ us\n"
 LINES = r'\{"inputs":\[\{"name":"x",.*\n\{"outputs":\[\{"name":"y",.*\n\{"metadata":\{.*va\\"lue.*\}\}\n\{"providers":\["[^\n]*CPUExecutionProvider".*\]\}\n'
 # Arguments of the tool; standard input; exit status; all of standard output; a part of standard error.
@@ -140,7 +153,7 @@ TOOL = [
         ("", "no MODEL is given"), ("--feed", "no MODEL is given"), ("--feed double.onnx feed.json", "--feed takes neither"),
         ("--bench x double.onnx feed.json", "not understood: x"), ("--threads 0 double.onnx", "not understood: 0"),
         ("double.onnx --bench", "needs a value: --bench"), ("double.onnx --provider=", "needs a value: --provider="),
-        ("--nothing double.onnx", "not understood: --nothing"))],
+        ("--lines --bench 3 double.onnx", "--lines takes neither"), ("--nothing double.onnx", "not understood: --nothing"))],
     ("--version", "", 0, r"onnxruntime_vornic-run \d+\.\d+\.\d+, ONNX Runtime 1\.\d+\.\d+\n", ""),
     ("words.onnx", "", 0, r'.*"custom_metadata_map":\{"\w+":"1","\w+":"1"\}\}\}\n.*', ""),
     ("words.onnx --feed", "", 0, r'\{"data":\{"dtype":"string","shape":\[1,2\],"data":\["",""\]\},\n "x":\{.*\[1,2\],"data":\[0,0\]\}\}\n', ""),
@@ -159,6 +172,14 @@ TOOL = [
     ("double.onnx -", "", 1, "", "run: input_feed_json is empty\n  input \"x\": float32 [-1,3]\n  output \"y\": float32 [-1,3]"),
     ("double.onnx -", '{"x":{"dtype":"float32"}}', 1, "", "run: no reason given"),
     ("double.onnx -", FEED + "\0", 1, "", "-: not a text"),
+    ("double.onnx --lines", COUNT, 0, re.escape(COUNTED), ""),
+    ("double.onnx --lines - y", f"{FEED}\r\n\n{FEED.replace('2.5', ' ' * 10**7 + '2.5')}\n{FEED}", 1,
+     GIVES + REFUSED % "input_feed_json is empty" + 2 * GIVES, ""),
+    ("double.onnx --lines", "\n".join(REFUSALS), 1,
+     "".join(REFUSED % why for why in REFUSALS.values()), ""),
+    ("words.onnx --lines", WORDS, 0, r".*two\\u000alines.*\n", ""),
+    ("long.onnx --lines", LONG, 1, REFUSED % "the result is cut at the text's limit", ""),
+    *[(f"double.onnx --lines {file}", "", 1, "", f"{file}: ") for file in ("absent.json", ".")],
     *[(f"double.onnx {file}", "", 1, "", complaint) for file, complaint in (("absent.json", "absent.json: No such file"), ("huge.json", "huge.json: too large"))],
 ]
 
@@ -173,6 +194,13 @@ def tool():
             program = given.build / f"onnxruntime_vornic-run{exe}"
             check(f"onnxruntime_vornic-run {arguments}", (status, out, f".*{re.escape(err)}.*"),
                   run(*runner, program, *shlex.split(arguments), feed=feed, cwd=folder))
+        talk = play.Program([*runner, program, "double.onnx", "--lines"], cwd=folder)
+        answers = "".join(talk.ask([(FEED,)])[0] + "\n" for _ in range(3))
+        check("--lines answers before the next line comes", GIVES * 3, answers)
+        talk.process.stdout.close()
+        talk.send([(FEED,)])
+        talk.close()
+        check("--lines without a reader", 3, talk.process.wait(60))
 
 
 CHUNKS = "chunk 0: 0.229\nchunk 1: 0.259\nchunk 2: 0.254\n"
