@@ -208,28 +208,37 @@ CHUNKS = "chunk 0: 0.229\nchunk 1: 0.259\nchunk 2: 0.254\n"
 
 def examples():
     deps, cffi, other = given.source / ".deps", os.path.exists("/usr/share/common-lisp/source/cl-cffi"), given.build / "other"
-    rows = [[*runner, given.build / f"detect_example{exe}"]]  # it was linked with the library
+    tool, csharp = given.build / "onnxruntime_vornic-run", other / "detect.exe"
+    linked = [given.build / f"detect_example{exe}", other / "detect_pascal", other / "detect_fortran"]
+    rows = [[*runner, linked[0]]]
     rows += [[*runner, deps / "node/node.exe", "node/detect.js"]] * windows + [["node", "node/detect.js"]] * (not windows and not runner)
     rows += (not runner) * [
         [sys.executable, "python/detect.py"], ["luajit", "luajit/detect.lua"], ["perl", "perl/detect.pl"], ["php", "php/detect.php"],
         ["racket", "racket/detect.rkt"], ["ruby", "ruby/detect.rb"], ["sbcl" if cffi else "no CFFI", "--script", "lisp/detect.lisp"],
-        [*(glob.glob("/usr/lib/jvm/*-2[2-9]-*/bin/java") or ["Java 22"])[:1], "--enable-native-access=ALL-UNNAMED", "java/Detect.java"], [other / "detect_ocaml"], [other / "detect_pascal"]]
+        [*(glob.glob("/usr/lib/jvm/*-2[2-9]-*/bin/java") or ["Java 22"])[:1], "--enable-native-access=ALL-UNNAMED", "java/Detect.java"],
+        [other / "detect_ocaml"], [linked[1]], [linked[2]], ["mono" if csharp.exists() else "no compiler of C#", csharp],
+        ["escript" if tool.exists() else "no tool", "erlang/detect.erl"]]
     model, library, nowhere = (f"{drive}{path}" for path in (deps / "models/silero_vad.onnx", given.library, "/nowhere/at.all"))
     cases = [  # what is given; exit status, output and a part of the complaint
         ([model, library], (0, CHUNKS, ".*")),
-        ([nowhere, library], (1, "", f".*detect: CreateSession failed: Load model from {re.escape(nowhere)}.*")),
+        ([nowhere, library], (1, "", f".*: CreateSession failed: Load model from {re.escape(nowhere)}.*")),
         ([model, nowhere], (1, "", ".*detect: .*")),
     ]
     environment = {**os.environ, "NODE_PATH": f"{drive}{deps}/node/node_modules", "NODE_SKIP_PLATFORM_CHECK": "1"}
     for *command, example in rows:
-        linked = example in (rows[0][-1], other / "detect_pascal")
-        for paths, expected in cases[: 2 if linked else 3]:
+        count = 1 if example in linked else 2  # of arguments
+        for paths, expected in cases[: count + 1]:
+            if example == "erlang/detect.erl":  # its second one is the tool
+                paths = [paths[0], paths[1].replace(library, str(tool))]
             if not shutil.which([*command, example][0]):
                 print(f"{example} is left out: what runs it is not there")
                 continue
             with tempfile.TemporaryDirectory() as empty:
                 source = example if isinstance(example, pathlib.Path) else f"{drive}{given.source}/examples/{example}"
-                check(f"{example} {paths}", expected, run(*command, source, *paths[: 2 - linked], cwd=empty, env=environment))
+                check(f"{example} {paths}", expected, run(*command, source, *paths[:count], cwd=empty, env=environment))
+    if (other / "double_fortran").exists():
+        doubled = "  2.000  5.000  6.000\n -8.000  0.250 12.000\n"
+        check("Fortran's array", (0, doubled, ".*"), run(other / "double_fortran", models / "double.onnx"))
 
 
 def build_by_cmake(prefix, work):
