@@ -14,9 +14,10 @@ sys.path.insert(0, str(ROOT / "examples/python"))
 
 import cluster
 import distributed
+import roads
 import speech
 
-LIBRARY, MODEL = os.path.abspath(sys.argv[1]), str(speech.MODEL)
+LIBRARY, MODEL = os.path.abspath(sys.argv[1]), roads.fetched(speech.MODEL)
 COUNT = 400
 
 
@@ -50,9 +51,10 @@ def in_one_process(paths):
 def in_cluster(workers, paths, batch, kill_at=None):
     """The answers, the seconds they took, and the longest wait for one."""
     answers, longest, before = {}, 0, None
-    with distributed.LocalCluster(n_workers=workers, threads_per_worker=1, host="127.0.0.1",
-                                  dashboard_address=None) as made, distributed.Client(made) as client:
-        dict(cluster.detect(client, LIBRARY, MODEL, paths[:2 * workers], 1))  # sessions stand
+    with distributed.LocalCluster(
+        n_workers=workers, threads_per_worker=1, host="127.0.0.1", dashboard_address=None
+    ) as made, distributed.Client(made) as client:
+        dict(cluster.detect(client, LIBRARY, MODEL, paths[: 2 * workers], 1))  # sessions stand
         begin = before = time.perf_counter()
         for path, answer in cluster.detect(client, LIBRARY, MODEL, paths, batch):
             longest, before = max(longest, time.perf_counter() - before), time.perf_counter()
@@ -72,8 +74,11 @@ def report(name, expected, answers, seconds, alone, longest=None):
     if answers != expected:
         sys.exit(f"FAILED: {name}: {len(answers)} answers, not those of one process")
     waited = f", longest wait {longest:.2f} s" if longest is not None else ""
-    print(f"{name}: {len(answers) / seconds:.0f} recordings/s, {alone / seconds:.2f} of one "
-          f"process{waited}", flush=True)
+    print(
+        f"{name}: {len(answers) / seconds:.0f} recordings/s, {alone / seconds:.2f} of one "
+        f"process{waited}",
+        flush=True,
+    )
 
 
 def main():
@@ -94,7 +99,14 @@ def main():
         for kills in ("never", "in the middle"):
             kill_at = COUNT // 3 if kills == "in the middle" else None
             answers, seconds, longest = in_cluster(2, paths, 10, kill_at)
-            report(f"2 workers, batches of 10, one killed {kills}", expected, answers, seconds, alone, longest)
+            report(
+                f"2 workers, batches of 10, one killed {kills}",
+                expected,
+                answers,
+                seconds,
+                alone,
+                longest,
+            )
 
 
 if __name__ == "__main__":

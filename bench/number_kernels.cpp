@@ -2,7 +2,6 @@
 //
 //   number_kernels [rounds]      best of so many rounds (9), ns a number and ratios
 
-#include <onnxruntime_c_api.h>
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -15,10 +14,7 @@
 #include <vector>
 
 #include "json/array_reader.h"
-#include "json/number_conversion.h"
-#include "json/number_writer.h"
-
-const OrtApi* g_api;  // for the last error's text, which no refusal of ONNX Runtime reaches here
+#include "number/number_writer.h"
 
 namespace {
 
@@ -69,7 +65,7 @@ void read_row(const char* name, const std::vector<std::string>& numbers,
         const NumberArrayExtent extent = vnort_number_array_extent(text.c_str());
         uint64_t count = 0;
         vnort_read_numbers(text.c_str(), extent.end, static_cast<int64_t>(extent.bound), &count,
-                           {vnort_convert_all<float>, ours_read.data()});
+                           ours_read.data());
         return count;
     };
     const auto library = [&] {

@@ -17,12 +17,29 @@ set(vornic_entry_sources ${vornic_sources})
 list(FILTER vornic_entry_sources INCLUDE REGEX "/core/runtime_entry_")
 list(FILTER vornic_sources EXCLUDE REGEX "/core/runtime_entry_")
 
+# Parts that tests, proofs and benchmarks also use by themselves, without ONNX Runtime: the number
+# kernels, and reading arrays of numbers.
+function(vornic_part name)
+    add_library(${name} OBJECT ${ARGN})
+    vornic_library_options(${name})
+    target_include_directories(${name} PUBLIC "${PROJECT_SOURCE_DIR}/include"
+        "${PROJECT_SOURCE_DIR}/src" "${PROJECT_SOURCE_DIR}/src/number/${architecture}")
+endfunction()
+set(vornic_number_sources ${vornic_sources})
+list(FILTER vornic_number_sources INCLUDE REGEX "/src/number/")
+set(vornic_array_sources ${vornic_sources})
+list(FILTER vornic_array_sources INCLUDE REGEX
+    "/src/(core/last_error|json/array_reader|json/number_block|json/scan)\\.cpp$")
+set(vornic_other_sources ${vornic_sources})
+list(REMOVE_ITEM vornic_other_sources ${vornic_number_sources} ${vornic_array_sources})
+vornic_part(vornic_number ${vornic_number_sources})
+vornic_part(vornic_arrays ${vornic_array_sources})
+target_link_libraries(vornic_arrays PUBLIC vornic_number INTERFACE $<TARGET_OBJECTS:vornic_number>)
+
 # Everything but the way to the runtime, so that the tests can put a table of their own there.
-add_library(vornic_objects OBJECT ${vornic_sources})
-vornic_library_options(vornic_objects)
-target_include_directories(vornic_objects PUBLIC "${PROJECT_SOURCE_DIR}/include"
-    "${PROJECT_SOURCE_DIR}/src" "${PROJECT_SOURCE_DIR}/src/json/${architecture}")
-target_link_libraries(vornic_objects PUBLIC onnxruntime_header)
+vornic_part(vornic_objects ${vornic_other_sources})
+target_link_libraries(vornic_objects PUBLIC onnxruntime_header
+    INTERFACE $<TARGET_OBJECTS:vornic_number> $<TARGET_OBJECTS:vornic_arrays>)
 
 add_library(onnxruntime_vornic SHARED ${vornic_entry_sources})
 vornic_library_options(onnxruntime_vornic)

@@ -28,4 +28,13 @@ list(JOIN symbols "\n" symbols)
 file(CONFIGURE OUTPUT debian/symbols CONTENT
     "libonnxruntime_vornic.so.${PROJECT_VERSION_MAJOR} ${deb_library} #MINVER#\n* Build-Depends-Package: ${deb_development}\n${symbols}\n")
 file(CONFIGURE OUTPUT debian/triggers CONTENT "activate-noawait ldconfig\n")
+# Python's own, of the examples that root has run, which dpkg does not know of. Where the system is set to
+# leave out documents there is no folder.
+file(CONFIGURE OUTPUT debian/prerm @ONLY CONTENT [[#!/bin/sh
+set -e
+folder=/usr/share/doc/@deb_name@
+if [ -d "$folder" ]; then
+    find "$folder" -type d -name __pycache__ -prune -exec rm -r {} +
+fi
+]])
 configure_file("${CMAKE_CURRENT_LIST_DIR}/packages.cmake.in" packages.cmake @ONLY)

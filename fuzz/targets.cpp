@@ -14,9 +14,9 @@
 #include "json/array_reader.h"
 #include "json/feed.h"
 #include "json/input_tensor.h"
-#include "json/number_reader.h"
-#include "json/number_writer.h"
 #include "json/output_tensor.h"
+#include "number/number_reader.h"
+#include "number/number_writer.h"
 #include "session/provider_options.h"
 #include "support/platform.h"
 

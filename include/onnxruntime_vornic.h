@@ -45,7 +45,7 @@
  *
  * JSON TENSORS
  *
- * An input tensor is an object with three members, in any order where data holds numbers:
+ * An input tensor is an object with three members, data last where it holds strings:
  *
  *     {"dtype":"float32","shape":[2,3],"data":[1,2,3,4,5,6]}
  *
@@ -87,7 +87,7 @@
 #define ONNXRUNTIME_VORNIC_VERSION_MAJOR 1
 /** Grows when something is added. */
 #define ONNXRUNTIME_VORNIC_VERSION_MINOR 0
-/** Grows when something is mended. */
+/** Incremented for fixes. */
 #define ONNXRUNTIME_VORNIC_VERSION_PATCH 0
 
 #if defined(_WIN32)
@@ -108,7 +108,7 @@
 extern "C" {
 #endif
 
-/** Wished settings of a session. */
+/** Settings for a session to be created. */
 typedef struct SessionOptions SessionOptions;
 /** A loaded model, ready to run. */
 typedef struct InferenceSession InferenceSession;
@@ -218,7 +218,7 @@ onnxruntime_vn_session_options_append_execution_provider(SessionOptions* options
 
 /** Appends an execution provider with options: a flat JSON object whose values are strings or bare
  * words, for example {"device_id":"0"}; null stands for {}. Nothing nests, and a backslash only
- * keeps the character behind it. At most 1,023 bytes are kept. The text is read when a session is
+ * keeps the character after it. At most 1,023 bytes are kept. The text is read when a session is
  * created. For "CPUExecutionProvider" (or "CPU") only the key use_arena counts: 0 or false switches
  * the CPU memory arena off, everything else on, whatever the arena setters above say.
  * @return as onnxruntime_vn_session_options_append_execution_provider. */

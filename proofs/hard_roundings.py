@@ -4,7 +4,7 @@
 Prints a line for each: "write" and the bits of a double whose digits after the 17th (or, of a
 float, the 9th) are nearest to a half, or "read" and a decimal nearest to a half way point between
 two doubles. Exits with 1 if a double comes too near to a half for the writer, which relies on that
-none does (see round_to_digits in src/json/number_writer.cpp).
+none does (see round_to_digits in src/number/number_writer.cpp).
 """
 import struct
 import sys

@@ -11,6 +11,7 @@ import sys
 
 import distributed
 import recording
+import roads
 import speech
 from onnxruntime_vornic import Library, VornicError
 
@@ -44,12 +45,14 @@ def shares_of_speech(paths):
 def detect(client, library, model, paths, batch):
     """The share of speech in each recording, or why there is none, in the order of their coming."""
     client.register_worker_plugin(Detector(library, model))
-    tasks = {f"batch {i}": paths[i:i + batch] for i in range(0, len(paths), batch)}
+    tasks = {f"batch {i}": paths[i : i + batch] for i in range(0, len(paths), batch)}
     # The futures are nobody's but the iterator's, which lets go of each that is done. A result that
     # is held on to would be worked out again when the worker that has it dies.
     done = distributed.as_completed(
         client.map(shares_of_speech, list(tasks.values()), key=list(tasks), pure=False),
-        with_results=True, raise_errors=False)
+        with_results=True,
+        raise_errors=False,
+    )
     for future, answers in done:
         if future.status == "finished":
             yield from answers.items()
@@ -61,16 +64,24 @@ def main():
     parser = argparse.ArgumentParser(prog="cluster", description=__doc__)
     parser.add_argument("recordings", nargs="+", help=recording.TAKES)
     parser.add_argument("--library", help="the library's file")
-    parser.add_argument("--model", default=str(speech.MODEL), help="another detector")
-    parser.add_argument("--scheduler", metavar="ADDRESS", help="that of a cluster which runs already")
+    parser.add_argument(
+        "--model", help=f"another detector (default: {speech.MODEL}, where scripts/demo has put it)"
+    )
+    parser.add_argument(
+        "--scheduler", metavar="ADDRESS", help="that of a cluster which runs already"
+    )
     parser.add_argument("--workers", type=int, default=os.cpu_count(), help="processes, without it")
     parser.add_argument("--batch", type=int, default=10, help="recordings a task, 10 unless given")
     given = parser.parse_args()
+    model = given.model or roads.fetched(speech.MODEL)
     cluster = given.scheduler or distributed.LocalCluster(
-        n_workers=given.workers, threads_per_worker=1, host="127.0.0.1", dashboard_address=None)
+        n_workers=given.workers, threads_per_worker=1, host="127.0.0.1", dashboard_address=None
+    )
     with distributed.Client(cluster) as client:
-        for path, share in detect(client, given.library, given.model, given.recordings, given.batch):
-            print(f"{share:6.0%}  {path}" if isinstance(share, float) else f"     -  {path}: {share}")
+        for path, share in detect(client, given.library, model, given.recordings, given.batch):
+            print(
+                f"{share:6.0%}  {path}" if isinstance(share, float) else f"     -  {path}: {share}"
+            )
 
 
 if __name__ == "__main__":

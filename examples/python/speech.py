@@ -7,9 +7,9 @@ import time
 
 import recording
 import roads
-from onnxruntime_vornic import CHECKOUT, Library, VornicError, feed_json, tensor
+from onnxruntime_vornic import Library, VornicError, feed_json, tensor
 
-MODEL = CHECKOUT / ".deps" / "models" / "silero_vad.onnx"
+MODEL = "silero_vad.onnx"
 CHUNK = 512  # Samples; the detector was trained on chunks of this size.
 BLOCKS = "▁▂▃▄▅▆▇█"
 LINE = 75  # Chunks on a line, 2.4 s.
@@ -42,7 +42,7 @@ def describe(library, session, model):
 def output_text(result, name):
     """An output as it stands in a result's text, which can be fed to the next run as it is."""
     begin = result.index("{", result.index(f'"{name}":'))
-    text = result[begin:result.index("}", begin) + 1]
+    text = result[begin : result.index("}", begin) + 1]
     if text.startswith('{"error"'):
         raise VornicError(text)
     return text
@@ -54,7 +54,7 @@ def detect(session, samples):
     rate = tensor("int64", [], [recording.RATE])
     h = c = json.dumps(tensor("float32", [2, 1, 64], [0] * 128))
     for start in range(0, len(samples) - CHUNK + 1, CHUNK):
-        chunk = tensor("float32", [1, CHUNK], samples[start:start + CHUNK])
+        chunk = tensor("float32", [1, CHUNK], samples[start : start + CHUNK])
         # The state goes in as the text that came out: reading and writing it here would take longer
         # than the run.
         feed = feed_json({"input": chunk, "sr": rate})[:-1] + f',"h":{h},"c":{c}}}'
@@ -80,7 +80,7 @@ def time_marks(first, count):
 def show(probabilities):
     line = "".join(BLOCKS[min(max(int(p * 8), 0), 7)] for p in probabilities)
     for first in range(0, len(line), LINE):
-        part = line[first:first + LINE]
+        part = line[first : first + LINE]
         print(f"\n  {part}\n  {time_marks(first, len(part))}")
 
 
@@ -97,20 +97,30 @@ def speech(library, model, path):
     chunks = len(samples) // CHUNK
     print(f"\nSpeech in {path}, {chunks} chunks of {length} ms")
     show(probabilities)
-    print(f"\n{1000 * whole / chunks:.2f} ms a chunk, {1000 * inside / chunks:.2f} ms of it in the "
-          f"library: {chunks * length / 1000 / whole:.0f} times faster than real time")
+    print(
+        f"\n{1000 * whole / chunks:.2f} ms a chunk, {1000 * inside / chunks:.2f} ms of it in the "
+        f"library: {chunks * length / 1000 / whole:.0f} times faster than real time"
+    )
 
 
 def arguments():
     parser = argparse.ArgumentParser(
-        prog="speech", description=__doc__,
-        epilog="Without --model, four ways of running a model are timed afterwards (roads.py).")
-    parser.add_argument("recording", nargs="?", default=recording.DEFAULT,
-                        help=f"{recording.TAKES} (default: %(default)s)")
-    parser.add_argument("--model", help="another speech detector with the same inputs and outputs "
-                        f"(default: {MODEL})")
-    parser.add_argument("--library", help="the library's file (default: "
-                        "$ONNXRUNTIME_VORNIC_LIBRARY, or the one built in this checkout)")
+        prog="speech",
+        description=__doc__,
+        epilog="Without --model, four ways of running a model are timed afterwards (roads.py).",
+    )
+    parser.add_argument(
+        "recording",
+        nargs="?",
+        default=recording.DEFAULT,
+        help=f"{recording.TAKES} (default: %(default)s)",
+    )
+    parser.add_argument(
+        "--model",
+        help="another speech detector with the same inputs and outputs "
+        f"(default: {MODEL}, where scripts/demo has put it)",
+    )
+    parser.add_argument("--library", help=roads.LIBRARY)
     return parser.parse_args()
 
 
@@ -119,10 +129,10 @@ def main():
     given = arguments()
     try:
         library = Library(given.library)
-        speech(library, MODEL if given.model is None else given.model, given.recording)
+        speech(library, given.model or roads.fetched(MODEL), given.recording)
         if given.model is None:
             print()
-            roads.compare(library, roads.MODEL, given.recording)
+            roads.compare(library, roads.fetched(roads.MODEL), given.recording)
     except (VornicError, recording.RecordingError) as error:
         sys.stdout.flush()
         print(f"speech: {error}", file=sys.stderr)

@@ -5,6 +5,7 @@
 #include "core/host_state.h"
 #include "core/last_error.h"
 #include "core/owned.h"
+#include "core/status.h"
 #include "onnxruntime_vornic.h"
 #include "run/run_outputs.h"
 

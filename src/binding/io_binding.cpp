@@ -7,6 +7,7 @@
 #include "core/float_state.h"
 #include "core/last_error.h"
 #include "core/owned.h"
+#include "core/status.h"
 #include "onnxruntime_vornic.h"
 #include "run/input_values.h"
 

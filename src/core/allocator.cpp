@@ -1,7 +1,7 @@
 #include "core/allocator.h"
 
-#include "core/last_error.h"
 #include "core/runtime.h"
+#include "core/status.h"
 
 OrtAllocator* vnort_default_allocator() {
     OrtAllocator* allocator = nullptr;

@@ -5,14 +5,14 @@
 
 void vnort_appendf(BoundedText& text, const char* format, ...) {
     if (text.length >= text.capacity) return;
-    uint64_t room = text.capacity - text.length;
+    uint64_t space = text.capacity - text.length;
     va_list values;
     va_start(values, format);
-    int printed = vsnprintf(text.buffer + text.length, room, format, values);
+    int printed = vsnprintf(text.buffer + text.length, space, format, values);
     va_end(values);
     if (printed <= 0) return;
     uint64_t wanted = static_cast<uint64_t>(printed);
-    text.length = wanted < room ? text.length + wanted : text.capacity - 1;
+    text.length = wanted < space ? text.length + wanted : text.capacity - 1;
     text.buffer[text.length] = '\0';
 }
 

@@ -1,4 +1,4 @@
-// Text in a fixed array. Writers append piece after piece without looking at the room left: what
+// Text in a fixed array. Writers append piece after piece without checking the space left: what
 // does not fit is cut, silently, and the text always ends with a terminator inside its array.
 #pragma once
 
@@ -16,8 +16,8 @@ struct BoundedText {
 // Appends as much of the piece as fits; a cut text is exactly full.
 inline void vnort_append(BoundedText& text, std::string_view piece) {
     if (text.length >= text.capacity) return;
-    uint64_t room = text.capacity - text.length;
-    uint64_t taken = piece.size() < room ? piece.size() : room - 1;
+    uint64_t space = text.capacity - text.length;
+    uint64_t taken = piece.size() < space ? piece.size() : space - 1;
     memcpy(text.buffer + text.length, piece.data(), taken);
     text.length += taken;
     text.buffer[text.length] = '\0';

@@ -4,7 +4,6 @@
 #include <stdio.h>
 #include <string.h>
 
-#include "core/runtime.h"
 #include "onnxruntime_vornic.h"
 
 char g_error[kErrorCapacity];
@@ -27,19 +26,6 @@ void vnort_format_error(const char* format, ...) {
     va_start(values, format);
     vsnprintf(g_error, kErrorCapacity, format, values);
     va_end(values);
-}
-
-int32_t vnort_status_ok(OrtStatus* status, const char* name) {
-    if (status == nullptr) return 1;
-    const char* message = g_api != nullptr ? g_api->GetErrorMessage(status) : nullptr;
-    const char* separator = message != nullptr ? ": " : "";
-    vnort_format_error("%s failed%s%s", name, separator, message != nullptr ? message : "");
-    vnort_ignore_status(status);
-    return 0;
-}
-
-void vnort_ignore_status(OrtStatus* status) {
-    if (status != nullptr && g_api != nullptr) g_api->ReleaseStatus(status);
 }
 
 const char* onnxruntime_vn_last_error() { return g_error; }

@@ -1,4 +1,4 @@
-// The fixed capacities that every room shares. Text capacities are in bytes and include the
+// The fixed capacities of the interface. Text capacities are in bytes and include the
 // terminator.
 #pragma once
 

@@ -6,8 +6,8 @@
 #include "core/limits.h"
 
 struct NativePath {
-    const ORTCHAR_T* text;          // points into room or at the source
-    ORTCHAR_T room[kPathCapacity];  // used only where paths are converted
+    const ORTCHAR_T* text;            // points into buffer or at the source
+    ORTCHAR_T buffer[kPathCapacity];  // used only where paths are converted
 };
 
 // Fills path from UTF-8 text, which must outlive it. False when the text cannot be converted or

@@ -3,6 +3,6 @@
 #include "core/native_path.h"
 
 bool vnort_native_path(const char* utf8, NativePath* path) {
-    path->text = path->room;
-    return MultiByteToWideChar(CP_UTF8, 0, utf8, -1, path->room, kPathCapacity) > 0;
+    path->text = path->buffer;
+    return MultiByteToWideChar(CP_UTF8, 0, utf8, -1, path->buffer, kPathCapacity) > 0;
 }

@@ -1,4 +1,4 @@
-// The one door to ONNX Runtime: the function table that every other room calls through.
+// The function table of ONNX Runtime, through which the library makes every call but the first.
 #pragma once
 
 #include <onnxruntime_c_api.h>

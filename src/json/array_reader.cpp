@@ -1,7 +1,9 @@
 #include "json/array_reader.h"
 
+#include <algorithm>
+
 #include "json/number_block.h"
-#include "json/number_reader.h"
+#include "number/number_reader.h"
 
 namespace {
 
@@ -9,20 +11,21 @@ namespace {
 struct ArrayPosition {
     const char* at;
     int64_t items = 0;
-    AfterItem after = AfterItem::comma;  // what was behind the last item
+    AfterItem after = AfterItem::comma;  // what was after the last item
 };
 
-// Reads numbers one by one into the blocks' buffer, while commas follow them, no block is due and the
-// buffer has space. 0 with the reason in the last-error text; what was read before it counts all the
-// same.
-int32_t read_each_number(ArrayPosition* position, int64_t capacity, NumberBlocks* blocks) {
-    double* const numbers = blocks->numbers();
+// Reads numbers one by one while commas follow them, slots are left and `until`, unless it is null, is
+// ahead. 0 with the reason in the last-error text; what was read before it counts all the same.
+template <typename Number>
+int32_t read_each_number(ArrayPosition* position, const char* until, int64_t capacity,
+                         Number* numbers, int64_t slots) {
     const char* at = position->at;
     AfterItem after = AfterItem::comma;
     const char* reason = nullptr;
     int64_t count = 0;
-    while (reason == nullptr && after == AfterItem::comma && !blocks->is_due(at) &&
-           count < NumberBlocks::kRoom) {
+    for (; reason == nullptr && after == AfterItem::comma && count < slots &&
+           (until == nullptr || at < until);
+         ++count) {
         at = vnort_skip_blanks(at);
         if (*at == ']') {
             after = AfterItem::end;
@@ -37,7 +40,7 @@ int32_t read_each_number(ArrayPosition* position, int64_t capacity, NumberBlocks
             reason = "failed to parse JSON numeric array";
             break;
         }
-        numbers[count++] = number.value;
+        numbers[count] = static_cast<Number>(number.value);
         at = number.end;
         after = vnort_after_item(&at);
         if (after == AfterItem::malformed) reason = "malformed JSON numeric array";
@@ -84,27 +87,60 @@ int32_t select_names(const char* text, const Name* names, uint64_t name_count,
     return 1;
 }
 
-}  // namespace
-
-int32_t vnort_read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
-                           NumberSink sink) {
+// Reads an array part by part. `take_part` is called with the index of the part's first number and with
+// a function that reads numbers into the slots it is given and returns their count.
+template <typename TakePart>
+int32_t read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
+                     TakePart take_part) {
     *count = 0;
     const char* bracket = text != nullptr ? strchr(text, '[') : nullptr;
     if (bracket == nullptr) return 0;
     ArrayPosition position{bracket + 1};
-    NumberBlocks blocks(text, end);
+    // Blocks are tried from here on, and left for good after one that did not fill all of its slots.
+    const bool has_blocks = end != nullptr && end - text > kNumberBlockBefore;
+    const char* block_from = has_blocks ? text + kNumberBlockBefore : nullptr;
     int32_t is_good = 1;
     while (is_good && position.after == AfterItem::comma) {
         const int64_t first = position.items;
-        if (blocks.is_due(position.at)) {
-            position.items += blocks.read(&position.at, capacity - position.items);
-        } else {
-            is_good = read_each_number(&position, capacity, &blocks);
-        }
-        sink.take(sink.to, first, blocks.numbers(), position.items - first);
+        take_part(first, [&](auto* numbers, int64_t slots) {
+            if (block_from != nullptr && position.at >= block_from) {
+                const int64_t most = std::min(slots, capacity - first);
+                const auto read = vnort_read_number_block(position.at, end, numbers, most);
+                position.at = read.at;
+                position.items += read.count;
+                if (read.count <= 0 || read.count <= most - 4) block_from = nullptr;
+            } else {
+                is_good = read_each_number(&position, block_from, capacity, numbers, slots);
+            }
+            return position.items - first;
+        });
     }
     if (is_good) *count = static_cast<uint64_t>(position.items);
     return is_good;
+}
+
+}  // namespace
+
+int32_t vnort_read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
+                           NumberSink sink) {
+    constexpr int64_t kSlots = 256;
+    double numbers[kSlots];
+    return read_numbers(text, end, capacity, count, [&](int64_t first, auto read) {
+        const int64_t taken = read(numbers, kSlots);
+        sink.take(sink.to, first, numbers, taken);
+    });
+}
+
+int32_t vnort_read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
+                           float* numbers) {
+    return read_numbers(text, end, capacity, count,
+                        [&](int64_t first, auto read) { read(numbers + first, INT64_MAX); });
+}
+
+int32_t vnort_read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
+                           double* numbers) {
+    return read_numbers(text, end, capacity, count,
+                        [&](int64_t first, auto read) { read(numbers + first, INT64_MAX); });
 }
 
 int32_t vnort_parse_number_array_double(const char* text, double* numbers, int64_t capacity,
@@ -112,10 +148,7 @@ int32_t vnort_parse_number_array_double(const char* text, double* numbers, int64
     if (count == nullptr) return 0;
     *count = 0;
     if (numbers == nullptr) return 0;
-    const auto take = [](void* to, int64_t first, const double* from, int64_t taken) {
-        memcpy(static_cast<double*>(to) + first, from, static_cast<size_t>(taken) * sizeof *from);
-    };
-    return vnort_read_numbers(text, nullptr, capacity, count, {take, numbers});
+    return vnort_read_numbers(text, nullptr, capacity, count, numbers);
 }
 
 NumberArrayExtent vnort_number_array_extent(const char* text) {

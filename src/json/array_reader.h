@@ -35,6 +35,12 @@ struct NumberSink {
 int32_t vnort_read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
                            NumberSink sink);
 
+// The same into an array, of doubles or of the floats that they convert to.
+int32_t vnort_read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
+                           float* numbers);
+int32_t vnort_read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
+                           double* numbers);
+
 // The same into an array of doubles; a null array or count fails like a null text.
 int32_t vnort_parse_number_array_double(const char* text, double* numbers, int64_t capacity,
                                         uint64_t* count);

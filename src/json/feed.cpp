@@ -6,12 +6,12 @@
 
 namespace {
 
-// An input on its way through the text: first its name is looked for, then the brace behind it,
-// then the keys behind that.
+// The search for one input: first for its quoted name, then for the brace after it, then for the keys
+// after that.
 struct Search {
     const char* name;
     size_t name_length;
-    const char* brace_from;  // where the brace may stand: behind the quoted name
+    const char* brace_from;  // where to look for the brace: after the quoted name
     FeedItem* item;
 
     bool wants_name() const { return item->name == nullptr; }

@@ -1,16 +1,16 @@
 // Where the tensors stand in a feed text. A feed is searched, not parsed: a name or a key is found
-// at the first place where it stands between double quotes.
+// at its first occurrence between double quotes.
 #pragma once
 
 #include <stdint.h>
 
 #include "core/limits.h"
 
-// One input's places in a text that outlives it; null for what is not there.
+// Where one input's parts are in a text that outlives it; null for what is missing.
 struct FeedItem {
     const char* name;   // the opening quote of the input's quoted name
-    const char* brace;  // the first '{' behind that name
-    const char* dtype;  // the opening quotes of the three keys, each the first behind the brace
+    const char* brace;  // the first '{' after that name
+    const char* dtype;  // the opening quotes of the three keys, each the first after the brace
     const char* shape;
     const char* data;
 };

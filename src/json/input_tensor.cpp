@@ -3,6 +3,8 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <type_traits>
+
 #include "core/bounded_text.h"
 #include "core/element_type.h"
 #include "core/last_error.h"
@@ -56,7 +58,7 @@ char unescaped(char byte) {
     }
 }
 
-// Reads the items from behind the opening bracket.
+// Reads the items after the opening bracket.
 int32_t read_strings(const char* at, StringList* strings) {
     char decoded[kInputStringCapacity];
     AfterItem after = AfterItem::comma;
@@ -87,19 +89,32 @@ int32_t read_string_data(const char* data_key, InputTensor* entry) {
     return 1;
 }
 
+// Reads into elements of the tensor's type; those of other types are converted from doubles.
+int32_t read_elements(const char* data_key, const NumberArrayExtent& extent, uint32_t code,
+                      void* elements, uint64_t* count) {
+    const auto capacity = static_cast<int64_t>(extent.bound);
+    int32_t is_read = 0;
+    vnort_visit_numeric(code, [&](auto element) {
+        using Element = decltype(element);
+        if constexpr (std::is_floating_point_v<Element>) {
+            is_read = vnort_read_numbers(data_key, extent.end, capacity, count,
+                                         static_cast<Element*>(elements));
+        } else {
+            is_read = vnort_read_numbers(data_key, extent.end, capacity, count,
+                                         {vnort_convert_all<Element>, elements});
+        }
+    });
+    return is_read;
+}
+
 // Numbers go straight into the tensor's block, which their commas foretell but for one at the end.
 int32_t read_numeric_data(const char* data_key, uint32_t element_size, InputTensor* entry) {
     const NumberArrayExtent extent = vnort_number_array_extent(data_key);
     if (extent.bound == 0) return 0;
     HeapBlock<void> data(malloc(extent.bound * element_size));
     if (data == nullptr) return vnort_fail("out of memory");
-    NumberSink sink{nullptr, data.get()};
-    vnort_visit_numeric(entry->element_type,
-                        [&](auto element) { sink.take = vnort_convert_all<decltype(element)>; });
     uint64_t count = 0;
-    const int32_t is_read =
-        vnort_read_numbers(data_key, extent.end, static_cast<int64_t>(extent.bound), &count, sink);
-    if (!is_read) return 0;
+    if (!read_elements(data_key, extent, entry->element_type, data.get(), &count)) return 0;
     entry->element_count = count;
     entry->byte_size = count * element_size;
     entry->data = data.release();

@@ -1,5 +1,5 @@
-// Numbers on their way from JSON into a tensor: what a C cast from double gives on x64, also where
-// the language leaves it open.
+// Numbers on their way from JSON into a tensor of integers: what a C cast from double gives on x64, also
+// where the language leaves it open.
 #pragma once
 
 #include <stdint.h>
@@ -16,11 +16,6 @@ inline int64_t vnort_truncate_to_int64(double number) {
     if (!(number >= -0x1p63 && number < 0x1p63)) return INT64_MIN;
     return static_cast<int64_t>(number);
 }
-
-// Rounds to nearest; too large becomes infinite.
-inline void vnort_convert(double number, float* to) { *to = static_cast<float>(number); }
-
-inline void vnort_convert(double number, double* to) { *to = number; }
 
 // NaN is not 0 and so true.
 inline void vnort_convert(double number, Bool8* to) { *to = Bool8(!(number == 0)); }

@@ -5,7 +5,8 @@
 #include "core/element_type.h"
 #include "core/last_error.h"
 #include "core/owned.h"
-#include "json/number_writer.h"
+#include "core/status.h"
+#include "number/number_writer.h"
 
 namespace {
 

@@ -14,11 +14,11 @@ inline const char* vnort_skip_blanks(const char* at) {
     return at;
 }
 
-// The byte behind a backslash, as it is.
+// The byte after a backslash, as it is.
 inline char vnort_literally(char byte) { return byte; }
 
-// Reads a string from behind its opening quote and passes the closing one; `unescape` says what a
-// backslash and the byte behind it stand for. False when the string is not closed or, with its
+// Reads a string from after its opening quote to after its closing one; `unescape` says what a
+// backslash and the byte after it stand for. False when the string is not closed or, with its
 // terminator, does not fit.
 template <typename Unescape>
 bool vnort_read_quoted(const char** at, char* to, size_t capacity, size_t* length,

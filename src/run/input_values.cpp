@@ -2,7 +2,7 @@
 
 #include "core/allocator.h"
 #include "core/element_type.h"
-#include "core/last_error.h"
+#include "core/status.h"
 
 namespace {
 

@@ -1,7 +1,8 @@
-// The general road: a feed of JSON tensors in, all outputs as JSON out.
+// The JSON run: a feed of JSON tensors in, all outputs as JSON out.
 #include "core/host_state.h"
 #include "core/last_error.h"
 #include "core/runtime.h"
+#include "core/status.h"
 #include "json/array_reader.h"
 #include "json/feed.h"
 #include "onnxruntime_vornic.h"

@@ -1,6 +1,6 @@
 // Run options are ONNX Runtime's own object; nothing is kept here.
-#include "core/last_error.h"
 #include "core/runtime.h"
+#include "core/status.h"
 #include "onnxruntime_vornic.h"
 
 OrtRunOptions* onnxruntime_vn_create_run_options() {

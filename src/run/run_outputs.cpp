@@ -2,8 +2,8 @@
 
 #include "core/bounded_text.h"
 #include "core/element_type.h"
-#include "core/last_error.h"
 #include "core/owned.h"
+#include "core/status.h"
 #include "json/output_tensor.h"
 
 namespace {

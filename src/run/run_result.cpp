@@ -48,8 +48,8 @@ int32_t onnxruntime_vn_result_float_count(const RunResult* result) {
 
 float onnxruntime_vn_result_float_at(const RunResult* result, int32_t index) {
     if (result == nullptr || result->float_data == nullptr || index < 0) return 0;
-    uint64_t place = static_cast<uint64_t>(index);
-    return place < result->float_count ? result->float_data[place] : 0;
+    uint64_t position = static_cast<uint64_t>(index);
+    return position < result->float_count ? result->float_data[position] : 0;
 }
 
 const float* onnxruntime_vn_result_float_data(const RunResult* result) {

@@ -1,7 +1,8 @@
-// The fast road: one float32 tensor in, in place and without JSON.
+// The tensor run: one float32 tensor in, in place and without JSON.
 #include "core/host_state.h"
 #include "core/last_error.h"
 #include "core/owned.h"
+#include "core/status.h"
 #include "json/array_reader.h"
 #include "onnxruntime_vornic.h"
 #include "run/float_tensor.h"

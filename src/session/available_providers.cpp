@@ -1,7 +1,7 @@
 // The execution providers that ONNX Runtime offers.
 #include "core/bounded_text.h"
-#include "core/last_error.h"
 #include "core/runtime.h"
+#include "core/status.h"
 #include "onnxruntime_vornic.h"
 
 char g_providers_json[1024];

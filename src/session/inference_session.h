@@ -1,4 +1,4 @@
-// The session record: ONNX Runtime's objects behind one loaded model, and its description.
+// The session record: ONNX Runtime's objects for one loaded model, and its description.
 #pragma once
 
 #include <onnxruntime_c_api.h>

@@ -2,6 +2,7 @@
 #include "core/bounded_text.h"
 #include "core/last_error.h"
 #include "core/owned.h"
+#include "core/status.h"
 #include "session/session_description.h"
 
 namespace {

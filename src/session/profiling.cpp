@@ -3,6 +3,7 @@
 #include "core/float_state.h"
 #include "core/last_error.h"
 #include "core/runtime.h"
+#include "core/status.h"
 #include "onnxruntime_vornic.h"
 #include "session/inference_session.h"
 

@@ -8,7 +8,7 @@
 namespace {
 
 // Reads up to a ',' or '}', leaving blanks out. A word that does not fit ends where it is full; the
-// caller then finds neither behind it.
+// caller then finds neither after it.
 void read_bare_word(const char** at, char* to, size_t capacity) {
     const char* from = *at;
     size_t length = 0;

@@ -12,6 +12,6 @@ struct ProviderOptions {
 };
 
 // Reads the text into the list. Values are strings or bare words; bytes before the first '{' and
-// behind its '}' are ignored, and so is a comma before the '}'. 1 with the list filled; 0 with the
+// after its '}' are ignored, and so is a comma before the '}'. 1 with the list filled; 0 with the
 // reason in the last-error text and an undefined list.
 int32_t vnort_parse_provider_options(const char* text, ProviderOptions* list);

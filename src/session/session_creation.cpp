@@ -5,6 +5,7 @@
 #include "core/last_error.h"
 #include "core/native_path.h"
 #include "core/owned.h"
+#include "core/status.h"
 #include "onnxruntime_vornic.h"
 #include "session/inference_session.h"
 #include "session/provider_options.h"

@@ -3,8 +3,8 @@
 #include "core/allocator.h"
 #include "core/bounded_text.h"
 #include "core/element_type.h"
-#include "core/last_error.h"
 #include "core/owned.h"
+#include "core/status.h"
 #include "json/output_tensor.h"
 #include "onnxruntime_vornic.h"
 

@@ -112,10 +112,9 @@ int32_t onnxruntime_vn_session_options_append_execution_provider_with_options(
     SessionOptions* options, const char* name, const char* options_json) {
     if (options == nullptr || name == nullptr || name[0] == '\0') return 0;
     if (options->provider_count == kMaxProviders) return 0;
-    uint64_t place = options->provider_count++;
-    vnort_copy_text(options->provider_names[place], name);
-    vnort_copy_text(options->provider_options[place],
-                    options_json != nullptr ? options_json : "{}");
+    uint64_t slot = options->provider_count++;
+    vnort_copy_text(options->provider_names[slot], name);
+    vnort_copy_text(options->provider_options[slot], options_json != nullptr ? options_json : "{}");
     return 1;
 }
 

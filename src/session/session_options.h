@@ -1,4 +1,4 @@
-// The library's record of wished session settings. Setters only store; session creation reads.
+// The library's record of settings for a session to be created. Setters only store; session creation reads.
 #pragma once
 
 #include <stdint.h>

@@ -52,5 +52,8 @@ identities("wide", [(f"i{k:02}", f"o{k:02}", T.FLOAT) for k in range(20)], [1])
 identities("sixteen", [(f"i{k:02}", f"o{k:02}", T.FLOAT) for k in range(16)], [1])
 identities("quotes", [('a"b\\c', 'd"e\\f', T.FLOAT)], [1])
 identities("wordy", [(f"{k:02}" + "i" * 148, f"{k:02}" + "o" * 198, T.FLOAT) for k in range(12)], [1])
+identities("odd", [
+    ("shape", "0", T.INT8), ("a{b", "1", T.INT64), ('q"\\', "2", T.FLOAT), ("tail\\", "3", T.STRING),
+    ("é,", "4", T.STRING), ("bool", "5", T.BOOL), ("x", "6", T.STRING)], ["n"])
 identities("rank8", [("x", "y", T.FLOAT)], [1] * 7 + [2])
 identities("doubles", [("x", "y", T.DOUBLE)], ["n"])

@@ -1,4 +1,5 @@
-// Exact comparison of a decimal with a binary number, for the few numbers that 128 bits leave open.
+// A big natural number, and with it the exact comparison of a decimal with a binary number, for the
+// few numbers that 128 bits leave open.
 #pragma once
 
 #include <stddef.h>

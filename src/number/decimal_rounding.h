@@ -5,7 +5,7 @@
 
 #include <bit>
 
-#include "json/power_of_ten.h"
+#include "number/power_of_ten.h"
 
 // Doubles as bits: adding 1 to the bits of a finite one gives the next, the last one's is infinity.
 inline constexpr int kFractionBits = 52;
@@ -35,7 +35,10 @@ struct RoundedWord {
     int last_bit;
 };
 
-// Rounds word * 10^power to the nearest double. With `cut`, digits left out behind the word's make it
+// Rounds word * 10^power to the nearest double: the Eisel-Lemire algorithm (D. Lemire, Number Parsing at
+// a Gigabyte per Second, 2021), with all 128 bits of the power and an interval: unlike there, both ends
+// of what the product may be are rounded, and where they differ, or it may be a tie, exact arithmetic
+// decides. With `cut`, digits left out behind the word's make it
 // greater by less than one; it is then at least 10^18. The word times a power of ten cut to 128 bits
 // gives a lower and an upper bound, which nearly always round to the same double: that is the one.
 inline RoundedWord vnort_round_word(uint64_t word, int64_t power, bool cut) {

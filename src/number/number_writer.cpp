@@ -1,10 +1,10 @@
-#include "json/number_writer.h"
+#include "number/number_writer.h"
 
 #include <algorithm>
 #include <bit>
 
-#include "json/decimal_layout.h"
-#include "json/power_of_ten.h"
+#include "number/decimal_layout.h"
+#include "number/power_of_ten.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 
 #include <bit>
 
-#include "json/power_of_ten.h"
+#include "number/power_of_ten.h"
 
 // Three digits as text, and in the fourth byte a bit for each that is not 0, the first one's lowest.
 struct Triples {

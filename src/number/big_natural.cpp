@@ -1,6 +1,6 @@
-#include "json/exact_compare.h"
+#include "number/big_natural.h"
 
-#include "json/power_of_ten.h"
+#include "number/power_of_ten.h"
 
 void BigNatural::multiply_add(uint64_t factor, uint64_t addend) {
     uint64_t carry = addend;

@@ -1,10 +1,10 @@
-#include "json/number_reader.h"
+#include "number/number_reader.h"
 
 #include <stdint.h>
 
 #include <bit>
 
-#include "json/decimal_rounding.h"
+#include "number/decimal_rounding.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "json/power_of_ten.h"
+#include "number/power_of_ten.h"
 
 #include <bit>
 
@@ -104,6 +104,17 @@ constexpr uint32_t first_of_ten_digits(uint64_t factor, uint64_t half_of_ninth) 
     return least;
 }
 
+constexpr DoublePowersOfTen make_double_powers(const PowerOfTenTable& powers) {
+    DoublePowersOfTen doubles{};
+    for (int q = -kGreatestDoublePower; q <= kGreatestDoublePower; ++q) {
+        const uint64_t exponent = static_cast<uint64_t>(vnort_power_of_ten_log2(q) + 1022);
+        // The leading bit is added to the exponent.
+        doubles.power[q + kGreatestDoublePower] =
+            std::bit_cast<double>((exponent << 52) + (powers[q].high >> 11));
+    }
+    return doubles;
+}
+
 // Zero has a factor of 0; subnormals, infinities and NaNs have none.
 constexpr BinadeScales make_binade_scales(const PowerOfTenTable& powers) {
     BinadeScales scales{};
@@ -140,5 +151,6 @@ constexpr bool seconds_are_certain(const BinadeScales& scales) {
 }  // namespace
 
 constexpr PowerOfTenTable kPowersOfTen = make_powers_of_ten();
+constexpr DoublePowersOfTen kDoublePowersOfTen = make_double_powers(kPowersOfTen);
 constexpr BinadeScales kBinadeScales = make_binade_scales(kPowersOfTen);
 static_assert(seconds_are_certain(kBinadeScales));

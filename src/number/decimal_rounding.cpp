@@ -1,6 +1,6 @@
-#include "json/decimal_rounding.h"
+#include "number/decimal_rounding.h"
 
-#include "json/exact_compare.h"
+#include "number/big_natural.h"
 
 namespace {
 

@@ -26,6 +26,15 @@ struct PowerOfTenTable {
 
 extern const PowerOfTenTable kPowersOfTen;
 
+// The same as doubles, cut off: by less than 2^-52 of the number too small.
+inline constexpr int kGreatestDoublePower = 120;
+struct DoublePowersOfTen {
+    double power[2 * kGreatestDoublePower + 1];
+
+    constexpr const double& operator[](int64_t q) const { return power[q + kGreatestDoublePower]; }
+};
+extern const DoublePowersOfTen kDoublePowersOfTen;
+
 // floor(log2(10^q)) for every q of the table (checked where the table is made).
 constexpr int vnort_power_of_ten_log2(int q) { return (q * 217706) >> 16; }
 
@@ -50,6 +59,13 @@ inline ScaledNumber vnort_scale_by_power_of_ten(uint64_t w, int q) {
 // 64 bits of fraction, rounded at the ninth. It is never too small and too great by at most
 // kTooGreat: the factor is cut off, and kHalfOfNinth makes up for the most that this can take. A
 // binade has two factors, as a power of ten may lie within it.
+//
+// 0.1f is 13421773 * 2^(123 - 150). Its binade holds a power of ten, 0.1 itself, from which on the second
+// factor applies, 10^3 * 2^(123 - 150) * 2^64 = 0x7d0000000000:
+//
+//     13421773 * factor + kHalfOfNinth = 100 + 0.00000199011...     in 64.64 bits, fixed point
+//     100 | x 1000: 000 | x 1000: 001 | 0.990... is left, far from 0 and so certain
+//     digits 100000001, exponent -1: "0.100000001"
 struct BinadeScales {
     uint32_t second[256];  // the bits of the first float that takes the second factor
     uint64_t factor[512];

@@ -1,0 +1,127 @@
+"""Checks the Python binding: python_binding.py EXAMPLES LIBRARY MODELS [COUNT [SEED]]. Of COUNT random
+feeds, most of them damaged, each that check_feed lets pass must run, on exactly its own tensors."""
+import array
+import json
+import math
+import random
+import sys
+
+sys.path.insert(0, sys.argv[1])
+import onnxruntime_vornic as binding
+
+library, tensor = binding.Library(sys.argv[2]), binding.tensor
+count, seed = map(int, (sys.argv[4:] + ["3000", "1"][len(sys.argv[4:]) :]))
+random.seed(seed)
+WORDS = ["dtype", "data", '"shape":[9]', '{"data":[9]}', "\\", "é\n\1", "n" * 4095]
+JUNK = [None, True, -1, 256, 1.0, 0.5, 2**53 + 1, 10**400, 1e39, math.nan, [], [1], [[1]], {}]
+JUNK += [{"data": [9]}, "\0", "\ud800", "é" * 2048, *WORDS]
+# An input of types.onnx that is replaced or added, and how what is said of it begins.
+BAD = """in_float32 {"dtype":"float32","shape":[1],"data":"16000"} ! data must be an array
+in_float32 {"dtype":"float32","shape":[1]} ! a tensor must have dtype, shape and data
+in_float32 {"note":{"data":[9]},"dtype":"float32","shape":[1],"data":[1]} ! a tensor must have
+in_float32 {"dtype":"float32","shape":[1],"data":[1,2]} ! data must have 1 items
+in_float32 {} ! a tensor must have dtype, shape and data
+in_float32 {"dtype":"string","shape":[64000000],"data":["a"]} ! its dtype must be float32
+in_string {"dtype":"string","shape":[64000000],"data":["a"]} ! shape must be whole numbers
+in_string {"dtype":"string","shape":[1],"data":["LONG"]} ! data holds a string of more than 4095
+in_int32 {"dtype":"int32","shape":[1],"data":[0.5]} ! data must be whole numbers
+more {"dtype":"int32","shape":[0],"data":[]} ! the model has no such input"""
+failures = []
+
+
+def check(what, good, got):
+    print(f"ok: {what}" if good else f"FAILED: {what}\n  got {got}")
+    failures.extend([what] * (not good))
+
+
+def refusal(call, *arguments):
+    try:
+        return f"none, but {call(*arguments)}"
+    except binding.VornicError as error:
+        return str(error)
+
+
+def random_tensor(entry, names):
+    dtype, shape = entry["dtype"], [random.randrange(4) if s < 0 else s for s in entry["shape"]]
+    lowest, highest = binding._RANGES.get(dtype, (0, 0))
+    numbers = [0, dtype == "bool" or 1, lowest, min(highest, 2**53)]
+    numbers += [0.1, 3.4028235e38] * ("float" in dtype)
+    pool = [*names, *WORDS] if dtype == "string" else numbers
+    return tensor(dtype, shape, random.choices(pool, k=math.prod(shape)))
+
+
+def damage(node, names):
+    """Leaves out, adds, changes or moves something in an object or an array."""
+    keys = list(node) if isinstance(node, dict) else list(range(len(node)))
+    deeper = [key for key in keys if isinstance(node[key], (dict, list))]
+    if deeper and random.random() < 0.8:
+        damage(node[random.choice(deeper)], names)
+    elif isinstance(node, dict) and random.random() < 0.3:
+        node[random.choice([*WORDS, *names])] = random.choice(JUNK)
+    elif isinstance(node, list) and random.random() < 0.3:
+        node.append(random.choice([*JUNK, *names]))
+    elif keys:
+        key, other, junk = *random.choices(keys, k=2), random.choice(JUNK)
+        node[key], node[other] = random.choice([(node[other], node[key]), (junk, junk)])
+        if random.random() < 0.3:
+            del node[key]
+
+
+def arrived(item):
+    change = {"float32": lambda n: array.array("f", [n])[0], "float64": float, "string": str}
+    return [item["dtype"], item["shape"], [*map(change.get(item["dtype"], int), item["data"])]]
+
+
+def fuzz(session, rounds):
+    """How many feeds passed; ends at one that arrives as another."""
+    inputs, outputs = session.inputs, [output["name"] for output in session.outputs]
+    names, passed = [entry["name"] for entry in inputs], 0
+    for _ in range(rounds):
+        entries = random.sample(inputs, len(inputs))
+        feed = {entry["name"]: random_tensor(entry, names) for entry in entries}
+        for _ in range(random.choice([0, 1, 1, 3])):
+            damage(feed, names)
+        try:
+            text = binding.check_feed(feed, inputs)
+        except binding.VornicError:
+            continue
+        with session.run(text) as result:
+            got = [arrived(result.outputs[name]) for name in outputs]
+        if got != [arrived(feed[name]) for name in names]:
+            return check(feed, False, got) or 0
+        passed += 1
+    return passed
+
+
+for model in ("types", "odd", "words", "quotes", "rank8"):
+    with library.session(f"{sys.argv[3]}/{model}.onnx") as session:
+        passed = fuzz(session, count // 5)
+        check(f"feeds of {model}: {passed} passed", count / 50 < passed < count / 5, passed)
+with library.session(f"{sys.argv[3]}/types.onnx") as session:
+    empty = {entry["name"]: tensor(entry["dtype"], [0], []) for entry in session.inputs}
+    for name, text, reason in (
+        line.replace(" ", " ! ", 1).split(" ! ") for line in BAD.splitlines()
+    ):
+        feed = {**empty, name: json.loads(text.replace("LONG", 2048 * "é"))}
+        said = refusal(binding.check_feed, feed, session.inputs)
+        check(f"{name} {text}", said.startswith(f"input '{name}': {reason}"), said)
+with library.session(f"{sys.argv[3]}/pair.onnx") as session:
+    item = tensor("float32", [1], [2])
+    cut = binding.feed_json({"a": item, "b": item}) + "\0"
+    for feed in (None, [], b"{}", {"a": None}, {"a": item, 1: item}, cut, "\ud800"):
+        said = refusal(session.run, feed)
+        check(f"a feed that is {feed!r}", not said.startswith("none"), said)
+    with session.run({"a": item, "b": item}) as result:
+        view = result.float_view
+    check("floats after the end", view.tolist() == [4], view.tolist())
+    said = refusal(lambda: result.outputs)
+    check("outputs after the end", said == "this Result is closed", said)
+with library.session(f"{sys.argv[3]}/large.onnx") as session:
+    flat, shape = array.array("f", [0, 7]) * 75264, (1, 3, 224, 224)
+    for image in (flat, memoryview(flat).cast("B").cast("f", shape), bytes(flat), flat.tolist()):
+        with library.tensor(image, shape) as fed, session.run_tensor("x", fed) as result:
+            check(f"an image as {type(image)}", result.floats.tolist() == [7], result.floats)
+for place in ("/binding.py", "/app/binding.py", "/examples/python/binding.py"):
+    binding.__file__ = place
+    check(f"places of {place}", binding._own_places(), "nothing")
+sys.exit(len(failures) > 0)
