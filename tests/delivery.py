@@ -131,6 +131,19 @@ FEED = '{"x":' + ITEM % ("1,3", "1,2.5,3") + "}"
 LONG = '{"x":' + ITEM % ("9000", ",".join(["0.123456789"] * 9000)) + "}"
 ODD = '{"a"b\\c":' + ITEM % ("1", "7") + "}"
 GIVES = r'\{"outputs":\{"y":\{"dtype":"float32","shape":\[1,3\],"data":\[2,5,6\]\}\}\}\n'
+REFUSED = r'\{"error":"%s"\}\n'
+# Feeds and results of lines, and strings with a line break among them.
+COUNT = "".join('{"x":%s}\n' % ITEM % ("1,3", f"0,0,{i}") for i in range(2000))
+COUNTED = "".join('{"outputs":{"y":%s}}\n' % ITEM % ("1,3", f"0,0,{2 * i}") for i in range(2000))
+WORDS = '{"data":%s,"x":%s}' % (ITEM % ("1,2", '"two\\nlines",""'), ITEM % ("1,2", "0,0"))
+WORDS = WORDS.replace("float32", "string", 1).replace("float32", "int64")
+REFUSALS = {
+    FEED.replace("float", "\\\1"): r"unsupported input dtype '\\\\\\u000132'",
+    FEED.replace("float", 99 * "ä"): r".*ä\\ufffd.*",
+    '{"x":{"dtype":"float32"}}': "no reason given: .*",
+    FEED + "\0": "not a text",
+    FEED[:50]: "malformed JSON numeric array",
+}
 TIMES = r"7 runs: minimum [\d.]+ us, median [\d.]+ us, maximum [\d.]+ us\n"
 LINES = r'\{"inputs":\[\{"name":"x",.*\n\{"outputs":\[\{"name":"y",.*\n\{"metadata":\{.*va\\"lue.*\}\}\n\{"providers":\["[^\n]*CPUExecutionProvider".*\]\}\n'
 # Arguments of the tool; standard input; exit status; all of standard output; a part of standard error.
@@ -140,7 +153,7 @@ TOOL = [
         ("", "no MODEL is given"), ("--feed", "no MODEL is given"), ("--feed double.onnx feed.json", "--feed takes neither"),
         ("--bench x double.onnx feed.json", "not understood: x"), ("--threads 0 double.onnx", "not understood: 0"),
         ("double.onnx --bench", "needs a value: --bench"), ("double.onnx --provider=", "needs a value: --provider="),
-        ("--nothing double.onnx", "not understood: --nothing"))],
+        ("--lines --bench 3 double.onnx", "--lines takes neither"), ("--nothing double.onnx", "not understood: --nothing"))],
     ("--version", "", 0, r"onnxruntime_vornic-run \d+\.\d+\.\d+, ONNX Runtime 1\.\d+\.\d+\n", ""),
     ("words.onnx", "", 0, r'.*"custom_metadata_map":\{"\w+":"1","\w+":"1"\}\}\}\n.*', ""),
     ("words.onnx --feed", "", 0, r'\{"data":\{"dtype":"string","shape":\[1,2\],"data":\["",""\]\},\n "x":\{.*\[1,2\],"data":\[0,0\]\}\}\n', ""),
@@ -159,6 +172,14 @@ TOOL = [
     ("double.onnx -", "", 1, "", "run: input_feed_json is empty\n  input \"x\": float32 [-1,3]\n  output \"y\": float32 [-1,3]"),
     ("double.onnx -", '{"x":{"dtype":"float32"}}', 1, "", "run: no reason given"),
     ("double.onnx -", FEED + "\0", 1, "", "-: not a text"),
+    ("double.onnx --lines", COUNT, 0, re.escape(COUNTED), ""),
+    ("double.onnx --lines - y", f"{FEED}\r\n\n{FEED.replace('2.5', ' ' * 10**7 + '2.5')}\n{FEED}", 1,
+     GIVES + REFUSED % "input_feed_json is empty" + 2 * GIVES, ""),
+    ("double.onnx --lines", "\n".join(REFUSALS), 1,
+     "".join(REFUSED % why for why in REFUSALS.values()), ""),
+    ("words.onnx --lines", WORDS, 0, r".*two\\u000alines.*\n", ""),
+    ("long.onnx --lines", LONG, 1, REFUSED % "the result is cut at the text's limit", ""),
+    *[(f"double.onnx --lines {file}", "", 1, "", f"{file}: ") for file in ("absent.json", ".")],
     *[(f"double.onnx {file}", "", 1, "", complaint) for file, complaint in (("absent.json", "absent.json: No such file"), ("huge.json", "huge.json: too large"))],
 ]
 
@@ -173,40 +194,63 @@ def tool():
             program = given.build / f"onnxruntime_vornic-run{exe}"
             check(f"onnxruntime_vornic-run {arguments}", (status, out, f".*{re.escape(err)}.*"),
                   run(*runner, program, *shlex.split(arguments), feed=feed, cwd=folder))
+        talk = play.Program([*runner, program, "double.onnx", "--lines"], cwd=folder)
+        answers = "".join(talk.ask([(FEED,)])[0] + "\n" for _ in range(3))
+        check("--lines answers before the next line comes", GIVES * 3, answers)
+        talk.process.stdout.close()
+        talk.send([(FEED,)])
+        talk.close()
+        check("--lines without a reader", 3, talk.process.wait(60))
+
+
+CHUNKS = "chunk 0: 0.229\nchunk 1: 0.259\nchunk 2: 0.254\n"
 
 
 def examples():
     deps, cffi, other = given.source / ".deps", os.path.exists("/usr/share/common-lisp/source/cl-cffi"), given.build / "other"
-    rows = [[*runner, given.build / f"detect_example{exe}"]]  # it was linked with the library
+    tool, csharp = given.build / "onnxruntime_vornic-run", other / "detect.exe"
+    linked = [given.build / f"detect_example{exe}", other / "detect_pascal", other / "detect_fortran"]
+    rows = [[*runner, linked[0]]]
     rows += [[*runner, deps / "node/node.exe", "node/detect.js"]] * windows + [["node", "node/detect.js"]] * (not windows and not runner)
     rows += (not runner) * [
         [sys.executable, "python/detect.py"], ["luajit", "luajit/detect.lua"], ["perl", "perl/detect.pl"], ["php", "php/detect.php"],
         ["racket", "racket/detect.rkt"], ["ruby", "ruby/detect.rb"], ["sbcl" if cffi else "no CFFI", "--script", "lisp/detect.lisp"],
-        [*(glob.glob("/usr/lib/jvm/*-2[2-9]-*/bin/java") or ["Java 22"])[:1], "--enable-native-access=ALL-UNNAMED", "java/Detect.java"], [other / "detect_ocaml"], [other / "detect_pascal"]]
+        [*(glob.glob("/usr/lib/jvm/*-2[2-9]-*/bin/java") or ["Java 22"])[:1], "--enable-native-access=ALL-UNNAMED", "java/Detect.java"],
+        [other / "detect_ocaml"], [linked[1]], [linked[2]], ["mono" if csharp.exists() else "no compiler of C#", csharp],
+        ["escript" if tool.exists() else "no tool", "erlang/detect.erl"]]
     model, library, nowhere = (f"{drive}{path}" for path in (deps / "models/silero_vad.onnx", given.library, "/nowhere/at.all"))
     cases = [  # what is given; exit status, output and a part of the complaint
-        ([model, library], (0, "chunk 0: 0.229\nchunk 1: 0.259\nchunk 2: 0.254\n", ".*")),
-        ([nowhere, library], (1, "", f".*detect: CreateSession failed: Load model from {re.escape(nowhere)}.*")),
+        ([model, library], (0, CHUNKS, ".*")),
+        ([nowhere, library], (1, "", f".*: CreateSession failed: Load model from {re.escape(nowhere)}.*")),
         ([model, nowhere], (1, "", ".*detect: .*")),
     ]
     environment = {**os.environ, "NODE_PATH": f"{drive}{deps}/node/node_modules", "NODE_SKIP_PLATFORM_CHECK": "1"}
     for *command, example in rows:
-        linked = example in (rows[0][-1], other / "detect_pascal")
-        for paths, expected in cases[: 2 if linked else 3]:
+        count = 1 if example in linked else 2  # of arguments
+        for paths, expected in cases[: count + 1]:
+            if example == "erlang/detect.erl":  # its second one is the tool
+                paths = [paths[0], paths[1].replace(library, str(tool))]
             if not shutil.which([*command, example][0]):
                 print(f"{example} is left out: what runs it is not there")
                 continue
             with tempfile.TemporaryDirectory() as empty:
                 source = example if isinstance(example, pathlib.Path) else f"{drive}{given.source}/examples/{example}"
-                check(f"{example} {paths}", expected, run(*command, source, *paths[: 2 - linked], cwd=empty, env=environment))
+                check(f"{example} {paths}", expected, run(*command, source, *paths[:count], cwd=empty, env=environment))
+    if (other / "double_fortran").exists():
+        doubled = "  2.000  5.000  6.000\n -8.000  0.250 12.000\n"
+        check("Fortran's array", (0, doubled, ".*"), run(other / "double_fortran", models / "double.onnx"))
 
 
 def build_by_cmake(prefix, work):
-    """The C examples that came with the prefix, built with what came with it."""
+    """The C example that came with the prefix, built with what came with it."""
     source = prefix / "share/doc/onnxruntime-vornic/examples/c"
     output(given.cmake, "-G", "Ninja", "-S", source, "-B", work / "by_cmake", f"-DCMAKE_PREFIX_PATH={prefix}", f"-DCMAKE_TOOLCHAIN_FILE={given.toolchain}")
     output(given.cmake, "--build", work / "by_cmake")
-    return work / f"by_cmake/run{exe}"
+    return work / f"by_cmake/detect{exe}"
+
+
+def detects(what, program):
+    check(what, (0, CHUNKS, ".*"), run(*runner, program, f"{drive}{given.source}/.deps/models/silero_vad.onnx"))
 
 
 def answers(what, program, prefix):
@@ -239,11 +283,12 @@ def linux_linkers(work, depends):
     output(given.cmake, "--install", given.build, "--prefix", work / "prefix", "--strip")
     prefix = (work / "prefix").rename(work / "moved away")
     check("link for the linker", r"libonnxruntime_vornic\.so\.1", os.readlink(prefix / "lib/libonnxruntime_vornic.so"))
-    answers("installed and moved, by CMake", build_by_cmake(prefix, work), prefix)
+    answers("installed and moved", prefix / "bin/onnxruntime_vornic-run", prefix)
+    detects("installed and moved, by CMake", build_by_cmake(prefix, work))
     flags = shlex.split(output("pkg-config", "--cflags", "--libs", "onnxruntime_vornic", env={**os.environ, "PKG_CONFIG_PATH": str(prefix / "lib/pkgconfig")}))
-    sources = (prefix / "share/doc/onnxruntime-vornic/examples/c").glob("run*.c")
-    output(given.cc, "-o", work / "by_pkg_config", *sources, *flags, f"-Wl,-rpath,{prefix}/lib")
-    answers("installed and moved, by pkg-config", work / "by_pkg_config", prefix)
+    source = prefix / "share/doc/onnxruntime-vornic/examples/c/detect.c"
+    output(given.cc, "-o", work / "by_pkg_config", source, *flags, f"-Wl,-rpath,{prefix}/lib")
+    detects("installed and moved, by pkg-config", work / "by_pkg_config")
     packages = {"libstdc++.so.6": "libstdc++6", "libgcc_s.so.1": "libgcc-s1"}  # the others are the C library's, or in the package
     for file in (prefix / "bin/onnxruntime_vornic-run", given.library, given.runtime):
         needed = re.findall(r"\(NEEDED\).*\[(.*)\]", output(given.readelf, "-dW", file))
@@ -251,7 +296,7 @@ def linux_linkers(work, depends):
 
 
 def windows_linkers(work, prefix):
-    answers("unpacked, by CMake and MinGW", shutil.copy(build_by_cmake(prefix, work), prefix / "bin"), prefix)
+    detects("unpacked, by CMake and MinGW", shutil.copy(build_by_cmake(prefix, work), prefix / "bin"))
     # For Microsoft's linker, with no C runtime: the exit status says that the runtime was found.
     (work / "client.c").write_text('#include "onnxruntime_vornic.h"\nint start(void) { return 41 + onnxruntime_vn_available(); }\n')
     clang, link = (shutil.which(f"{name}-14") or name for name in ("clang", "lld-link"))

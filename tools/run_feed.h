@@ -4,6 +4,7 @@
 
 #include <stddef.h>
 #include <stdint.h>
+#include <stdio.h>
 
 /* An input or output. A dimension that each run chooses is -1. */
 typedef struct {
@@ -24,6 +25,9 @@ char* zero_feed(const char* inputs, const char** why);
 
 /* Names the values of a description on standard error, with their types and shapes. */
 void name_values(const char* what, const char* description);
+
+/* The file, open for reading, - for standard input, or null with the reason. */
+FILE* open_feed(const char* name, const char** why);
 
 /* The text of a file, - for standard input, or null with the reason. The caller frees it. */
 char* read_feed(const char* name, const char** why);

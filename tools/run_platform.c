@@ -10,7 +10,7 @@
 #include <shellapi.h>
 
 /* main's own arguments have lost what the system's code page cannot hold. */
-char** utf8_arguments(int* count, char** arguments) {
+char** set_up(int* count, char** arguments) {
     wchar_t** wide = CommandLineToArgvW(GetCommandLineW(), count);
     arguments = wide != NULL ? calloc((size_t)*count + 1, sizeof *arguments) : NULL;
     for (int i = 0; arguments != NULL && i < *count; ++i) {
@@ -41,10 +41,12 @@ double microseconds(void) {
     return (double)ticks.QuadPart * 1e6 / (double)a_second.QuadPart;
 }
 #else
+#include <signal.h>
 #include <time.h>
 
-char** utf8_arguments(int* count, char** arguments) {
+char** set_up(int* count, char** arguments) {
     (void)count;
+    signal(SIGPIPE, SIG_IGN);
     return arguments;
 }
 

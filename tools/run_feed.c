@@ -144,14 +144,15 @@ static char* read_text(FILE* file, const char** why) {
     return NULL;
 }
 
-char* read_feed(const char* name, const char** why) {
+FILE* open_feed(const char* name, const char** why) {
     FILE* file = strcmp(name, "-") == 0 ? stdin : open_file(name);
-    char* feed = NULL;
-    if (file == NULL) {
-        *why = strerror(errno);
-    } else {
-        feed = read_text(file, why);
-    }
+    if (file == NULL) *why = strerror(errno);
+    return file;
+}
+
+char* read_feed(const char* name, const char** why) {
+    FILE* file = open_feed(name, why);
+    char* feed = file != NULL ? read_text(file, why) : NULL;
     if (file != NULL && file != stdin) fclose(file);
     return feed;
 }

@@ -1,28 +1,15 @@
-/* onnxruntime_vornic-run: describes a model, runs it on a feed, or times it. See usage(). */
-#include <stdint.h>
+/* onnxruntime_vornic-run: describes a model, runs it on a feed, or times it. See print_usage(). */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
 #include "onnxruntime_vornic.h"
 #include "run_feed.h"
+#include "run_lines.h"
+#include "run_options.h"
 #include "run_platform.h"
 
-enum { OK = 0, FAILED = 1, MISUSED = 2, MAX_RUNS = 10000000 };
-
-/* The command line. */
-typedef struct {
-    const char* model;
-    const char* feed; /* the name of its file, or null */
-    char** outputs;   /* the names wanted */
-    int output_count;
-    int help, version; /* whether to print these */
-    int zeros;         /* whether to print a feed of zeros */
-    int runs;          /* how many to time */
-    SessionOptions* session;
-    const char* fault; /* what is wrong with the command line */
-    const char* wrong; /* and in which argument, or "" */
-} Wanted;
+enum { OK = 0, FAILED = 1, MISUSED = 2, UNWRITTEN = 3 };
 
 /* What a run is given: a feed, or a tensor for the one input that a model has. */
 typedef struct {
@@ -36,30 +23,6 @@ typedef struct {
 static int complain(const char* what, const char* why) {
     fprintf(stderr, "onnxruntime_vornic-run: %s%s%s\n", what, why[0] ? ": " : "", why);
     return FAILED;
-}
-
-static void usage(FILE* to) {
-    fputs(
-        "usage: onnxruntime_vornic-run [OPTION ...] MODEL [FEED.json [OUTPUT ...]]\n"
-        "\n"
-        "With MODEL alone, prints its inputs, outputs and metadata and the execution providers,\n"
-        "each as one line of JSON. With a feed (- for standard input), runs the model on it and\n"
-        "prints the result: all outputs, or those named. A feed has one tensor for each input:\n"
-        "  {\"x\":{\"dtype\":\"float32\",\"shape\":[1,2],\"data\":[0.5,1]}}\n"
-        "\n"
-        "  --feed                  print a feed of zeros for the model, to be edited; a dimension\n"
-        "                          that each run chooses is 1 there\n"
-        "  --bench N               print the time of N runs, after one that does not count;\n"
-        "                          without a feed on zeros, by the fast tensor run where\n"
-        "                          the model has one float32 input\n"
-        "  --threads N             use N threads inside an operator\n"
-        "  --provider NAME[=JSON]  append an execution provider, with its options\n"
-        "  --version               print the versions of this program and of ONNX Runtime\n"
-        "  -h, --help              print this\n"
-        "  --                      what follows is no option\n"
-        "\n"
-        "Exit status: 0 when all went well, 1 when something failed, 2 for a wrong command line.\n",
-        to);
 }
 
 /* The library's own text; a few of its refusals come without one. */
@@ -170,8 +133,7 @@ static int use_zeros(const Wanted* wanted, Run* run) {
 
 static int use_session(const Wanted* wanted, Run* run) {
     if (run->feed == NULL && !wanted->zeros && wanted->runs == 0) return describe(run->session);
-    /* Empties the last-error text: a refusal without a text must not show an earlier one. */
-    onnxruntime_vn_release_tensor(onnxruntime_vn_tensor_zeros_f32("[1]"));
+    clear_last_error();
     if (run->feed == NULL) return use_zeros(wanted, run);
     return wanted->runs > 0 ? time_runs(run, wanted->runs) : run_once(run, NULL);
 }
@@ -185,13 +147,34 @@ static int use_model(const Wanted* wanted, Run* run) {
     return status;
 }
 
+/* Answers a feed a line. */
+static int use_lines(const Wanted* wanted, const char* outputs) {
+    const char* why = NULL;
+    FILE* feeds = open_feed(wanted->feed, &why);
+    if (feeds == NULL) return complain(wanted->feed, why);
+    InferenceSession* session = onnxruntime_vn_create_session(wanted->model, wanted->session);
+    int status = FAILED;
+    if (session == NULL) {
+        library_failed();
+    } else if (answer_lines(session, outputs, feeds, &why)) {
+        status = OK;
+    } else if (why != NULL) {
+        complain(wanted->feed, why);
+    }
+    onnxruntime_vn_release_session(session);
+    if (feeds != stdin) fclose(feeds);
+    return status;
+}
+
 static int use_arguments(const Wanted* wanted) {
     char* names = names_json(wanted->outputs, wanted->output_count);
     if (names == NULL) return complain("out of memory", "");
     const char* why = NULL;
-    char* feed = wanted->feed != NULL ? read_feed(wanted->feed, &why) : NULL;
+    char* feed = wanted->feed != NULL && !wanted->lines ? read_feed(wanted->feed, &why) : NULL;
     Run run = {.outputs = names, .feed = feed};
-    int status = why == NULL ? use_model(wanted, &run) : complain(wanted->feed, why);
+    int status = why != NULL     ? complain(wanted->feed, why)
+                 : wanted->lines ? use_lines(wanted, names)
+                                 : use_model(wanted, &run);
     free(feed);
     free(names);
     return status;
@@ -204,103 +187,25 @@ static int print_version(void) {
     return OK;
 }
 
-/* The value of the option at argv[*at], after a = or the next argument, "" without any; null when
- * another option stands there. */
-static const char* value_of(const char* option, Wanted* wanted, char** argv, int* at) {
-    size_t length = strlen(option);
-    const char* value = "";
-    if (strncmp(argv[*at], option, length) != 0) return NULL;
-    if (argv[*at][length] == '=') {
-        value = argv[*at] + length + 1;
-    } else if (argv[*at][length] != '\0') {
-        return NULL;
-    } else if (argv[*at + 1] != NULL) {
-        value = argv[++*at];
-    }
-    if (value[0] == '\0') wanted->fault = "needs a value";
-    return value;
-}
-
-/* A whole number from 1 to most, 0 for anything else. */
-static int number_of(const char* text, long most) {
-    char* end;
-    long number = strtol(text, &end, 10);
-    return *text != '\0' && *end == '\0' && number > 0 && number <= most ? (int)number : 0;
-}
-
-/* NAME or NAME=JSON */
-static int append_provider(SessionOptions* options, const char* text) {
-    char name[128];
-    const char* json = strchr(text, '=');
-    if (json == NULL) {
-        return onnxruntime_vn_session_options_append_execution_provider(options, text);
-    }
-    snprintf(name, sizeof name, "%.*s", (int)(json - text), text);
-    return onnxruntime_vn_session_options_append_execution_provider_with_options(options, name,
-                                                                                 json + 1);
-}
-
-/* Takes the option at argv[*at]; 0 when it is none. */
-static int take_option(Wanted* wanted, char** argv, int* at) {
-    const char* value;
-    if (strcmp(argv[*at], "--help") == 0 || strcmp(argv[*at], "-h") == 0) return wanted->help = 1;
-    if (strcmp(argv[*at], "--version") == 0) return wanted->version = 1;
-    if (strcmp(argv[*at], "--feed") == 0) return wanted->zeros = 1;
-    if ((value = value_of("--bench", wanted, argv, at)) != NULL)
-        return wanted->runs = number_of(value, MAX_RUNS);
-    if ((value = value_of("--threads", wanted, argv, at)) != NULL) {
-        int threads = number_of(value, 1024);
-        onnxruntime_vn_session_options_set_intra_op_num_threads(wanted->session, threads);
-        return threads;
-    }
-    value = value_of("--provider", wanted, argv, at);
-    return value != NULL && append_provider(wanted->session, value);
-}
-
-/* Sorts the arguments: the options into wanted, the others to the front of argv. Gives their number, or
- * -1 when something is wrong. */
-static int take_arguments(Wanted* wanted, char** argv) {
-    int count = 0;
-    int no_options = 0;
-    for (int at = 1; argv[at] != NULL; ++at) {
-        if (no_options || argv[at][0] != '-' || argv[at][1] == '\0') {
-            argv[count++] = argv[at];
-        } else if (strcmp(argv[at], "--") == 0) {
-            no_options = 1;
-        } else if (!take_option(wanted, argv, &at)) {
-            wanted->wrong = argv[at];
-            return -1;
-        }
-    }
-    wanted->model = argv[0];
-    wanted->feed = count > 1 ? argv[1] : NULL;
-    wanted->outputs = argv + 2;
-    wanted->output_count = count > 2 ? count - 2 : 0;
-    wanted->wrong = "";
-    if (count == 0) wanted->fault = "no MODEL is given";
-    if (!wanted->zeros || (count < 2 && wanted->runs == 0)) return count;
-    wanted->fault = "--feed takes neither a feed nor --bench";
-    return -1;
-}
-
 int main(int argc, char** argv) {
-    argv = utf8_arguments(&argc, argv);
+    argv = set_up(&argc, argv);
     Wanted wanted = {.session = onnxruntime_vn_create_session_options(), .fault = "not understood"};
     if (argv == NULL || wanted.session == NULL) return complain("out of memory", "");
     int count = take_arguments(&wanted, argv);
     int status = OK;
     if (wanted.help) {
-        usage(stdout);
+        print_usage(stdout);
     } else if (wanted.version) {
         status = print_version();
     } else if (count > 0) {
         status = use_arguments(&wanted);
     } else {
-        usage(stderr);
+        print_usage(stderr);
         complain(wanted.fault, wanted.wrong);
         status = MISUSED;
     }
     onnxruntime_vn_release_session_options(wanted.session);
-    if (fflush(stdout) != 0 || ferror(stdout)) status = complain("cannot write the output", "");
-    return status;
+    if (fflush(stdout) == 0 && !ferror(stdout)) return status;
+    complain("cannot write the output", "");
+    return UNWRITTEN;
 }

@@ -1,0 +1,158 @@
+#include "run_lines.h"
+
+#include <errno.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+enum { FIRST_SIZE = 1 << 16, MAX_READ = 1 << 30, MAX_RESULT = 65535 };
+
+#define CONTROLS "\1\2\3\4\5\6\7\b\t\n\v\f\r\16\17\20\21\22\23\24\25\26\27\30\31\32\33\34\35\36\37"
+
+/* What has been read and not yet handed out. */
+typedef struct {
+    FILE* file;
+    char* buffer; /* of size bytes, and one for a terminator */
+    size_t size;
+    size_t begin, end;
+} Reader;
+
+void clear_last_error(void) {
+    onnxruntime_vn_release_tensor(onnxruntime_vn_tensor_zeros_f32("[1]"));
+}
+
+/* Makes space after what is there; 0 when there is no memory. */
+static int make_space(Reader* reader) {
+    size_t length = reader->end - reader->begin;
+    if (reader->begin > 0) memmove(reader->buffer, reader->buffer + reader->begin, length);
+    reader->begin = 0;
+    reader->end = length;
+    if (length < reader->size) return 1;
+    size_t size = reader->size > 0 ? 2 * reader->size : FIRST_SIZE;
+    char* larger = size > reader->size ? realloc(reader->buffer, size + 1) : NULL;
+    if (larger == NULL) return 0;
+    reader->buffer = larger;
+    reader->size = size;
+    return 1;
+}
+
+/* Reads what there is, without waiting for more as fread would. Gives 0 at the end, and with the
+ * reason when it failed. */
+static int read_more(Reader* reader, const char** why) {
+    if (!make_space(reader)) {
+        *why = "out of memory";
+        return 0;
+    }
+    size_t space = reader->size - reader->end;
+    long got = (long)read(fileno(reader->file), reader->buffer + reader->end,
+                          space < MAX_READ ? (unsigned)space : MAX_READ);
+    if (got < 0) *why = strerror(errno);
+    if (got > 0) reader->end += (size_t)got;
+    return got > 0;
+}
+
+/* The next line without its line break, terminated; null after the last one, and with the reason when
+ * it could not be read. A last line needs no line break. */
+static char* next_line(Reader* reader, size_t* length, const char** why) {
+    char* line_feed = NULL;
+    size_t searched = 0;
+    for (int more = 1; more && line_feed == NULL;) {
+        more = reader->end - reader->begin > searched || read_more(reader, why);
+        size_t unsearched = reader->end - reader->begin - searched;
+        if (more) line_feed = memchr(reader->buffer + reader->begin + searched, '\n', unsearched);
+        searched += unsearched;
+    }
+    if (*why != NULL || (line_feed == NULL && searched == 0)) return NULL;
+    char* line = reader->buffer + reader->begin;
+    char* end = line_feed != NULL ? line_feed : line + searched;
+    reader->begin = line_feed != NULL ? (size_t)(line_feed + 1 - reader->buffer) : reader->end;
+    if (end > line && end[-1] == '\r') --end;
+    *end = '\0';
+    *length = (size_t)(end - line);
+    return line;
+}
+
+/* The length of the UTF-8 character at text, 0 for bytes that are none. */
+static size_t character_length(const char* text) {
+    const unsigned char* at = (const unsigned char*)text;
+    size_t length = at[0] < 0x80 ? 1 : at[0] < 0xc2 ? 0 : at[0] < 0xe0 ? 2 : at[0] < 0xf0 ? 3 : 4;
+    for (size_t i = 1; i < length; ++i) {
+        if ((at[i] & 0xc0) != 0x80) return 0;
+    }
+    int overlong = (at[0] == 0xe0 && at[1] < 0xa0) || (at[0] == 0xf0 && at[1] < 0x90);
+    int surrogate = at[0] == 0xed && at[1] >= 0xa0;
+    int too_large = at[0] > 0xf4 || (at[0] == 0xf4 && at[1] >= 0x90);
+    return overlong || surrogate || too_large ? 0 : length;
+}
+
+/* The text as a JSON string. It may hold what a feed held, or be cut inside of a character. */
+static void print_error(const char* text) {
+    fputs("{\"error\":\"", stdout);
+    while (*text != '\0') {
+        size_t length = character_length(text);
+        if (length == 0) {
+            fputs("\\ufffd", stdout);
+        } else if ((unsigned char)*text < ' ') {
+            printf("\\u%04x", (unsigned)*text);
+        } else {
+            if (*text == '"' || *text == '\\') putchar('\\');
+            fwrite(text, 1, length, stdout);
+        }
+        text += length > 0 ? length : 1;
+    }
+    puts("\"}");
+}
+
+/* The result as one line. Its control characters, line breaks among them, all stand in strings, where
+ * the library leaves them as they are. */
+static void print_result(const char* json) {
+    for (;;) {
+        size_t plain = strcspn(json, CONTROLS);
+        fwrite(json, 1, plain, stdout);
+        json += plain;
+        if (*json == '\0') break;
+        printf("\\u%04x", (unsigned)*json++);
+    }
+    putchar('\n');
+}
+
+/* Prints the line for one feed; 0 when it is an error. */
+static int answer(const InferenceSession* session, const char* outputs, const char* feed,
+                  size_t length) {
+    int is_text = memchr(feed, '\0', length) == NULL;
+    RunResult* result = is_text ? onnxruntime_vn_run_json(session, outputs, feed) : NULL;
+    const char* json = onnxruntime_vn_result_json(result);
+    int whole = result != NULL && strlen(json) < MAX_RESULT;
+    if (whole) {
+        print_result(json);
+    } else if (result != NULL) {
+        print_error("the result is cut at the text's limit");
+    } else if (!is_text) {
+        print_error("not a text");
+    } else {
+        const char* text = onnxruntime_vn_last_error();
+        print_error(text[0] ? text : "no reason given: is a \"shape\" or \"data\" missing?");
+        clear_last_error();
+    }
+    onnxruntime_vn_release_result(result);
+    return whole;
+}
+
+int answer_lines(const InferenceSession* session, const char* outputs, FILE* feeds,
+                 const char** why) {
+    struct stat kind;
+    int is_file = fstat(fileno(feeds), &kind) == 0 && S_ISREG(kind.st_mode);
+    Reader reader = {.file = feeds};
+    int good = 1;
+    size_t length;
+    const char* feed;
+    clear_last_error();
+    while (!ferror(stdout) && (feed = next_line(&reader, &length, why)) != NULL) {
+        good &= answer(session, outputs, feed, length);
+        /* Whoever sends feeds by a pipe may wait for each answer. */
+        if (!is_file) fflush(stdout);
+    }
+    free(reader.buffer);
+    return good && *why == NULL && !ferror(stdout);
+}
