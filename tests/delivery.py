@@ -1,4 +1,4 @@
-"""Checks what is handed out, each PART (exports, lookup, tool, examples or packages) in a table: delivery.py PART SETTINGS.
+"""Checks what is handed out, each PART (exports, lookup, tool, examples, packages or node) in a table: delivery.py PART SETTINGS.
 CMake gives the settings: the objects that the library is made of, the runner of the target's programs, and so on."""
 import argparse
 import glob
@@ -178,7 +178,6 @@ def tool():
 def examples():
     deps, cffi, other = given.source / ".deps", os.path.exists("/usr/share/common-lisp/source/cl-cffi"), given.build / "other"
     rows = [[*runner, given.build / f"detect_example{exe}"]]  # it was linked with the library
-    rows += [[*runner, deps / "node/node.exe", "node/detect.js"]] * windows + [["node", "node/detect.js"]] * (not windows and not runner)
     rows += (not runner) * [
         [sys.executable, "python/detect.py"], ["luajit", "luajit/detect.lua"], ["perl", "perl/detect.pl"], ["php", "php/detect.php"],
         ["racket", "racket/detect.rkt"], ["ruby", "ruby/detect.rb"], ["sbcl" if cffi else "no CFFI", "--script", "lisp/detect.lisp"],
@@ -189,7 +188,6 @@ def examples():
         ([nowhere, library], (1, "", f".*detect: CreateSession failed: Load model from {re.escape(nowhere)}.*")),
         ([model, nowhere], (1, "", ".*detect: .*")),
     ]
-    environment = {**os.environ, "NODE_PATH": f"{drive}{deps}/node/node_modules", "NODE_SKIP_PLATFORM_CHECK": "1"}
     for *command, example in rows:
         linked = example in (rows[0][-1], other / "detect_pascal")
         for paths, expected in cases[: 2 if linked else 3]:
@@ -198,7 +196,7 @@ def examples():
                 continue
             with tempfile.TemporaryDirectory() as empty:
                 source = example if isinstance(example, pathlib.Path) else f"{drive}{given.source}/examples/{example}"
-                check(f"{example} {paths}", expected, run(*command, source, *paths[: 2 - linked], cwd=empty, env=environment))
+                check(f"{example} {paths}", expected, run(*command, source, *paths[: 2 - linked], cwd=empty))
 
 
 def build_by_cmake(prefix, work):
@@ -258,6 +256,33 @@ def windows_linkers(work, prefix):
     output(clang, "--target=x86_64-pc-windows-msvc", "-ffreestanding", f"-I{prefix}/include", "-c", "client.c", cwd=work)
     output(link, "-entry:start", "-subsystem:console", "-nodefaultlib", f"-out:{prefix}/bin/client.exe", "client.o", prefix / "lib/onnxruntime_vornic.lib", cwd=work)
     check("unpacked, by Microsoft's import library", 42, run(*runner, prefix / "bin/client.exe")[0])
+
+
+def node():
+    """The module for Node.js as it is installed, without a network, in a fresh folder."""
+    deps, platform = given.source / ".deps", "win32-x64" if windows else "linux-x64"
+    with tempfile.TemporaryDirectory(dir=given.build) as folder:
+        made = [subprocess.check_call([sys.executable, given.source / "cmake/npm.py", f"{folder}/{n}", f"{platform}={given.build}"]) or
+                pathlib.Path(folder, str(n), "onnxruntime-vornic-1.0.0.tgz").read_bytes() for n in (1, 2)]
+        check("two archives of one build", True, made[0] == made[1])
+        output("npm", "install", "--offline", "--ignore-scripts", "--no-audit", "--no-fund", f"--os={platform[:5]}", "--cpu=x64",
+               f"--cache={deps}/node/npm-cache", "./1/onnxruntime-vornic-1.0.0.tgz", cwd=folder)
+        for path in ("tests/module.mjs", "tests/module_calls.js", "examples/node/detect.js", "modules/node/example.ts"):
+            shutil.copy(given.source / path, folder)
+        model, double, program = f"{drive}{deps}/models/silero_vad.onnx", f"{drive}{models}/double.onnx", [*runner, deps / "node/node.exe"] if windows else ["node"]
+        settings = {"cwd": folder, "env": {**os.environ, "NODE_SKIP_PLATFORM_CHECK": "1"}}
+        check("detect.js", (0, "chunk 0: 0.229\nchunk 1: 0.259\nchunk 2: 0.254\n", ".*"), run(*program, "detect.js", model, **settings))
+        check("detect.js, no model", (1, "", ".*detect: CreateSession failed: Load model from nowhere.*"), run(*program, "detect.js", "nowhere", **settings))
+        status, out, err = run(*program, "--expose-gc", "module.mjs", f"{drive}{models}", model, **settings)
+        declared = re.findall(r"\bonnxruntime_vn_(\w+)(?=\()", re.sub(r"/\*.*?\*/", "", (given.source / "include/onnxruntime_vornic.h").read_text(), flags=re.DOTALL))
+        check("what the classes call", (0, sorted(declared), ".*"), (status, out.split(), err))
+        command = [*program, "module_calls.js", f"{drive}{given.library}"]
+        check("the script of calls", 0, subprocess.call([sys.executable, play.__file__, given.source / "tests/script.txt", f"{drive}{models}", *command], **settings))
+        if not windows:  # the compiler is the same everywhere
+            output("node", deps / "node/node_modules/typescript/bin/tsc", "--strict", "--target", "es2022", "--module", "node16",
+                   "--types", "node", "--typeRoots", deps / "node/node_modules/@types", "example.ts", **settings)
+            check("example.ts", (0, r"x float32 \[ -1, 3 \]\ny \[ 1, 3 \] \[ 2, 5, 6 \]\nFloat32Array\(3\) \[ 8, 10, 12 \]\n2\n4\n6\n8\n.*must have 3 items.*", ".*"),
+                  run("node", "example.js", double, **settings))
 
 
 globals()[given.part]()
