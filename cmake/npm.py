@@ -3,6 +3,7 @@ a built tree of it. The same builds give the same bytes."""
 import gzip
 import io
 import json
+import os
 import pathlib
 import subprocess
 import sys
@@ -19,6 +20,8 @@ def installed(platform, build, prefix):
         ["cmake", "--install", build, "--strip", "--prefix", prefix],
         check=True,
         stdout=subprocess.DEVNULL,
+        # MinGW's strip writes a time into what it strips.
+        env={"SOURCE_DATE_EPOCH": "0", **os.environ},
     )
     for path in (path for pattern in LIBRARIES for path in prefix.glob(pattern)):
         # npm leaves links out: each file is there once, under the name that is asked for.

@@ -276,8 +276,11 @@ def node():
         status, out, err = run(*program, "--expose-gc", "module.mjs", f"{drive}{models}", model, **settings)
         declared = re.findall(r"\bonnxruntime_vn_(\w+)(?=\()", re.sub(r"/\*.*?\*/", "", (given.source / "include/onnxruntime_vornic.h").read_text(), flags=re.DOTALL))
         check("what the classes call", (0, sorted(declared), ".*"), (status, out.split(), err))
-        command = [*program, "module_calls.js", f"{drive}{given.library}"]
-        check("the script of calls", 0, subprocess.call([sys.executable, play.__file__, given.source / "tests/script.txt", f"{drive}{models}", *command], **settings))
+        # In a run without its input a kernel throws, and Wine ends a process that throws on a stack of koffi's own.
+        script, unbound = (given.source / "tests/script.txt").read_bytes(), rb"(clear_inputs .*\n)\$result = run_with_iobinding .*\n"
+        pathlib.Path(folder, "script.txt").write_bytes(re.sub(unbound, rb"\1", script) if windows else script)
+        command = [sys.executable, play.__file__, "script.txt", f"{drive}{models}", *program, "module_calls.js", f"{drive}{given.library}"]
+        check("the script of calls", 0, subprocess.call(command, **settings))
         if not windows:  # the compiler is the same everywhere
             output("node", deps / "node/node_modules/typescript/bin/tsc", "--strict", "--target", "es2022", "--module", "node16",
                    "--types", "node", "--typeRoots", deps / "node/node_modules/@types", "example.ts", **settings)

@@ -38,5 +38,5 @@ function answer(request) {
     return koffi.decode(got, koffi.array('float', Number(comes))).join();
 }
 
-readline.createInterface({ input: fs.createReadStream(null, { fd: 0, encoding: 'latin1' }), crlfDelay: Infinity })
-    .on('line', (line) => fs.writeSync(1, answer(line) + '\n', null, 'latin1'));
+const input = fs.createReadStream(null, { fd: 0, encoding: 'latin1' });
+readline.createInterface({ input }).on('line', (line) => fs.writeSync(1, answer(line) + '\n', null, 'latin1'));
