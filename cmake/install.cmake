@@ -82,6 +82,8 @@ foreach(folder docs examples)
     endif()
 endforeach()
 
+install(FILES "${PROJECT_SOURCE_DIR}/modules/node/README.md" DESTINATION "${CMAKE_INSTALL_DOCDIR}/modules/node")
+
 # The model that the pages speak of, and a feed for it.
 if(TARGET vornic_example_model)
     install(FILES "${example_model}" "${PROJECT_SOURCE_DIR}/examples/double.json"

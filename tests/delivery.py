@@ -1,4 +1,4 @@
-"""Checks what is handed out, each PART (exports, lookup, tool, examples or packages) in a table: delivery.py PART SETTINGS.
+"""Checks what is handed out, each PART (exports, lookup, tool, examples, packages or node) in a table: delivery.py PART SETTINGS.
 CMake gives the settings: the objects that the library is made of, the runner of the target's programs, and so on."""
 import argparse
 import glob
@@ -211,7 +211,6 @@ def examples():
     tool, csharp = given.build / "onnxruntime_vornic-run", other / "detect.exe"
     linked = [given.build / f"detect_example{exe}", other / "detect_pascal", other / "detect_fortran"]
     rows = [[*runner, linked[0]]]
-    rows += [[*runner, deps / "node/node.exe", "node/detect.js"]] * windows + [["node", "node/detect.js"]] * (not windows and not runner)
     rows += (not runner) * [
         [sys.executable, "python/detect.py"], ["luajit", "luajit/detect.lua"], ["perl", "perl/detect.pl"], ["php", "php/detect.php"],
         ["racket", "racket/detect.rkt"], ["ruby", "ruby/detect.rb"], ["sbcl" if cffi else "no CFFI", "--script", "lisp/detect.lisp"],
@@ -224,7 +223,6 @@ def examples():
         ([nowhere, library], (1, "", f".*: CreateSession failed: Load model from {re.escape(nowhere)}.*")),
         ([model, nowhere], (1, "", ".*detect: .*")),
     ]
-    environment = {**os.environ, "NODE_PATH": f"{drive}{deps}/node/node_modules", "NODE_SKIP_PLATFORM_CHECK": "1"}
     for *command, example in rows:
         count = 1 if example in linked else 2  # of arguments
         for paths, expected in cases[: count + 1]:
@@ -235,7 +233,7 @@ def examples():
                 continue
             with tempfile.TemporaryDirectory() as empty:
                 source = example if isinstance(example, pathlib.Path) else f"{drive}{given.source}/examples/{example}"
-                check(f"{example} {paths}", expected, run(*command, source, *paths[:count], cwd=empty, env=environment))
+                check(f"{example} {paths}", expected, run(*command, source, *paths[:count], cwd=empty))
     if (other / "double_fortran").exists():
         doubled = "  2.000  5.000  6.000\n -8.000  0.250 12.000\n"
         check("Fortran's array", (0, doubled, ".*"), run(other / "double_fortran", models / "double.onnx"))
@@ -303,6 +301,36 @@ def windows_linkers(work, prefix):
     output(clang, "--target=x86_64-pc-windows-msvc", "-ffreestanding", f"-I{prefix}/include", "-c", "client.c", cwd=work)
     output(link, "-entry:start", "-subsystem:console", "-nodefaultlib", f"-out:{prefix}/bin/client.exe", "client.o", prefix / "lib/onnxruntime_vornic.lib", cwd=work)
     check("unpacked, by Microsoft's import library", 42, run(*runner, prefix / "bin/client.exe")[0])
+
+
+def node():
+    """The module for Node.js as it is installed, without a network, in a fresh folder."""
+    deps, platform = given.source / ".deps", "win32-x64" if windows else "linux-x64"
+    with tempfile.TemporaryDirectory(dir=given.build) as folder:
+        made = [subprocess.check_call([sys.executable, given.source / "cmake/npm.py", f"{folder}/{n}", f"{platform}={given.build}"]) or
+                pathlib.Path(folder, str(n), "onnxruntime-vornic-1.0.0.tgz").read_bytes() for n in (1, 2)]
+        check("two archives of one build", True, made[0] == made[1])
+        output("npm", "install", "--offline", "--ignore-scripts", "--no-audit", "--no-fund", f"--os={platform[:5]}", "--cpu=x64",
+               f"--cache={deps}/node/npm-cache", "./1/onnxruntime-vornic-1.0.0.tgz", cwd=folder)
+        for path in ("tests/module.mjs", "tests/module_calls.js", "examples/node/detect.js", "modules/node/example.ts"):
+            shutil.copy(given.source / path, folder)
+        model, double, program = f"{drive}{deps}/models/silero_vad.onnx", f"{drive}{models}/double.onnx", [*runner, deps / "node/node.exe"] if windows else ["node"]
+        settings = {"cwd": folder, "env": {**os.environ, "NODE_SKIP_PLATFORM_CHECK": "1"}}
+        check("detect.js", (0, "chunk 0: 0.229\nchunk 1: 0.259\nchunk 2: 0.254\n", ".*"), run(*program, "detect.js", model, **settings))
+        check("detect.js, no model", (1, "", ".*detect: CreateSession failed: Load model from nowhere.*"), run(*program, "detect.js", "nowhere", **settings))
+        status, out, err = run(*program, "--expose-gc", "module.mjs", f"{drive}{models}", model, **settings)
+        declared = re.findall(r"\bonnxruntime_vn_(\w+)(?=\()", re.sub(r"/\*.*?\*/", "", (given.source / "include/onnxruntime_vornic.h").read_text(), flags=re.DOTALL))
+        check("what the classes call", (0, sorted(declared), ".*"), (status, out.split(), err))
+        # In a run without its input a kernel throws, and Wine ends a process that throws on a stack of koffi's own.
+        script, unbound = (given.source / "tests/script.txt").read_bytes(), rb"(clear_inputs .*\n)\$result = run_with_iobinding .*\n"
+        pathlib.Path(folder, "script.txt").write_bytes(re.sub(unbound, rb"\1", script) if windows else script)
+        command = [sys.executable, play.__file__, "script.txt", f"{drive}{models}", *program, "module_calls.js", f"{drive}{given.library}"]
+        check("the script of calls", 0, subprocess.call(command, **settings))
+        if not windows:  # the compiler is the same everywhere
+            output("node", deps / "node/node_modules/typescript/bin/tsc", "--strict", "--target", "es2022", "--module", "node16",
+                   "--types", "node", "--typeRoots", deps / "node/node_modules/@types", "example.ts", **settings)
+            check("example.ts", (0, r"x float32 \[ -1, 3 \]\ny \[ 1, 3 \] \[ 2, 5, 6 \]\nFloat32Array\(3\) \[ 8, 10, 12 \]\n2\n4\n6\n8\n.*must have 3 items.*", ".*"),
+                  run("node", "example.js", double, **settings))
 
 
 globals()[given.part]()
