@@ -123,7 +123,7 @@ int32_t read_numbers(const char* text, const char* end, int64_t capacity, uint64
 
 int32_t vnort_read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
                            NumberSink sink) {
-    constexpr int64_t kSlots = 256;
+    constexpr int64_t kSlots = 1024;
     double numbers[kSlots];
     return read_numbers(text, end, capacity, count, [&](int64_t first, auto read) {
         const int64_t taken = read(numbers, kSlots);

@@ -135,6 +135,7 @@ public:
     void read() {
         do {
             if (list_.count() < kGroup) read_single_digits();
+            if (end_ - to_ < kGroup) return;
             list_.extend();
         } while (read_list());
     }
