@@ -49,6 +49,12 @@ if(VORNIC_TOOL)
             DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tools)
     endif()
 endif()
+set(vornic_file libonnxruntime_vornic.so.${PROJECT_VERSION_MAJOR})
+set(beside_library_runtime "${private_folder}/${runtime_name}")
+if(WIN32)
+    set(vornic_file onnxruntime_vornic.dll)
+    set(beside_library_runtime "${runtime_name}")
+endif()
 if(VORNIC_INSTALL_RUNTIME)
     if(WIN32)
         install(FILES "${ONNXRUNTIME_LIBRARY}" DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT library)
@@ -99,6 +105,10 @@ foreach(folder docs examples)
             PATTERN __pycache__ EXCLUDE PATTERN Doxyfile EXCLUDE PATTERN "*.sed" EXCLUDE)
     endif()
 endforeach()
+
+# The module, where the examples look for it.
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/modules/python/onnxruntime_vornic"
+    DESTINATION "${CMAKE_INSTALL_DOCDIR}/modules/python" COMPONENT python PATTERN __pycache__ EXCLUDE)
 
 # The model that the pages speak of, and a feed for it.
 if(TARGET vornic_example_model)
