@@ -239,7 +239,7 @@ class RunOptions(Handle):
         except VornicError as error:
             if not expired.is_set():
                 raise
-            raise VornicTimeout(f"the run was ended after {seconds:g} s") from error
+            raise VornicTimeout(f"the run was ended after {max(seconds, 0):.3g} s") from error
         finally:
             timer.cancel()
             if seconds > 0:
