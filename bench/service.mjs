@@ -31,6 +31,7 @@ if (cluster.isPrimary) {
     if (++told === 2) console.log(`service: http://127.0.0.1:${port}`);
   });
   cluster.on('exit', () => process.exitCode === undefined && cluster.fork());
+  cluster.on('fork', (worker) => worker.on('error', () => {}));  // killed before it was ready
   process.on('SIGTERM', () => {
     process.exitCode = 0;
     cluster.disconnect(() => process.exit());

@@ -101,11 +101,11 @@ class Load:
                 try:
                     if writer is None:
                         reader, writer = await asyncio.open_connection("127.0.0.1", self.port)
-                    status, answer = await exchange(reader, writer, body)
+                    status, answer = await asyncio.wait_for(exchange(reader, writer, body), 10)
                     break
                 except ConnectionRefusedError:
                     return
-                except (OSError, asyncio.IncompleteReadError):
+                except (OSError, asyncio.IncompleteReadError, asyncio.TimeoutError):
                     self.came["broken off"] += 1
                     writer = writer and writer.close()
             self.times.append(time.perf_counter() - begin)

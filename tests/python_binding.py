@@ -25,9 +25,9 @@ JUNK = [None, True, -1, 256, 1.0, 0.5, 2**53 + 1, 10**400, 1e39, math.nan, [], [
 JUNK += [{"data": [9]}, "\0", "\ud800", "é" * 2048, *WORDS]
 FEED = {"x": tensor("float32", [1, 3], [1, 2, 3])}
 SETTINGS = dict(
-    inter_op_threads=1, parallel=False, profiling=False, cpu_arena=True, memory_pattern=True
+    inter_op_num_threads=1, execution_mode=0, profiling=False, cpu_mem_arena=True, mem_pattern=True
 )
-SETTINGS.update(log_id="me", log_verbosity=0, log_severity=3)
+SETTINGS.update(log_id="me", log_verbosity_level=0, log_severity_level=3)
 # An input of types.onnx that is replaced or added, and how what is said of it begins.
 BAD = """in_float32 {"dtype":"float32","shape":[1],"data":"16000"} ! data must be an array
 in_float32 {"dtype":"float32","shape":[1]} ! a tensor must have dtype, shape and data
@@ -166,7 +166,7 @@ with library.session("double.onnx") as session:
     del result
     check("what nobody closed", called.count("release_result") == released + 1, called[-9:])
     with library.session_options(**SETTINGS) as options:
-        options.set(cpu_arena=False)
+        options.set(cpu_mem_arena=False)
         with library.session("double.onnx", options=options) as other, other.binding() as bound:
             for prepare in (bound.clear_inputs, bound.clear_outputs, bound.synchronize_inputs):
                 prepare()
@@ -174,9 +174,9 @@ with library.session("double.onnx") as session:
             bound.bind_output("y")
             with bound.run(timeout=9) as result:
                 bound.synchronize_outputs()
-                check("a binding's text", bound.text == result.text, bound.text)
+                check("a binding's outputs", bound.outputs == result.outputs, bound.text)
     check("providers", "CPUExecutionProvider" in library.providers, library.providers)
-    with library.run_options(log_verbosity=0) as options:
+    with library.run_options(log_verbosity_level=0) as options:
         said = refusal(run_until, options, session, 0.05)
         check("a deadline", said == "the run was ended after 0.05 s", said)
         check("after a deadline", session.run(FEED, options=options), "nothing")

@@ -15,7 +15,13 @@ from ._feeds import Description, Feed, Output, Tensor, check_feed, feed_json, te
 from ._handle import Handle
 from ._library import Library
 from ._native import Functions
-from ._options import Optimization, RunOptions, SessionOptions, Severity
+from ._options import (
+    ExecutionMode,
+    GraphOptimizationLevel,
+    RunOptions,
+    SessionOptions,
+    Severity,
+)
 from ._result import Result
 from ._session import Binding, FloatTensor, Session
 
@@ -23,12 +29,13 @@ __version__ = "1.0.0"
 __all__ = [
     "Binding",
     "Description",
+    "ExecutionMode",
     "Feed",
     "FloatTensor",
     "Functions",
+    "GraphOptimizationLevel",
     "Handle",
     "Library",
-    "Optimization",
     "Output",
     "Result",
     "RunOptions",

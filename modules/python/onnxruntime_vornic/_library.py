@@ -64,7 +64,7 @@ class Library:
     ) -> Session:
         """A session for a model file, with settings as of SessionOptions.set, or with options.
 
-        threads are intra_op_threads; 0 leaves their number to ONNX Runtime.
+        threads are intra_op_num_threads; 0 leaves their number to ONNX Runtime.
 
         >>> with library.session("double.onnx", threads=1, providers=["CPU"]) as session:
         ...     print(session.outputs[0]["name"])
@@ -74,7 +74,7 @@ class Library:
             if threads or settings:
                 raise VornicError("a session takes either options or settings of its own")
             return Session(self, model, options)
-        with self.session_options(**{"intra_op_threads": threads, **settings}) as own:
+        with self.session_options(**{"intra_op_num_threads": threads, **settings}) as own:
             return Session(self, model, own)
 
     def session_options(self, **settings: Any) -> SessionOptions:

@@ -14,10 +14,10 @@ if TYPE_CHECKING:
 Provider = Union[str, Tuple[str, Mapping[str, Any]]]
 
 
-class Optimization(enum.IntEnum):
+class GraphOptimizationLevel(enum.IntEnum):
     """How far a session optimises its model's graph.
 
-    >>> library.session("double.onnx", optimization=Optimization.BASIC).close()
+    >>> library.session("double.onnx", graph_optimization_level=GraphOptimizationLevel.BASIC).close()
     """
 
     NONE = 0
@@ -27,10 +27,20 @@ class Optimization(enum.IntEnum):
     ALL = 99
 
 
+class ExecutionMode(enum.IntEnum):
+    """Whether a session runs operators side by side.
+
+    >>> library.session("double.onnx", execution_mode=ExecutionMode.PARALLEL).close()
+    """
+
+    SEQUENTIAL = 0
+    PARALLEL = 1
+
+
 class Severity(enum.IntEnum):
     """What is logged: messages of this severity and of those after it.
 
-    >>> library.run_options(log_severity=Severity.ERROR).close()
+    >>> library.run_options(log_severity_level=Severity.ERROR).close()
     """
 
     VERBOSE = 0
@@ -58,7 +68,7 @@ class SessionOptions(Handle):
     What is not given, or None, is left as it is, at first to ONNX Runtime. Library.session takes
     the same settings directly.
 
-    >>> with library.session_options(intra_op_threads=1, providers=["CPU"]) as options:
+    >>> with library.session_options(intra_op_num_threads=1, providers=["CPU"]) as options:
     ...     sessions = [library.session("double.onnx", options=options) for _ in range(2)]
     """
 
@@ -75,49 +85,61 @@ class SessionOptions(Handle):
     def set(
         self,
         *,
-        intra_op_threads: Optional[int] = None,
-        inter_op_threads: Optional[int] = None,
-        optimization: Optional[int] = None,
-        parallel: Optional[bool] = None,
+        intra_op_num_threads: Optional[int] = None,
+        inter_op_num_threads: Optional[int] = None,
+        graph_optimization_level: Optional[int] = None,
+        execution_mode: Optional[int] = None,
         profiling: Union[str, bool, None] = None,
-        cpu_arena: Optional[bool] = None,
-        memory_pattern: Optional[bool] = None,
+        cpu_mem_arena: Optional[bool] = None,
+        mem_pattern: Optional[bool] = None,
         log_id: Optional[str] = None,
-        log_verbosity: Optional[int] = None,
-        log_severity: Optional[int] = None,
+        log_verbosity_level: Optional[int] = None,
+        log_severity_level: Optional[int] = None,
         providers: Iterable[Provider] = (),
     ) -> None:
         """Changes settings.
 
-        intra_op_threads are those inside one operator, inter_op_threads those that run operators
-        side by side where parallel is true. profiling is True or the beginning of the path of the
+        intra_op_num_threads are those inside one operator, inter_op_num_threads those that run operators
+        side by side in ExecutionMode.PARALLEL. profiling is True or the beginning of the path of the
         profile, see Session.end_profiling. providers are appended in their order, each a name or
         a name with its options.
 
         >>> with library.session_options() as options:
-        ...     options.set(optimization=Optimization.ALL, memory_pattern=False)
+        ...     options.set(graph_optimization_level=GraphOptimizationLevel.ALL, mem_pattern=False)
         ...     options.set(providers=[("CPU", {"use_arena": False})])
         """
         f, check, handle = self.library.functions, self.library.check, self.handle
         numbers = (
-            (f.session_options_set_intra_op_num_threads, intra_op_threads, "intra_op_threads"),
-            (f.session_options_set_inter_op_num_threads, inter_op_threads, "inter_op_threads"),
-            (f.session_options_set_graph_optimization_level, optimization, "optimization"),
-            (f.session_options_set_execution_mode, parallel, "parallel"),
-            (f.session_options_set_log_verbosity_level, log_verbosity, "log_verbosity"),
-            (f.session_options_set_log_severity_level, log_severity, "log_severity"),
+            (
+                f.session_options_set_intra_op_num_threads,
+                intra_op_num_threads,
+                "intra_op_num_threads",
+            ),
+            (
+                f.session_options_set_inter_op_num_threads,
+                inter_op_num_threads,
+                "inter_op_num_threads",
+            ),
+            (
+                f.session_options_set_graph_optimization_level,
+                graph_optimization_level,
+                "graph_optimization_level",
+            ),
+            (f.session_options_set_execution_mode, execution_mode, "execution_mode"),
+            (f.session_options_set_log_verbosity_level, log_verbosity_level, "log_verbosity_level"),
+            (f.session_options_set_log_severity_level, log_severity_level, "log_severity_level"),
         )
         for setter, value, name in numbers:
             if value is not None:
                 check(setter(handle, int32(value, name)))
         switches = (
             (
-                cpu_arena,
+                cpu_mem_arena,
                 f.session_options_disable_cpu_mem_arena,
                 f.session_options_enable_cpu_mem_arena,
             ),
             (
-                memory_pattern,
+                mem_pattern,
                 f.session_options_disable_mem_pattern,
                 f.session_options_enable_mem_pattern,
             ),
@@ -167,13 +189,17 @@ class RunOptions(Handle):
         library: "Library",
         *,
         tag: Optional[str] = None,
-        log_verbosity: Optional[int] = None,
-        log_severity: Optional[int] = None,
+        log_verbosity_level: Optional[int] = None,
+        log_severity_level: Optional[int] = None,
     ) -> None:
         functions = library.functions
         super().__init__(library, functions.create_run_options(), functions.release_run_options)
         try:
-            self.set(tag=tag, log_verbosity=log_verbosity, log_severity=log_severity)
+            self.set(
+                tag=tag,
+                log_verbosity_level=log_verbosity_level,
+                log_severity_level=log_severity_level,
+            )
         except BaseException:
             self.close()
             raise
@@ -182,22 +208,22 @@ class RunOptions(Handle):
         self,
         *,
         tag: Optional[str] = None,
-        log_verbosity: Optional[int] = None,
-        log_severity: Optional[int] = None,
+        log_verbosity_level: Optional[int] = None,
+        log_severity_level: Optional[int] = None,
     ) -> None:
-        """Changes what is given; a log_severity of -1 is the session's.
+        """Changes what is given; a log_severity_level of -1 is the session's.
 
         >>> with library.run_options() as options:
-        ...     options.set(tag="request 7", log_severity=Severity.ERROR)
+        ...     options.set(tag="request 7", log_severity_level=Severity.ERROR)
         """
         f, check, handle = self.library.functions, self.library.check, self.handle
         if tag is not None:
             check(f.run_options_set_run_tag(handle, c_text(tag, "the tag")))
-        if log_verbosity is not None:
-            level = int32(log_verbosity, "log_verbosity")
+        if log_verbosity_level is not None:
+            level = int32(log_verbosity_level, "log_verbosity_level")
             check(f.run_options_set_log_verbosity_level(handle, level))
-        if log_severity is not None:
-            level = int32(log_severity, "log_severity")
+        if log_severity_level is not None:
+            level = int32(log_severity_level, "log_severity_level")
             check(f.run_options_set_log_severity_level(handle, level))
 
     def terminate(self) -> None:

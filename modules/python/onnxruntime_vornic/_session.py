@@ -7,7 +7,17 @@ from ctypes import c_char, c_int64
 from typing import TYPE_CHECKING, Any, Dict, List, Optional, Sequence, Union
 
 from ._errors import VornicError, c_text
-from ._feeds import Description, Feed, Tensor, feed_json, flat, names_json, parsed, tensor_json
+from ._feeds import (
+    Description,
+    Feed,
+    Output,
+    Tensor,
+    feed_json,
+    flat,
+    names_json,
+    parsed,
+    tensor_json,
+)
 from ._handle import Handle
 from ._options import RunOptions, SessionOptions, limited
 from ._result import Result
@@ -220,6 +230,12 @@ class Binding(Handle):
         """The outputs of the last run as the library wrote them, "{}" before it."""
         text: bytes = self.library.functions.iobinding_outputs_json(self.handle)
         return text.decode(errors="replace")
+
+    @property
+    def outputs(self) -> Dict[str, Output]:
+        """The outputs of the last run by name; none before it."""
+        outputs: Dict[str, Output] = parsed(self.text.encode(), "outputs").get("outputs", {})
+        return outputs
 
     def run(
         self, *, options: Optional[RunOptions] = None, timeout: Optional[float] = None
