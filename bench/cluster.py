@@ -10,7 +10,7 @@ import time
 import wave
 
 ROOT = pathlib.Path(__file__).resolve().parents[1]
-sys.path.insert(0, str(ROOT / "examples/python"))
+sys.path[:0] = [str(ROOT / "examples/python"), str(ROOT / "modules/python")]
 
 import cluster
 import distributed

@@ -31,6 +31,12 @@ if(WIN32)
     set(beside_library "${CMAKE_INSTALL_BINDIR}")
 endif()
 install(FILES "${CMAKE_BINARY_DIR}/onnxruntime_vornic.cdef" DESTINATION "${beside_library}")
+set(vornic_file libonnxruntime_vornic.so.${PROJECT_VERSION_MAJOR})
+set(beside_library_runtime "${private_folder}/${runtime_name}")
+if(WIN32)
+    set(vornic_file onnxruntime_vornic.dll)
+    set(beside_library_runtime "${runtime_name}")
+endif()
 if(VORNIC_INSTALL_RUNTIME)
     if(WIN32)
         install(FILES "${ONNXRUNTIME_LIBRARY}" DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT library)
@@ -83,6 +89,9 @@ foreach(folder docs examples)
 endforeach()
 
 install(FILES "${PROJECT_SOURCE_DIR}/modules/node/README.md" DESTINATION "${CMAKE_INSTALL_DOCDIR}/modules/node")
+# The module, where the examples look for it.
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/modules/python/onnxruntime_vornic"
+    DESTINATION "${CMAKE_INSTALL_DOCDIR}/modules/python" COMPONENT python PATTERN __pycache__ EXCLUDE)
 
 # The model that the pages speak of, and a feed for it.
 if(TARGET vornic_example_model)

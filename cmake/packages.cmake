@@ -2,8 +2,8 @@
 #
 #   cmake -DOUTPUT=FOLDER [-DEFFORT=1] [-DCONTACT="NAME <ADDRESS>" [-DNO_ARCHIVE=ON]] -P packages.cmake
 #
-# An archive to unpack and run; with a contact, on Linux, three packages for Debian and its kin. The same
-# build gives the same bytes where SOURCE_DATE_EPOCH is the same.
+# An archive to unpack and run, and two wheels for Python; with a contact, on Linux, four packages for Debian
+# and its kin. The same build gives the same bytes where SOURCE_DATE_EPOCH is the same.
 
 if(WIN32)
     set(archive_name "onnxruntime_vornic-${PROJECT_VERSION}-windows-${architecture}")
@@ -14,6 +14,7 @@ set(deb_version "${PROJECT_VERSION}-1")
 set(deb_library "lib${deb_name}${PROJECT_VERSION_MAJOR}")
 set(deb_development "lib${deb_name}-dev")
 set(deb_tools "${deb_name}-tools")
+set(deb_python "python3-${deb_name}")
 set(deb_architecture amd64)
 if(architecture STREQUAL arm64)
     set(deb_architecture arm64)
@@ -37,4 +38,24 @@ if [ -d "$folder" ]; then
     find "$folder" -type d -name __pycache__ -prune -exec rm -r {} +
 fi
 ]])
+# What debhelper's Python add-on would write.
+file(CONFIGURE OUTPUT debian/postinst.python @ONLY CONTENT [[#!/bin/sh
+set -e
+if command -v py3compile >/dev/null; then
+    py3compile -p @deb_python@
+fi
+]])
+file(CONFIGURE OUTPUT debian/prerm.python @ONLY CONTENT [[#!/bin/sh
+set -e
+if command -v py3clean >/dev/null; then
+    py3clean -p @deb_python@
+else
+    find /usr/lib/python3/dist-packages/onnxruntime_vornic -name __pycache__ -prune -exec rm -r {} +
+fi
+]])
+
+set(library_licences "${PROJECT_SOURCE_DIR}/LICENSE")
+if(MINGW)
+    list(APPEND library_licences /usr/share/doc/mingw-w64-common/copyright)
+endif()
 configure_file("${CMAKE_CURRENT_LIST_DIR}/packages.cmake.in" packages.cmake @ONLY)

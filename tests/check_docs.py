@@ -1,10 +1,13 @@
-"""Checks the docs: check_docs.py CHECKOUT DOXYGEN. Every text that the library can write is in docs/troubleshooting.md and no
-other, every function is in the reference, which Doxygen builds without a warning, and every link leads somewhere."""
+"""Checks the docs: check_docs.py CHECKOUT DOXYGEN LIBRARY MODELS. Every text that the library can write is in
+docs/troubleshooting.md and no other, every function is in the reference, which Doxygen builds without a warning, every link
+leads somewhere, and the programs of docs/images.md know a green image from others."""
+import os
 import pathlib
 import re
 import subprocess
 import sys
 import tempfile
+from PIL import Image
 
 # What a source file holds between quotes; characters and comments are passed over.
 LITERAL = r'"((?:[^"\\\n]|\\.)*)"|\'(?:[^\'\\\n]|\\.)+\'|//[^\n]*|/\*.*?\*/|#include[^\n]*'
@@ -12,7 +15,7 @@ LITERAL = r'"((?:[^"\\\n]|\\.)*)"|\'(?:[^\'\\\n]|\\.)+\'|//[^\n]*|/\*.*?\*/|#inc
 MESSAGE = r"[^%:].* .*|Run|(?!OrtGetApiBase|CPUExecution)[A-Z][a-z]+[A-Z]\w+"
 # A member of the metadata, which stands for the function that gets it.
 MEMBER = r'\{"(\w+)", g_api->'
-root, doxygen, failures = pathlib.Path(sys.argv[1]), sys.argv[2], []
+root, doxygen, library, models, failures = pathlib.Path(sys.argv[1]), *sys.argv[2:], []
 
 
 def check(what, wrong):
@@ -49,5 +52,12 @@ for page in [*root.glob("*.md"), *root.glob("docs/*.md")]:
         target = page.parent / path if path else page
         if not target.exists() or heading and heading not in headings(target):
             check(f"{page.name} links to nothing", [f"{path}#{heading}"])
+with tempfile.TemporaryDirectory() as folder:
+    Image.new("RGB", (320, 200), "lime").save(f"{folder}/photo.jpg")
+    os.symlink(f"{models}/image.onnx", f"{folder}/image.onnx")
+    environment = {**os.environ, "PYTHONPATH": f"{root}/modules/python", "ONNXRUNTIME_VORNIC_LIBRARY": library}
+    program = re.search("```python\n(.*?)```", (root / "docs/images.md").read_text(), re.DOTALL)[1]
+    done = subprocess.run([sys.executable, "-c", program], cwd=folder, env=environment, text=True, capture_output=True)
+    check("docs/images.md", [done.stdout + done.stderr] * (done.stdout != "1\n"))
 print(*failures, f"{len(written)} messages, {len(functions)} functions, {len(failures)} failures", sep="\n")
 sys.exit(len(failures) > 0)

@@ -203,7 +203,9 @@ def tool():
         check("--lines without a reader", 3, talk.process.wait(60))
 
 
-CHUNKS = "chunk 0: 0.229\nchunk 1: 0.259\nchunk 2: 0.254\n"
+
+
+DETECTS = (0, "chunk 0: 0.229\nchunk 1: 0.259\nchunk 2: 0.254\n", ".*")
 
 
 def examples():
@@ -219,7 +221,7 @@ def examples():
         ["escript" if tool.exists() else "no tool", "erlang/detect.erl"]]
     model, library, nowhere = (f"{drive}{path}" for path in (deps / "models/silero_vad.onnx", given.library, "/nowhere/at.all"))
     cases = [  # what is given; exit status, output and a part of the complaint
-        ([model, library], (0, CHUNKS, ".*")),
+        ([model, library], DETECTS),
         ([nowhere, library], (1, "", f".*: CreateSession failed: Load model from {re.escape(nowhere)}.*")),
         ([model, nowhere], (1, "", ".*detect: .*")),
     ]
@@ -248,7 +250,7 @@ def build_by_cmake(prefix, work):
 
 
 def detects(what, program):
-    check(what, (0, CHUNKS, ".*"), run(*runner, program, f"{drive}{given.source}/.deps/models/silero_vad.onnx"))
+    check(what, DETECTS, run(*runner, program, f"{drive}{given.source}/.deps/models/silero_vad.onnx"))
 
 
 def answers(what, program, prefix):
@@ -261,8 +263,9 @@ def packages():
     with tempfile.TemporaryDirectory() as folder:
         work = pathlib.Path(folder)
         output(given.cmake, f"-DOUTPUT={work}/packages", "-DEFFORT=1", "-DCONTACT=Some One <one@example.test>", "-P", given.build / "packages.cmake")
-        *debs, archive = sorted((work / "packages").iterdir())
-        check("for Debian", [] if windows else ["libonnxruntime-vornic-dev", "libonnxruntime-vornic1", "onnxruntime-vornic-tools"],
+        debs, (archive,), wheels = (sorted((work / "packages").glob(kind)) for kind in ("*.deb", "*.[tz]*", "*.whl"))
+        python_wheels(work, *wheels)
+        check("for Debian", [] if windows else ["libonnxruntime-vornic-dev", "libonnxruntime-vornic1", "onnxruntime-vornic-tools", "python3-onnxruntime-vornic"],
               [output("dpkg-deb", "-x", deb, work / "package") or deb.name.split("_1")[0] for deb in debs])
         shutil.unpack_archive(archive, work / "archive")
         prefixes = [*(work / "archive").iterdir(), *work.glob("package/usr")]
@@ -275,6 +278,26 @@ def packages():
                 os.symlink(given.old, prefix / "lib/libonnxruntime.so.1")  # where none is
             answers(f"unpacked in {prefix.name}", prefix / f"bin/onnxruntime_vornic-run{exe}", prefix)
         windows_linkers(work, prefixes[0]) if windows else linux_linkers(work, "".join(output("dpkg-deb", "-f", deb, "Depends") for deb in debs))
+
+
+def python_wheels(work, wheel, bare):
+    """Both are whole, and what is installed of the first into a fresh folder answers, where a Python for it is here."""
+    for each in (wheel, bare):  # hashes are compared
+        output("/usr/bin/python3", "-m", "wheel", "unpack", "-d", work / "unpacked", each)
+    tag, pip = wheel.stem.split("-")[-1], ["/usr/bin/python3", "-m", "pip"]
+    if not windows:
+        versions = "".join(output(given.readelf, "-VW", file) for file in (given.library, given.runtime))
+        newest = max(int(minor) for minor in re.findall(r"Name: GLIBC_2\.(\d+)", versions))
+        check("the wheel's tag", f"manylinux_2_{newest}_(x86_64|aarch64)", tag)
+    install = ["install", "--no-index", "--no-compile", wheel]
+    if windows or runner:
+        output(*pip, *install, "--platform", tag, "--only-binary=:all:", "--target", work / "installed")
+        return check("installed", 2, sum(1 for _ in (work / "installed/onnxruntime_vornic/lib").iterdir()))
+    output(sys.executable, "-m", "venv", "--without-pip", work / "venv")
+    python = work / "venv/bin/python"
+    output(*pip, "--python", python, *install)
+    example = shutil.copy(given.source / "examples/python/detect.py", work / "venv")
+    check("the wheel's answers", DETECTS, run(python, example, given.source / ".deps/models/silero_vad.onnx"))
 
 
 def linux_linkers(work, depends):

@@ -1,4 +1,4 @@
-"""Plays a script of calls, as the head of script.txt says, through Python's ctypes, or through a program
+"""Plays a script of calls, as the head of script.txt says, through the Python module, or through a program
 that takes requests as caller.cpp says: play.py [OPTION...] SCRIPT MODELS LIBRARY|PROGRAM...
 
 --provider NAME  appended to the options of sessions that have none of their own
@@ -8,6 +8,7 @@ that takes requests as caller.cpp says: play.py [OPTION...] SCRIPT MODELS LIBRAR
 import array
 import contextlib
 import ctypes
+import importlib
 import itertools
 import pathlib
 import re
@@ -26,10 +27,12 @@ def block_of(kind, numbers):
 
 
 class Bound:
-    """The library through ctypes: what another language's player would have instead."""
+    """The library through the Python module: what another language's player would have instead."""
 
     def __init__(self, path):
-        self.library, self.libc, self.handles = ctypes.CDLL(path), ctypes.CDLL(None), {}
+        sys.path.append(str(pathlib.Path(__file__).resolve().parents[1] / "modules/python"))
+        module = importlib.import_module("onnxruntime_vornic")
+        self.functions, self.libc, self.handles = module.Library(path).functions, ctypes.CDLL(None), {}
         self.libc.malloc.restype = ctypes.c_void_p
 
     def ask(self, requests):
@@ -38,25 +41,20 @@ class Bound:
     where, end = "", int  # there is nothing to end, and no status but 0
 
     def call(self, handle, comes, name, *arguments):
-        function = self.library["onnxruntime_vn_" + name]
-        function.restype = ctypes.c_float if comes == "f" else ctypes.c_void_p
         given = [self.argument(word) for word in arguments]
         if name == "tensor_adopt_f32" and given[0]:  # memory of malloc's
-            given[0] = ctypes.c_void_p(ctypes.memmove(self.libc.malloc(len(given[0])), given[0], len(given[0])))
-        got = function(*given)
-        self.handles["$" + handle] = ctypes.c_void_p(got) if handle else None
-        if comes == "i":
-            return str(ctypes.c_int32(got or 0).value)
+            given[0] = ctypes.memmove(self.libc.malloc(len(given[0])), given[0], len(given[0]))
+        got = self.handles["$" + handle] = getattr(self.functions, name)(*given)
         if comes == "p" or got is None:
             return "something" if got else "nothing"
-        if comes == "t":
-            return "'" + ctypes.string_at(got).decode("latin-1")
-        return ",".join(map(repr, [got] if comes == "f" else array.array("f", ctypes.string_at(got, 4 * int(comes)))))
+        if comes.isdigit():
+            return ",".join(map(repr, array.array("f", ctypes.string_at(got, 4 * int(comes)))))
+        return "'" + got.decode("latin-1") if comes == "t" else repr(got)
 
     def argument(self, word):
         if word[3:4] == ":":
             return block_of(*word.split(":"))
-        return word[1:].encode("latin-1") if word[0] == "'" else self.handles[word] if word[0] == "$" else None if word == "null" else ctypes.c_int64(int(word))
+        return word[1:].encode("latin-1") if word[0] == "'" else self.handles[word] if word[0] == "$" else None if word == "null" else int(word)
 
 
 class Program:

@@ -1,13 +1,21 @@
-"""Checks the Python binding: python_binding.py EXAMPLES LIBRARY MODELS [COUNT [SEED]]. Of COUNT random
-feeds, most of them damaged, each that check_feed lets pass must run, on exactly its own tensors."""
+"""Checks the Python module: python_binding.py CHECKOUT LIBRARY MODELS [COUNT [SEED]]. Its docs' examples
+run, and by their end it has called every function of the header. Of COUNT random feeds, most of them
+damaged, each that check_feed lets pass must run, on exactly its own tensors."""
 import array
+import ctypes
+import doctest
 import json
 import math
+import os
+import pathlib
 import random
+import re
 import sys
 
-sys.path.insert(0, sys.argv[1])
+root = pathlib.Path(sys.argv[1]).resolve()
+sys.path.insert(0, str(root / "modules/python"))
 import onnxruntime_vornic as binding
+from onnxruntime_vornic import _feeds, _native
 
 library, tensor = binding.Library(sys.argv[2]), binding.tensor
 count, seed = map(int, (sys.argv[4:] + ["3000", "1"][len(sys.argv[4:]) :]))
@@ -15,6 +23,11 @@ random.seed(seed)
 WORDS = ["dtype", "data", '"shape":[9]', '{"data":[9]}', "\\", "é\n\1", "n" * 4095]
 JUNK = [None, True, -1, 256, 1.0, 0.5, 2**53 + 1, 10**400, 1e39, math.nan, [], [1], [[1]], {}]
 JUNK += [{"data": [9]}, "\0", "\ud800", "é" * 2048, *WORDS]
+FEED = {"x": tensor("float32", [1, 3], [1, 2, 3])}
+SETTINGS = dict(
+    inter_op_num_threads=1, execution_mode=0, profiling=False, cpu_mem_arena=True, mem_pattern=True
+)
+SETTINGS.update(log_id="me", log_verbosity_level=0, log_severity_level=3)
 # An input of types.onnx that is replaced or added, and how what is said of it begins.
 BAD = """in_float32 {"dtype":"float32","shape":[1],"data":"16000"} ! data must be an array
 in_float32 {"dtype":"float32","shape":[1]} ! a tensor must have dtype, shape and data
@@ -26,7 +39,15 @@ in_string {"dtype":"string","shape":[64000000],"data":["a"]} ! shape must be who
 in_string {"dtype":"string","shape":[1],"data":["LONG"]} ! data holds a string of more than 4095
 in_int32 {"dtype":"int32","shape":[1],"data":[0.5]} ! data must be whole numbers
 more {"dtype":"int32","shape":[0],"data":[]} ! the model has no such input"""
-failures = []
+failures, called = [], []
+
+
+def counted(name, function):
+    return lambda *arguments: called.append(name) or function(*arguments)
+
+
+for name in _native.SIGNATURES:
+    setattr(library.functions, name, counted(name, getattr(library.functions, name)))
 
 
 def check(what, good, got):
@@ -43,7 +64,7 @@ def refusal(call, *arguments):
 
 def random_tensor(entry, names):
     dtype, shape = entry["dtype"], [random.randrange(4) if s < 0 else s for s in entry["shape"]]
-    lowest, highest = binding._RANGES.get(dtype, (0, 0))
+    lowest, highest = _feeds._RANGES.get(dtype, (0, 0))
     numbers = [0, dtype == "bool" or 1, lowest, min(highest, 2**53)]
     numbers += [0.1, 3.4028235e38] * ("float" in dtype)
     pool = [*names, *WORDS] if dtype == "string" else numbers
@@ -93,6 +114,12 @@ def fuzz(session, rounds):
     return passed
 
 
+def run_until(options, session, seconds):
+    with options.deadline(seconds):
+        while True:
+            session.run(FEED, options=options)
+
+
 for model in ("types", "odd", "words", "quotes", "rank8"):
     with library.session(f"{sys.argv[3]}/{model}.onnx") as session:
         passed = fuzz(session, count // 5)
@@ -121,7 +148,39 @@ with library.session(f"{sys.argv[3]}/large.onnx") as session:
     for image in (flat, memoryview(flat).cast("B").cast("f", shape), bytes(flat), flat.tolist()):
         with library.tensor(image, shape) as fed, session.run_tensor("x", fed) as result:
             check(f"an image as {type(image)}", result.floats.tolist() == [7], result.floats)
-for place in ("/binding.py", "/app/binding.py", "/examples/python/binding.py"):
-    binding.__file__ = place
-    check(f"places of {place}", binding._own_places(), "nothing")
+    check("a tensor of the array's shape", library.tensor(memoryview(flat)).handle, "nothing")
+os.environ["ONNXRUNTIME_VORNIC_LIBRARY"] = os.path.abspath(sys.argv[2])
+os.chdir(sys.argv[3])
+malloc = ctypes.CDLL(None).malloc
+malloc.restype = ctypes.c_void_p
+with library.session("double.onnx") as session:
+    names = {**vars(binding), "library": library, "session": session, "os": os}
+    for name in [name for name in sorted(sys.modules) if name.startswith("onnxruntime_vornic")]:
+        wrong, run = doctest.testmod(sys.modules[name], extraglobs=names)
+        check(f"{run} examples in {name}", not wrong, wrong)
+    memory = ctypes.memmove(malloc(12), array.array("f", [1, 2, 3]).tobytes(), 12)
+    result = session.run_tensor("x", library.adopt(memory, [1, 3]))
+    got = [result.float_shape, result.float_at(1), result.floats.tolist(), session.end_profiling()]
+    check("adopted memory", got == [[1, 3], 4, [2, 4, 6], ""], got)
+    released = called.count("release_result")
+    del result
+    check("what nobody closed", called.count("release_result") == released + 1, called[-9:])
+    with library.session_options(**SETTINGS) as options:
+        options.set(cpu_mem_arena=False)
+        with library.session("double.onnx", options=options) as other, other.binding() as bound:
+            for prepare in (bound.clear_inputs, bound.clear_outputs, bound.synchronize_inputs):
+                prepare()
+            bound.bind_input("x", FEED["x"])
+            bound.bind_output("y")
+            with bound.run(timeout=9) as result:
+                bound.synchronize_outputs()
+                check("a binding's outputs", bound.outputs == result.outputs, bound.text)
+    check("providers", "CPUExecutionProvider" in library.providers, library.providers)
+    with library.run_options(log_verbosity_level=0) as options:
+        said = refusal(run_until, options, session, 0.05)
+        check("a deadline", said == "the run was ended after 0.05 s", said)
+        check("after a deadline", session.run(FEED, options=options), "nothing")
+header = (root / "include/onnxruntime_vornic.h").read_text()
+missing = set(re.findall(r"\bonnxruntime_vn_(\w+)\(", header)).symmetric_difference(called)
+check("every function of the header was called", not missing, missing)
 sys.exit(len(failures) > 0)

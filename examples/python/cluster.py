@@ -2,7 +2,7 @@
 """How much of each recording is speech? A detector in every process of a cluster, of Dask's making.
 
 Without --scheduler the cluster is on this machine and ends with the program. For a larger one, start
-`dask-scheduler` on one machine and on each, with this folder in PYTHONPATH, `dask-worker ADDRESS
+`dask-scheduler` on one machine and on each, with this folder and the module in PYTHONPATH, `dask-worker ADDRESS
 --nthreads 1 --nworkers CORES`. Library, model and recordings are read there, by the paths given here.
 """
 import argparse

@@ -8,10 +8,13 @@ import sys
 import time
 
 import recording
+
+# In a checkout or an archive, where the module need not be installed.
+sys.path.append(os.path.join(os.path.dirname(os.path.realpath(__file__)), "../../modules/python"))
 from onnxruntime_vornic import Library, VornicError, feed_json, tensor
 
 MODEL = "melspectrogram.onnx"
-LIBRARY = "the library's file (default: $ONNXRUNTIME_VORNIC_LIBRARY, else what onnxruntime_vornic.py finds)"
+LIBRARY = "the library's file (default: $ONNXRUNTIME_VORNIC_LIBRARY, else the one that the module finds)"
 SECONDS = 1  # Of the recording. The spectrogram of 1.4 s would fill the text of a result.
 ROUNDS = 50
 

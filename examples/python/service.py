@@ -1,0 +1,90 @@
+#!/usr/bin/env python3
+"""A web service around a model, for Linux: POST a feed to /, get the outputs; GET /healthz.
+
+Each worker is a process with a session of one thread; one that is killed is replaced. At SIGTERM, or
+when the first process is gone, they answer what they have received, and end within 5 s."""
+import argparse
+import http.server
+import json
+import os
+import signal
+import threading
+import time
+
+from onnxruntime_vornic import Library, VornicError, VornicTimeout, check_feed
+
+# A worker's own. Runs are made in turn: the reason of a failure is then that of the run.
+TURN, ENDING = threading.Lock(), threading.Event()
+SIGNALS = {signal.SIGTERM, signal.SIGINT, signal.SIGCHLD}
+
+
+class Handler(http.server.BaseHTTPRequestHandler):
+    protocol_version, timeout, wbufsize = "HTTP/1.1", 5, 65536
+    log_request = lambda *_: None
+
+    def do_GET(self):
+        self.reply(200 if self.path == "/healthz" else 404, {"worker": os.getpid()})
+
+    def do_POST(self):
+        length, limit = self.headers.get("Content-Length", ""), self.given.limit
+        size = int(length) if length.isdecimal() and len(length) < 13 else -1
+        if "Transfer-Encoding" in self.headers or not 0 <= size <= limit:
+            self.close_connection = True  # its rest is not read
+            self.reply(413, {"error": f"a request must say its length, at most {limit} bytes"})
+        elif len(body := self.rfile.read(size)) == size:
+            self.reply(*self.answer(body, time.monotonic() + self.given.timeout))
+
+    def answer(self, body, end):
+        try:
+            text = check_feed(json.loads(body), self.inputs)
+            with TURN, self.session.run(text, timeout=end - time.monotonic()) as result:
+                return 200, {"outputs": result.outputs}
+        except (VornicError, ValueError, RecursionError) as error:
+            return 504 if isinstance(error, VornicTimeout) else 400, {"error": str(error)}
+
+    def reply(self, status, value):
+        text = json.dumps(value).encode()
+        self.close_connection |= ENDING.is_set()
+        self.send_response(status)
+        self.send_header("Content-Type", "application/json")
+        self.send_header("Content-Length", str(len(text)))
+        self.end_headers()
+        self.wfile.write(text)
+
+
+def work(server, given, first):
+    Handler.given, Handler.session = given, Library().session(given.model, threads=1)
+    Handler.inputs, server.daemon_threads = Handler.session.inputs, False
+    end = lambda: (os.read(first, 1), ENDING.set(), server.shutdown())
+    threading.Thread(target=end, daemon=True).start()  # once the first process is gone
+    server.serve_forever(0.1)
+    server.server_close()  # waits for the connections
+
+
+def serve(given):
+    signal.pthread_sigmask(signal.SIG_BLOCK, SIGNALS)
+    server = http.server.ThreadingHTTPServer(("127.0.0.1", given.port), Handler)
+    server.socket.listen(1024)
+    server.socket.setblocking(False)  # another worker may have taken the connection
+    print(f"service: http://127.0.0.1:{server.server_port}", flush=True)
+    (first, alive), workers, failed = os.pipe(), set(), False
+    while not failed:
+        while len(workers) < given.workers:
+            if (worker := os.fork()) == 0:
+                raise SystemExit(os.close(alive) or work(server, given, first))
+            workers.add(worker)
+        if signal.sigwait(SIGNALS) != signal.SIGCHLD:
+            break
+        ended = dict(filter(any, [os.waitpid(worker, os.WNOHANG) for worker in workers]))
+        workers -= set(ended)
+        failed = any(map(os.WIFEXITED, ended.values()))  # not killed: it could not start
+    os.close(alive)
+    return any([failed, *(os.waitpid(worker, 0)[1] for worker in workers)])
+
+
+if __name__ == "__main__":
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("model")
+    for name, value in dict(port=8080, workers=os.cpu_count(), limit=2**20, timeout=1.0).items():
+        parser.add_argument("--" + name, type=type(value), default=value)
+    raise SystemExit(serve(parser.parse_args()))
