@@ -2,7 +2,6 @@
 
 Each program here prints the least time in µs of a whole call: making the feed, the run, reading the answer.
 """
-import ctypes
 import json
 import pathlib
 import platform
@@ -11,7 +10,7 @@ import time
 
 import numpy
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "examples/python"))
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "modules/python"))
 from onnxruntime_vornic import Library
 
 path, model, dtype, count = sys.argv[1:]
@@ -36,15 +35,10 @@ def run_tensor():
             return result.floats.tolist()
 
 
-def run_pointer():
-    dims = (ctypes.c_int64 * 1)(array.size)
-    tensor = library._tensor_from_f32(array.ctypes.data, array.size, dims, 1)
-    result = library._run_tensor_fast(session.handle, b"x0", tensor, None)
-    data = ctypes.cast(library._result_float_data(result), ctypes.POINTER(ctypes.c_float))
-    answer = numpy.ctypeslib.as_array(data, [array.size]).copy()
-    library._release_result(result)
-    library._release_tensor(tensor)
-    return answer
+def run_array():
+    with library.tensor(array, array.shape) as tensor:
+        with session.run_tensor("x0", tensor, fast=True) as result:
+            return numpy.array(result.float_view)
 
 
 item = "%.9g," if dtype == "float32" else "%d,"
@@ -53,7 +47,7 @@ ways = {
     "% formatting": lambda: run_json(f"[{(item * len(numbers) % tuple(numbers))[:-1]}]"),
 }
 if dtype == "float32":
-    ways |= {"tensor": run_tensor, "NumPy tensor": run_pointer}
+    ways |= {"tensor": run_tensor, "NumPy tensor": run_array}
 for way, run in ways.items():
     times = []
     for _ in range(20):
