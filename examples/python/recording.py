@@ -30,3 +30,9 @@ def load(path):
         samples.byteswap()
     # Six decimals are 30 times finer than a 16-bit step and keep the feeds short.
     return [round(sum(samples[i:i + step]) / step / 32768, 6) for i in range(0, len(samples), step)]
+
+
+def add_argument(parser):
+    """The recording as an argument of a program, which takes DEFAULT without it."""
+    help_text = f"{TAKES} (default: %(default)s)"
+    parser.add_argument("recording", nargs="?", default=DEFAULT, help=help_text)

@@ -108,12 +108,7 @@ def compare(library, model, path):
 def main():
     sys.stdout.reconfigure(encoding="utf-8")
     parser = argparse.ArgumentParser(prog="roads", description=__doc__)
-    parser.add_argument(
-        "recording",
-        nargs="?",
-        default=recording.DEFAULT,
-        help=f"{recording.TAKES} (default: %(default)s)",
-    )
+    recording.add_argument(parser)
     parser.add_argument(
         "--model",
         help="another model with one float32 input of shape [1, samples] "

@@ -109,12 +109,7 @@ def arguments():
         description=__doc__,
         epilog="Without --model, four ways of running a model are timed afterwards (roads.py).",
     )
-    parser.add_argument(
-        "recording",
-        nargs="?",
-        default=recording.DEFAULT,
-        help=f"{recording.TAKES} (default: %(default)s)",
-    )
+    recording.add_argument(parser)
     parser.add_argument(
         "--model",
         help="another speech detector with the same inputs and outputs "
