@@ -13,14 +13,18 @@
 struct IoBinding {
     const InferenceSession* session;  // not owned and not read after creation
     OrtIoBinding* io_binding;         // owned
-    InputTensorSet inputs;            // the first input_count own what they hold
+    vornic::InputTensorSet inputs;    // the first input_count own what they hold
     uint64_t input_count;
-    Name output_names[kMaxOutputs];  // in the order bound
+    vornic::Name output_names[vornic::kMaxOutputs];  // in the order bound
     uint64_t output_count;
-    char outputs_json[kResultCapacity];  // of the last successful run
-    char* whole_names[kMaxInputs];       // of inputs whose entries hold them cut; owned
+    char outputs_json[vornic::kResultCapacity];  // of the last successful run
+    char* whole_names[vornic::kMaxInputs];       // of inputs whose entries hold them cut; owned
 };
 
-inline bool vnort_is_usable(const IoBinding* binding) {
+namespace vornic {
+
+inline bool is_usable(const IoBinding* binding) {
     return binding != nullptr && binding->io_binding != nullptr;
 }
+
+}  // namespace vornic

@@ -6,8 +6,10 @@
 
 #include <memory>
 
+namespace vornic {
+
 // Never released; null, with the reason in the last-error text, when it cannot be had.
-OrtAllocator* vnort_default_allocator();
+OrtAllocator* default_allocator();
 
 struct AllocatorFree {
     OrtAllocator* allocator;
@@ -18,7 +20,7 @@ template <typename Element>
 using AllocatorOwned = std::unique_ptr<Element, AllocatorFree>;
 
 template <typename Element>
-AllocatorOwned<Element> vnort_allocator_owned(OrtAllocator* allocator, Element* memory) {
+AllocatorOwned<Element> allocator_owned(OrtAllocator* allocator, Element* memory) {
     return AllocatorOwned<Element>(memory, AllocatorFree{allocator});
 }
 
@@ -50,3 +52,5 @@ private:
     ElementRelease release_;
     uint64_t count_ = 0;
 };
+
+}  // namespace vornic

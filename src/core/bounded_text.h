@@ -7,6 +7,8 @@
 
 #include <string_view>
 
+namespace vornic {
+
 struct BoundedText {
     char* buffer;
     uint64_t capacity;  // the array's size, terminator included
@@ -33,12 +35,14 @@ void vnort_appendf(BoundedText& text, const char* format, ...)
 void vnort_json_escape_append(BoundedText& text, const char* source, uint64_t most = UINT64_MAX);
 
 // A full text cannot change any more.
-inline bool vnort_is_full(const BoundedText& text) { return text.length + 1 >= text.capacity; }
+inline bool is_full(const BoundedText& text) { return text.length + 1 >= text.capacity; }
 
 // Copies a text into an array inside a record, cut to it; null counts as "".
 template <size_t capacity>
-void vnort_copy_text(char (&to)[capacity], const char* from) {
+void copy_text(char (&to)[capacity], const char* from) {
     size_t length = from != nullptr ? strnlen(from, capacity - 1) : 0;
     if (length > 0) memcpy(to, from, length);
     to[length] = '\0';
 }
+
+}  // namespace vornic

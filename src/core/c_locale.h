@@ -1,6 +1,8 @@
 // Numbers with decimal points for the calling thread, for as long as a scope lasts.
 #pragma once
 
+namespace vornic {
+
 // What the thread had before, where it had to change.
 struct HostLocale {
     bool is_changed;
@@ -10,11 +12,11 @@ struct HostLocale {
 };
 
 // Called once, while the runtime is being bound and no other thread is here.
-void vnort_find_c_library();
+void find_c_library();
 
 // False, with the reason in the last-error text, when the thread cannot have decimal points.
-bool vnort_enter_c_locale(HostLocale* host);
-void vnort_leave_c_locale(const HostLocale& host);
+bool enter_c_locale(HostLocale* host);
+void leave_c_locale(const HostLocale& host);
 
 // ONNX Runtime reads and writes numbers as text with the C library: the constants in its operator
 // schemas when a process makes its first environment, those in functions that it expands when it
@@ -23,11 +25,11 @@ void vnort_leave_c_locale(const HostLocale& host);
 // session is set to run operators in parallel, are out of reach.
 class CLocaleScope {
 public:
-    CLocaleScope() : is_entered_(vnort_enter_c_locale(&host_)) {}
+    CLocaleScope() : is_entered_(enter_c_locale(&host_)) {}
     CLocaleScope(const CLocaleScope&) = delete;
     CLocaleScope& operator=(const CLocaleScope&) = delete;
     ~CLocaleScope() {
-        if (host_.is_changed) vnort_leave_c_locale(host_);
+        if (host_.is_changed) leave_c_locale(host_);
     }
 
     // When false, the reason is in the last-error text, and nothing may be computed.
@@ -37,3 +39,5 @@ private:
     HostLocale host_;
     bool is_entered_;
 };
+
+}  // namespace vornic

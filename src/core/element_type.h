@@ -7,6 +7,8 @@
 
 #include <array>
 
+namespace vornic {
+
 struct ElementType {
     uint32_t code;
     const char* name;
@@ -36,7 +38,7 @@ inline constexpr ElementType kElementTypes[] = {
 const char* vnort_dtype_name(uint32_t code);
 
 // The row that a dtype text names, compared whole and case-sensitively; null for no match.
-const ElementType* vnort_find_dtype(const char* name);
+const ElementType* find_dtype(const char* name);
 
 // The bool elements of a tensor: one byte, of which every value but 0 is true.
 enum class Bool8 : uint8_t {};
@@ -44,7 +46,7 @@ enum class Bool8 : uint8_t {};
 // Calls visit with a value of the element's C++ type and gives true; gives false for a type that
 // has no numbers to read or write (strings, float16, whatever the table does not hold).
 template <typename Visitor>
-bool vnort_visit_numeric(uint32_t code, Visitor&& visit) {
+bool visit_numeric(uint32_t code, Visitor&& visit) {
     switch (code) {
         case kFloat32: visit(float()); return true;
         case ONNX_TENSOR_ELEMENT_DATA_TYPE_UINT8: visit(uint8_t()); return true;
@@ -69,6 +71,8 @@ inline constexpr std::array<uint32_t, kElementSizeCount> kElementSizes = [] {
     return sizes;
 }();
 
-inline bool vnort_has_numeric_writer(uint32_t code) {
+inline bool has_numeric_writer(uint32_t code) {
     return code >= 1 && code <= kElementSizeCount && kElementSizes[code - 1] != 0;
 }
+
+}  // namespace vornic

@@ -4,6 +4,8 @@
 
 #include <stdint.h>
 
+namespace vornic {
+
 // The host's state, as the processor has it; one source a processor.
 struct HostFloatState {
     uint32_t control;
@@ -13,8 +15,8 @@ struct HostFloatState {
     uint32_t older[7];  // that unit's state, where it had to change
 };
 
-void vnort_enter_default_float_state(HostFloatState* host);
-void vnort_leave_default_float_state(const HostFloatState& host);
+void enter_default_float_state(HostFloatState* host);
+void leave_default_float_state(const HostFloatState& host);
 
 // The default state for as long as a scope lasts: no traps, rounding to nearest, denormals kept.
 // Hosts differ (Pascal and Lisp trap, audio flushes denormals), and answers must not; the threads
@@ -22,11 +24,13 @@ void vnort_leave_default_float_state(const HostFloatState& host);
 // state as it was, its flags included.
 class DefaultFloatState {
 public:
-    DefaultFloatState() { vnort_enter_default_float_state(&host_); }
+    DefaultFloatState() { enter_default_float_state(&host_); }
     DefaultFloatState(const DefaultFloatState&) = delete;
     DefaultFloatState& operator=(const DefaultFloatState&) = delete;
-    ~DefaultFloatState() { vnort_leave_default_float_state(host_); }
+    ~DefaultFloatState() { leave_default_float_state(host_); }
 
 private:
     HostFloatState host_;
 };
+
+}  // namespace vornic

@@ -1,5 +1,6 @@
 #include "core/float_state.h"
 
+namespace vornic {
 namespace {
 
 // FPCR, whose default is all zeros, and the flags, which are apart in FPSR.
@@ -22,13 +23,15 @@ void write_flags(uint64_t flags) { __asm__ volatile("msr\tfpsr,\t%0" : : "r"(fla
 }  // namespace
 
 // Writing a register costs more than reading it, so each is written only where it has to change.
-void vnort_enter_default_float_state(HostFloatState* host) {
+void enter_default_float_state(HostFloatState* host) {
     host->control = static_cast<uint32_t>(read_control());
     host->flags = static_cast<uint32_t>(read_flags());
     if (host->control != 0) write_control(0);
 }
 
-void vnort_leave_default_float_state(const HostFloatState& host) {
+void leave_default_float_state(const HostFloatState& host) {
     if (read_flags() != host.flags) write_flags(host.flags);
     if (read_control() != host.control) write_control(host.control);
 }
+
+}  // namespace vornic

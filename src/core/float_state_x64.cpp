@@ -2,6 +2,7 @@
 
 #include "core/float_state.h"
 
+namespace vornic {
 namespace {
 
 // MXCSR, which all arithmetic here follows.
@@ -40,7 +41,7 @@ void write_x87_status(uint16_t status) {
 }  // namespace
 
 // Writing a register costs more than reading it, so each is written only where it has to change.
-void vnort_enter_default_float_state(HostFloatState* host) {
+void enter_default_float_state(HostFloatState* host) {
     host->control = _mm_getcsr();
     if ((host->control & ~kFlags) != kDefault) _mm_setcsr(kDefault);
     host->older_status = read_x87_status();
@@ -50,7 +51,7 @@ void vnort_enter_default_float_state(HostFloatState* host) {
     }
 }
 
-void vnort_leave_default_float_state(const HostFloatState& host) {
+void leave_default_float_state(const HostFloatState& host) {
     if (_mm_getcsr() != host.control) _mm_setcsr(host.control);
     if (host.has_older) {
         __asm__ volatile("fldenv\t%0" : : "m"(host.older));
@@ -58,3 +59,5 @@ void vnort_leave_default_float_state(const HostFloatState& host) {
         write_x87_status(host.older_status);
     }
 }
+
+}  // namespace vornic

@@ -5,6 +5,8 @@
 #include "core/c_locale.h"
 #include "core/float_state.h"
 
+namespace vornic {
+
 class HostStateScope {
 public:
     // False, with the reason in the last-error text, when ONNX Runtime must not run in the state that
@@ -15,3 +17,5 @@ private:
     DefaultFloatState float_state_;
     CLocaleScope c_locale_;
 };
+
+}  // namespace vornic

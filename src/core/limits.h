@@ -5,6 +5,8 @@
 #include <stddef.h>
 #include <stdint.h>
 
+namespace vornic {
+
 inline constexpr uint64_t kMaxInputs = 16;
 inline constexpr uint64_t kMaxOutputs = 16;
 inline constexpr uint64_t kMaxRank = 8;
@@ -23,3 +25,5 @@ inline constexpr size_t kOptionValueCapacity = 256;
 
 // A name stored inside a record.
 using Name = char[kNameCapacity];
+
+}  // namespace vornic

@@ -5,6 +5,8 @@
 
 #include "core/limits.h"
 
+namespace vornic {
+
 struct NativePath {
     const ORTCHAR_T* text;            // points into buffer or at the source
     ORTCHAR_T buffer[kPathCapacity];  // used only where paths are converted
@@ -12,4 +14,6 @@ struct NativePath {
 
 // Fills path from UTF-8 text, which must outlive it. False when the text cannot be converted or
 // does not fit; path is then not to be used.
-bool vnort_native_path(const char* utf8, NativePath* path);
+bool native_path(const char* utf8, NativePath* path);
+
+}  // namespace vornic

@@ -7,6 +7,8 @@
 
 #include "core/runtime.h"
 
+namespace vornic {
+
 // Releases through a member of the function table.
 template <auto member>
 struct RuntimeRelease {
@@ -36,7 +38,7 @@ using HeapBlock = std::unique_ptr<Element, BlockFree>;
 // A block of count zeroed elements, at least one; null when there is no memory for it or its size
 // does not fit in a size_t.
 template <typename Element>
-HeapBlock<Element> vnort_allocate_zeroed(uint64_t count) {
+HeapBlock<Element> allocate_zeroed(uint64_t count) {
     return HeapBlock<Element>(
         static_cast<Element*>(calloc(count > 0 ? count : 1, sizeof(Element))));
 }
@@ -56,3 +58,5 @@ private:
     Owner& owner_;
     typename Owner::element_type* object_ = nullptr;
 };
+
+}  // namespace vornic

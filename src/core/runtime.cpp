@@ -6,6 +6,8 @@
 #include "core/runtime_entry.h"
 #include "onnxruntime_vornic.h"
 
+namespace vornic {
+
 const OrtApiBase* g_api_base;
 const OrtApi* g_api;
 
@@ -13,8 +15,8 @@ namespace {
 
 int32_t refuse(const char* message) {
     g_api_base = nullptr;
-    vnort_forget_runtime();
-    return vnort_fail(message);
+    forget_runtime();
+    return fail(message);
 }
 
 }  // namespace
@@ -22,14 +24,18 @@ int32_t refuse(const char* message) {
 int32_t vnort_init() {
     if (g_api != nullptr) return 1;
     const DefaultFloatState float_state;  // loading a runtime runs code of its own
-    g_api_base = vnort_runtime_entry();
+    g_api_base = runtime_entry();
     if (g_api_base == nullptr) return refuse("OrtGetApiBase returned NULL");
     g_api = g_api_base->GetApi(kApiVersion);
     if (g_api == nullptr) return refuse("GetApi returned NULL");
-    vnort_find_c_library();
-    vnort_clear_error();
+    find_c_library();
+    clear_error();
     return 1;
 }
+
+}  // namespace vornic
+
+using namespace vornic;
 
 int32_t onnxruntime_vn_available() { return vnort_init(); }
 

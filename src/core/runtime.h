@@ -4,6 +4,8 @@
 #include <onnxruntime_c_api.h>
 #include <stdint.h>
 
+namespace vornic {
+
 inline constexpr uint32_t kApiVersion = 24;
 
 // Null until vnort_init finds a runtime; the table, until it finds one that has it. Both then stay
@@ -13,3 +15,5 @@ extern const OrtApi* g_api;
 
 // 1 when the table is bound, binding it if need be; 0 with the reason in the last-error text.
 int32_t vnort_init();
+
+}  // namespace vornic

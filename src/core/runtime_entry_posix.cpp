@@ -1,7 +1,11 @@
 #include "core/runtime_entry.h"
 
+namespace vornic {
+
 // The loader has bound the entry point before any code here runs: without a runtime this library
 // does not load at all.
-const OrtApiBase* vnort_runtime_entry() { return OrtGetApiBase(); }
+const OrtApiBase* runtime_entry() { return OrtGetApiBase(); }
 
-void vnort_forget_runtime() {}
+void forget_runtime() {}
+
+}  // namespace vornic

@@ -20,6 +20,7 @@
 extern "C" IMAGE_DOS_HEADER __ImageBase;
 extern "C" FARPROC __imp_OrtGetApiBase;
 
+namespace vornic {
 namespace {
 
 constexpr wchar_t kRuntimeName[] = L"onnxruntime.dll";
@@ -89,7 +90,7 @@ Module load_runtime(const wchar_t* path, DWORD flags) {
 // Null when there is no memory for it: going on with the ordinary search alone could then bind the
 // wrong runtime for good.
 HeapBlock<wchar_t> path_beside_this_library() {
-    HeapBlock<wchar_t> path = vnort_allocate_zeroed<wchar_t>(kPathRoom);
+    HeapBlock<wchar_t> path = allocate_zeroed<wchar_t>(kPathRoom);
     if (!path) return nullptr;
     const HMODULE self = reinterpret_cast<HMODULE>(&__ImageBase);
     const DWORD length = GetModuleFileNameW(self, path.get(), kPathRoom);
@@ -118,10 +119,13 @@ FARPROC WINAPI give_found_runtime(unsigned event, PDelayLoadInfo info) {
 }
 
 }  // namespace
+}  // namespace vornic
 
-PfnDliHook __pfnDliNotifyHook2 = give_found_runtime;
+PfnDliHook __pfnDliNotifyHook2 = vornic::give_found_runtime;
 
-const OrtApiBase* vnort_runtime_entry() {
+namespace vornic {
+
+const OrtApiBase* runtime_entry() {
     const WritableImport import;
     if (!import.is_writable()) return nullptr;
     g_runtime_module = find_runtime().release();
@@ -129,10 +133,12 @@ const OrtApiBase* vnort_runtime_entry() {
 }
 
 // A slot that cannot be written still leads into the runtime, which therefore stays.
-void vnort_forget_runtime() {
+void forget_runtime() {
     const WritableImport import;
     if (g_runtime_module == nullptr || !import.is_writable()) return;
     __imp_OrtGetApiBase = g_bound_import.unbound;
     *g_bound_import.module = nullptr;
     FreeLibrary(std::exchange(g_runtime_module, nullptr));
 }
+
+}  // namespace vornic

@@ -4,6 +4,7 @@
 
 #include "json/scan.h"
 
+namespace vornic {
 namespace {
 
 // The search for one input: first for its quoted name, then for the brace after it, then for the keys
@@ -63,7 +64,7 @@ bool all_complete(const Search* searches, uint64_t count) {
 }
 
 void find_all(const char* text, Search* searches, uint64_t count) {
-    for (const char* at = vnort_find_mark(text); *at != '\0'; at = vnort_find_mark(at + 1)) {
+    for (const char* at = find_delimiter(text); *at != '\0'; at = find_delimiter(at + 1)) {
         if (*at == '"') {
             take_quote(at, searches, count);
             if (all_complete(searches, count)) return;
@@ -75,7 +76,7 @@ void find_all(const char* text, Search* searches, uint64_t count) {
 
 }  // namespace
 
-void vnort_find_feed_items(const char* feed, const Name* names, uint64_t count, FeedItem* items) {
+void find_feed_items(const char* feed, const Name* names, uint64_t count, FeedItem* items) {
     Search searches[kMaxInputs];
     for (uint64_t i = 0; i < count; ++i) {
         items[i] = {};
@@ -84,9 +85,11 @@ void vnort_find_feed_items(const char* feed, const Name* names, uint64_t count, 
     if (count > 0) find_all(feed, searches, count);
 }
 
-FeedItem vnort_find_feed_item(const char* brace) {
+FeedItem find_feed_item(const char* brace) {
     FeedItem item = {brace, brace, nullptr, nullptr, nullptr};
     Search search = {"", 0, nullptr, &item};
     find_all(brace, &search, 1);
     return item;
 }
+
+}  // namespace vornic

@@ -6,6 +6,8 @@
 
 #include "core/limits.h"
 
+namespace vornic {
+
 // Where one input's parts are in a text that outlives it; null for what is missing.
 struct FeedItem {
     const char* name;   // the opening quote of the input's quoted name
@@ -17,7 +19,9 @@ struct FeedItem {
 
 // Finds the items of count inputs (at most 16) in one pass over the feed, however many inputs there
 // are and wherever their tensors stand.
-void vnort_find_feed_items(const char* feed, const Name* names, uint64_t count, FeedItem* items);
+void find_feed_items(const char* feed, const Name* names, uint64_t count, FeedItem* items);
 
 // Finds the keys of the one tensor that begins at a brace.
-FeedItem vnort_find_feed_item(const char* brace);
+FeedItem find_feed_item(const char* brace);
+
+}  // namespace vornic

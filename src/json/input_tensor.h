@@ -7,6 +7,8 @@
 #include "core/limits.h"
 #include "json/feed.h"
 
+namespace vornic {
+
 // Owns data, the strings and value. A numeric value is made over data without a copy, so it is
 // released first.
 struct InputTensor {
@@ -29,3 +31,5 @@ int32_t vnort_parse_input_tensor_body(const FeedItem& item, const char* name, In
 
 // Releases what count consecutive entries own; the fields stay as they are.
 void vnort_free_input_tensors(InputTensor* entries, uint64_t count);
+
+}  // namespace vornic

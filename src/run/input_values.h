@@ -6,12 +6,14 @@
 #include "core/owned.h"
 #include "json/input_tensor.h"
 
+namespace vornic {
+
 // A description of CPU memory; null with the reason in the last-error text.
-OwnedMemoryInfo vnort_cpu_memory();
+OwnedMemoryInfo cpu_memory();
 
 // Makes the value of each of count entries: numbers in place, strings copied. 1 when all are made;
 // 0 with the reason in the last-error text, and the entries still own what was made.
-int32_t vnort_make_input_values(InputTensor* entries, uint64_t count);
+int32_t make_input_values(InputTensor* entries, uint64_t count);
 
 // Input tensors that live as long as a scope.
 class InputTensorScope {
@@ -35,3 +37,5 @@ private:
     InputTensorSet entries_;  // each is reset when it is read
     uint64_t count_ = 0;
 };
+
+}  // namespace vornic

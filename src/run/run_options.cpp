@@ -3,6 +3,8 @@
 #include "core/status.h"
 #include "onnxruntime_vornic.h"
 
+using namespace vornic;
+
 OrtRunOptions* onnxruntime_vn_create_run_options() {
     if (!vnort_init()) return nullptr;
     OrtRunOptions* options = nullptr;

@@ -8,6 +8,8 @@
 #include "core/limits.h"
 #include "run/run_result.h"
 
+namespace vornic {
+
 struct OutputForm {
     bool data;     // numbers are written, not only dtype and shape
     bool strings;  // string tensors are written, not only reported
@@ -24,8 +26,8 @@ struct OutputSelection {
 
 // Writes {"outputs":{...}} into an empty result, one member for each of count values under its
 // label. A value that is null or cannot be read becomes an error member.
-void vnort_write_outputs(RunResult* result, const OutputSelection& labels, OrtValue* const* values,
-                         uint64_t count, OutputForm form);
+void write_outputs(RunResult* result, const OutputSelection& labels, OrtValue* const* values,
+                   uint64_t count, OutputForm form);
 
 // The values that Run fills, released at the end of a scope.
 class OutputValues {
@@ -40,3 +42,5 @@ public:
 private:
     OrtValue* values_[kMaxOutputs] = {};
 };
+
+}  // namespace vornic

@@ -6,17 +6,19 @@
 #include <memory>
 
 #include "core/limits.h"
-#include "json/output_tensor.h"
+#include "core/shape.h"
 
 // The float fields are zero until something is captured, which happens once at the most.
 struct RunResult {
-    char json[kResultCapacity];
-    int64_t float_shape[kMaxRank];
+    char json[vornic::kResultCapacity];
+    int64_t float_shape[vornic::kMaxRank];
     uint64_t float_rank;
     uint64_t float_count;
     float* float_data;  // owned
     char float_shape_json[128];
 };
+
+namespace vornic {
 
 // Copies a float32 output into the result if it is the first with 1 to 8 dimensions and at least
 // one element. Without memory for the copy nothing is captured, silently.
@@ -29,4 +31,6 @@ struct ResultRelease {
 using OwnedResult = std::unique_ptr<RunResult, ResultRelease>;
 
 // A result without outputs; null with "out of memory".
-OwnedResult vnort_new_result();
+OwnedResult new_result();
+
+}  // namespace vornic

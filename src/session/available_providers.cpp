@@ -4,7 +4,13 @@
 #include "core/status.h"
 #include "onnxruntime_vornic.h"
 
+namespace vornic {
+
 char g_providers_json[1024];
+
+}  // namespace vornic
+
+using namespace vornic;
 
 const char* onnxruntime_vn_get_available_providers_json() {
     if (!vnort_init()) return "[]";

@@ -12,15 +12,19 @@ struct InferenceSession {
     OrtSession* session;
     uint64_t input_count;  // of the names recorded, not of the model's inputs
     uint64_t output_count;
-    Name input_names[kMaxInputs];
-    Name output_names[kMaxOutputs];
-    char inputs_json[kDescriptionCapacity];
-    char outputs_json[kDescriptionCapacity];
+    vornic::Name input_names[vornic::kMaxInputs];
+    vornic::Name output_names[vornic::kMaxOutputs];
+    char inputs_json[vornic::kDescriptionCapacity];
+    char outputs_json[vornic::kDescriptionCapacity];
     char modelmeta_json[4096];
     char profile_path[1024];
 };
 
+namespace vornic {
+
 // Runs, bindings and profiling need a record with a runtime session in it.
-inline bool vnort_is_usable(const InferenceSession* session) {
+inline bool is_usable(const InferenceSession* session) {
     return session != nullptr && session->session != nullptr;
 }
+
+}  // namespace vornic

@@ -5,6 +5,8 @@
 
 #include "core/limits.h"
 
+namespace vornic {
+
 struct ProviderOptions {
     char keys[kMaxProviderOptions][kNameCapacity];
     char values[kMaxProviderOptions][kOptionValueCapacity];
@@ -15,3 +17,5 @@ struct ProviderOptions {
 // after its '}' are ignored, and so is a comma before the '}'. 1 with the list filled; 0 with the
 // reason in the last-error text and an undefined list.
 int32_t vnort_parse_provider_options(const char* text, ProviderOptions* list);
+
+}  // namespace vornic

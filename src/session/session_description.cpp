@@ -8,6 +8,7 @@
 #include "json/output_tensor.h"
 #include "onnxruntime_vornic.h"
 
+namespace vornic {
 namespace {
 
 constexpr uint64_t kMaxDescribedRank = 16;
@@ -65,7 +66,7 @@ uint64_t append_described_dims(BoundedText& text, const OrtTensorTypeAndShapeInf
     if (rank > kMaxDescribedRank) return 0;
     int64_t dims[kMaxDescribedRank];
     if (vnort_status_ok(g_api->GetDimensions(info, dims, rank), "GetDimensions")) {
-        vnort_append_dims(text, {dims, rank});
+        append_dims(text, {dims, rank});
     }
     return rank;
 }
@@ -103,8 +104,8 @@ void vnort_describe_one_io(InferenceSession* session, const Side& side, uint64_t
                          side.name_call)) {
         return;
     }
-    AllocatorOwned<char> name = vnort_allocator_owned(allocator, given_name);
-    if (index < kMaxNames) vnort_copy_text((session->*side.names)[index], name.get());
+    AllocatorOwned<char> name = allocator_owned(allocator, given_name);
+    if (index < kMaxNames) copy_text((session->*side.names)[index], name.get());
 
     OwnedTypeInfo type;
     const OrtTensorTypeAndShapeInfo* info = nullptr;  // part of the type
@@ -137,10 +138,12 @@ bool describe_side(InferenceSession* session, const Side& side, OrtAllocator* al
 
 }  // namespace
 
-void vnort_describe_inputs_and_outputs(InferenceSession* session) {
-    vnort_copy_text(session->inputs_json, "[]");
-    vnort_copy_text(session->outputs_json, "[]");
-    OrtAllocator* allocator = vnort_default_allocator();
+void describe_inputs_and_outputs(InferenceSession* session) {
+    copy_text(session->inputs_json, "[]");
+    copy_text(session->outputs_json, "[]");
+    OrtAllocator* allocator = default_allocator();
     if (allocator == nullptr) return;
     if (describe_side(session, kInputs, allocator)) describe_side(session, kOutputs, allocator);
 }
+
+}  // namespace vornic

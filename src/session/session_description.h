@@ -4,8 +4,12 @@
 
 #include "session/inference_session.h"
 
+namespace vornic {
+
 // Records the names of inputs and outputs and describes them.
-void vnort_describe_inputs_and_outputs(InferenceSession* session);
+void describe_inputs_and_outputs(InferenceSession* session);
 
 // Describes the metadata, emptying the last-error text unless it could not be had at all.
-void vnort_describe_metadata(InferenceSession* session);
+void describe_metadata(InferenceSession* session);
+
+}  // namespace vornic

@@ -5,7 +5,9 @@
 
 #include "core/limits.h"
 
+namespace vornic {
 inline constexpr int32_t kOptimizeAll = 99;  // ONNX Runtime's level that enables all optimisations
+}
 
 struct SessionOptions {
     int32_t intra_op_num_threads;      // applied above 0
@@ -19,8 +21,9 @@ struct SessionOptions {
     int32_t log_verbosity_level;  // applied from 0 up
     int32_t log_severity_level;   // applied from 0 up
     char profile_file_prefix[512];
-    Name log_id;  // applied when not empty
-    Name provider_names[kMaxProviders];
-    char provider_options[kMaxProviders][kProviderOptionsCapacity];  // unread JSON texts
+    vornic::Name log_id;  // applied when not empty
+    vornic::Name provider_names[vornic::kMaxProviders];
+    char provider_options[vornic::kMaxProviders]
+                         [vornic::kProviderOptionsCapacity];  // unread JSON texts
     uint64_t provider_count;
 };
