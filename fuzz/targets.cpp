@@ -53,7 +53,7 @@ void fuzz_json(const char* text, size_t) {
         const bool is_parsed = vnort_parse_input_tensor_body(items[i], names[i], &entry);
         HOLDS(is_parsed ? entry.rank <= kMaxRank && entry.element_count <= kMaxElements
                         : entry.data == nullptr && entry.strings == nullptr && !entry.value);
-        if (is_parsed) vnort_free_input_tensors(&entry, 1);
+        if (is_parsed) free_elements(entry);
     }
     double numbers[kMaxRank];
     const char* selected[kMaxOutputs];

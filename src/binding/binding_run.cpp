@@ -1,4 +1,4 @@
-// The run on what is bound: no feed, no selection.
+// The run with a binding: inputs and outputs are those bound.
 #include "binding/io_binding.h"
 #include "core/allocator.h"
 #include "core/bounded_text.h"
@@ -47,7 +47,7 @@ OutputSelection labels_of(const IoBinding* binding) {
 RunResult* onnxruntime_vn_run_with_iobinding(const InferenceSession* session, IoBinding* binding,
                                              const OrtRunOptions* options) {
     const HostStateScope host;
-    if (!host.is_set_aside()) return nullptr;
+    if (!host.is_entered()) return nullptr;
     if (!is_usable(session) || !is_usable(binding)) {
         set_error("invalid InferenceSession or IoBinding");
         return nullptr;

@@ -15,13 +15,13 @@ using namespace vornic;
 
 namespace {
 
-// The name under which ONNX Runtime knows a bound input.
+// The name by which ONNX Runtime knows a bound input.
 const char* bound_name(const IoBinding* binding, uint64_t index) {
     const char* whole = binding->whole_names[index];
     return whole != nullptr ? whole : binding->inputs[index].name;
 }
 
-// Keeps the name of the next input where its entry has only the beginning of it.
+// Keeps a copy of the next input's name if it is too long for its entry.
 int32_t keep_whole_name(IoBinding* binding, const char* name) {
     const size_t length = strlen(name);
     if (length < kNameCapacity) return 1;
@@ -37,10 +37,11 @@ void free_whole_name(IoBinding* binding, uint64_t index) {
     binding->whole_names[index] = nullptr;
 }
 
-// ONNX Runtime may keep a value that it refuses, and once it has refused a name it refuses every
-// bind, storing its value all the same. Only clearing ends both, so what was accepted is bound anew.
-// An input that is then refused is missing from the next run, which says so.
-void bind_accepted_anew(IoBinding* binding) {
+// ONNX Runtime may keep a value although it refuses to bind it, and after refusing one name it
+// refuses every later bind, storing those values too. Only clearing the inputs ends this, so the
+// accepted ones are bound again. If one of them is refused this time, the next run reports it as
+// missing.
+void rebind_accepted(IoBinding* binding) {
     g_api->ClearBoundInputs(binding->io_binding);
     for (uint64_t i = 0; i < binding->input_count; ++i) {
         ignore_status(g_api->BindInput(binding->io_binding, bound_name(binding, i),
@@ -48,18 +49,18 @@ void bind_accepted_anew(IoBinding* binding) {
     }
 }
 
-// Makes the value of the next entry and binds it. The entry keeps what was made, bound or not.
+// Creates the value of the next entry and binds it. The entry owns the value even if binding fails.
 int32_t make_and_bind(IoBinding* binding, const char* name, InputTensor* entry) {
     if (!make_input_values(entry, 1) || !keep_whole_name(binding, name)) return 0;
     if (vnort_status_ok(g_api->BindInput(binding->io_binding, name, entry->value), "BindInput")) {
         return 1;
     }
-    bind_accepted_anew(binding);
+    rebind_accepted(binding);
     free_whole_name(binding, binding->input_count);
     return 0;
 }
 
-// Frees all that the inputs own, once ONNX Runtime has dropped them.
+// Frees everything the inputs own. ONNX Runtime must have dropped them first.
 void free_inputs(IoBinding* binding) {
     vnort_free_input_tensors(binding->inputs, binding->input_count);
     for (uint64_t i = 0; i < binding->input_count; ++i) free_whole_name(binding, i);

@@ -1,4 +1,4 @@
-// ONNX Runtime's default allocator, and the memory that it gives out.
+// ONNX Runtime's default allocator, and owners of the memory it allocates.
 #pragma once
 
 #include <onnxruntime_c_api.h>
@@ -8,7 +8,7 @@
 
 namespace vornic {
 
-// Never released; null, with the reason in the last-error text, when it cannot be had.
+// Must not be released. Null on failure, with the reason in the last-error text.
 OrtAllocator* default_allocator();
 
 struct AllocatorFree {
@@ -24,8 +24,8 @@ AllocatorOwned<Element> allocator_owned(OrtAllocator* allocator, Element* memory
     return AllocatorOwned<Element>(memory, AllocatorFree{allocator});
 }
 
-// An array that the allocator gave out and the elements in it, handed back at the end of a scope:
-// first the elements, then the array.
+// Owns an array that the allocator returned, and its elements. Releases the elements first, then
+// the array.
 template <typename Element, typename ElementRelease>
 class AllocatorArray {
 public:

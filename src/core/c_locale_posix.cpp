@@ -7,7 +7,7 @@ namespace vornic {
 
 void find_c_library() {}
 
-// The C library keeps one object for the "C" locale, so making it neither fails nor allocates.
+// The C library has a static object for the "C" locale, so newlocale neither fails nor allocates.
 bool enter_c_locale(HostLocale* host) {
     const char* point = nl_langinfo(RADIXCHAR);
     host->is_changed = point[0] != '.' || point[1] != '\0';

@@ -3,7 +3,7 @@
 namespace vornic {
 namespace {
 
-// FPCR, whose default is all zeros, and the flags, which are apart in FPSR.
+// The control register is FPCR, whose default is 0; the flags are in FPSR.
 uint64_t read_control() {
     uint64_t control;
     __asm__ volatile("mrs\t%0,\tfpcr" : "=r"(control));
@@ -22,7 +22,7 @@ void write_flags(uint64_t flags) { __asm__ volatile("msr\tfpsr,\t%0" : : "r"(fla
 
 }  // namespace
 
-// Writing a register costs more than reading it, so each is written only where it has to change.
+// Writing a register costs more than reading it, so it is written only when it has to change.
 void enter_default_float_state(HostFloatState* host) {
     host->control = static_cast<uint32_t>(read_control());
     host->flags = static_cast<uint32_t>(read_flags());

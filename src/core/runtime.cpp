@@ -23,7 +23,7 @@ int32_t refuse(const char* message) {
 
 int32_t vnort_init() {
     if (g_api != nullptr) return 1;
-    const DefaultFloatState float_state;  // loading a runtime runs code of its own
+    const DefaultFloatState float_state;  // loading a runtime runs its initialisers
     g_api_base = runtime_entry();
     if (g_api_base == nullptr) return refuse("OrtGetApiBase returned NULL");
     g_api = g_api_base->GetApi(kApiVersion);

@@ -2,8 +2,8 @@
 
 namespace vornic {
 
-// The loader has bound the entry point before any code here runs: without a runtime this library
-// does not load at all.
+// The dynamic linker has bound the function before any code here runs: without a runtime, this
+// library does not load.
 const OrtApiBase* runtime_entry() { return OrtGetApiBase(); }
 
 void forget_runtime() {}

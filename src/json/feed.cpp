@@ -7,12 +7,13 @@
 namespace vornic {
 namespace {
 
-// The search for one input: first for its quoted name, then for the brace after it, then for the keys
-// after that.
+// The search for one input: first for its quoted name, then for the next brace, then for the keys
+// after it.
 struct Search {
     const char* name;
     size_t name_length;
-    const char* brace_from;  // where to look for the brace: after the quoted name
+    const char*
+        brace_from;  // the position after the quoted name, where the search for the brace starts
     FeedItem* item;
 
     bool wants_name() const { return item->name == nullptr; }
@@ -23,7 +24,7 @@ struct Search {
     }
 };
 
-// True when `quoted`, which stands at a double quote, holds this text and the closing quote.
+// Whether `quoted`, which points to a double quote, continues with this text and a closing quote.
 bool is_quoted(const char* quoted, const char* text, size_t length) {
     return strncmp(quoted + 1, text, length) == 0 && quoted[1 + length] == '"';
 }

@@ -49,7 +49,7 @@ private:
     uint64_t count_ = 0;
 };
 
-// What a backslash and this byte stand for.
+// The byte that a backslash and `byte` encode.
 char unescaped(char byte) {
     switch (byte) {
         case 'n': return '\n';
@@ -90,7 +90,7 @@ int32_t read_string_data(const char* data_key, InputTensor* entry) {
     return 1;
 }
 
-// Reads into elements of the tensor's type; those of other types are converted from doubles.
+// Reads elements of the tensor's type: floats directly, all others converted from doubles.
 int32_t read_elements(const char* data_key, const NumberArrayExtent& extent, uint32_t code,
                       void* elements, uint64_t* count) {
     const auto capacity = static_cast<int64_t>(extent.bound);
@@ -108,7 +108,8 @@ int32_t read_elements(const char* data_key, const NumberArrayExtent& extent, uin
     return is_read;
 }
 
-// Numbers go straight into the tensor's block, which their commas foretell but for one at the end.
+// Numbers are stored straight into the tensor's block. Counting commas gives its size; a trailing
+// comma makes it one element too large.
 int32_t read_numeric_data(const char* data_key, uint32_t element_size, InputTensor* entry) {
     const NumberArrayExtent extent = number_array_extent(data_key);
     if (extent.bound == 0) return 0;
@@ -122,7 +123,8 @@ int32_t read_numeric_data(const char* data_key, uint32_t element_size, InputTens
     return 1;
 }
 
-// Reads the value of the dtype key; null with the reason, if there is one, in the last-error text.
+// Reads the value of the dtype key. Null on failure, with the reason in the last-error text unless
+// the key has no colon.
 const ElementType* read_dtype(const char* dtype_key) {
     if (dtype_key == nullptr) {
         set_error("input tensor is missing dtype");
@@ -169,15 +171,12 @@ int32_t vnort_parse_input_tensor_body(const FeedItem& item, const char* name, In
     return read_numeric_data(item.data, type->size, entry);
 }
 
-void vnort_free_input_tensors(InputTensor* entries, uint64_t count) {
-    for (InputTensor* entry = entries; entry != entries + count; ++entry) {
-        if (entry->value != nullptr && g_api != nullptr) g_api->ReleaseValue(entry->value);
-        if (entry->strings != nullptr) {
-            for (uint64_t i = 0; i < entry->element_count; ++i) free(entry->strings[i]);
-            free(entry->strings);
-        }
-        free(entry->data);
+void free_elements(const InputTensor& entry) {
+    if (entry.strings != nullptr) {
+        for (uint64_t i = 0; i < entry.element_count; ++i) free(entry.strings[i]);
+        free(entry.strings);
     }
+    free(entry.data);
 }
 
 }  // namespace vornic

@@ -19,13 +19,13 @@ char* write_element(char* to, Bool8 element) {
     return to + word.size();
 }
 
-// All the other integers fit in a signed one of 64 bits.
+// All other integers fit in int64_t.
 template <typename Integer>
 char* write_element(char* to, Integer element) {
     return write_int64(to, element);
 }
 
-// As write_numbers, which it is for floats.
+// The contract of write_numbers, for elements of any type.
 template <typename Element>
 NumbersWritten write_elements(char* first, const char* end, const Element* elements,
                               uint64_t count) {
@@ -41,8 +41,8 @@ NumbersWritten write_elements(char* first, const char* end, const Element* eleme
     }
 }
 
-// Appends elements separated by commas. They are written in place while there is room for any; near
-// the end of the array each is written aside and cut; a full text takes nothing more.
+// Appends elements separated by commas: in place while the longest would fit, then, near the end of
+// the array, one at a time through a buffer from which each is cut to fit.
 template <typename Element>
 void append_elements(BoundedText& text, const Element* elements, uint64_t count) {
     const char* const end = text.buffer + text.capacity;
@@ -51,10 +51,10 @@ void append_elements(BoundedText& text, const Element* elements, uint64_t count)
     text.length = static_cast<uint64_t>(written.end - text.buffer) - (i > 0 && i == count);
     vnort_append(text, "");
     for (; i < count && !is_full(text); ++i) {
-        char room[kNumberRoom + 1];
-        written = write_elements(room, room + sizeof room, elements + i, 1);
-        const size_t length = static_cast<size_t>(written.end - room) - (i + 1 == count);
-        vnort_append(text, {room, length});
+        char buffer[kNumberRoom + 1];
+        written = write_elements(buffer, buffer + sizeof buffer, elements + i, 1);
+        const size_t length = static_cast<size_t>(written.end - buffer) - (i + 1 == count);
+        vnort_append(text, {buffer, length});
     }
 }
 
@@ -64,8 +64,8 @@ void append_nulls(BoundedText& text, uint64_t count) {
     }
 }
 
-// The strings of a tensor as ONNX Runtime hands them out: all bytes in a row and where each string
-// begins.
+// The strings of a tensor as ONNX Runtime returns them: their bytes concatenated, and the offset of
+// each string.
 struct StringContent {
     HeapBlock<char> bytes;
     HeapBlock<size_t> offsets;

@@ -53,8 +53,13 @@ FloatTensor* hand_over(OwnedTensor tensor, float* data) {
     return tensor.release();
 }
 
-// Reads a shape's dimensions and their product, 0 when no tensor can have it; false with the reason
-// in the last-error text.
+FloatTensor* adopt(float* data, int32_t data_count, const int64_t* shape, int32_t rank) {
+    OwnedTensor tensor = new_tensor(data, data_count, shape, rank);
+    return tensor != nullptr ? hand_over(std::move(tensor), data) : nullptr;
+}
+
+// Reads the dimensions of a shape and their product, which is 0 if it overflows. False with the
+// reason in the last-error text.
 bool read_shape(const char* shape_json, int64_t (&dims)[kMaxRank], uint64_t* rank, int32_t* count) {
     double numbers[kMaxRank];
     if (!vnort_parse_number_array_double(shape_json, numbers, kMaxRank, rank) || *rank == 0) {
@@ -88,9 +93,7 @@ FloatTensor* onnxruntime_vn_tensor_from_f32(const float* data, int32_t data_coun
 
 FloatTensor* onnxruntime_vn_tensor_adopt_f32(float* data, int32_t data_count, const int64_t* shape,
                                              int32_t rank) {
-    OwnedTensor tensor = new_tensor(data, data_count, shape, rank);
-    if (tensor == nullptr) return nullptr;
-    return hand_over(std::move(tensor), data);
+    return adopt(data, data_count, shape, rank);
 }
 
 FloatTensor* onnxruntime_vn_tensor_zeros_f32(const char* shape_json) {
@@ -102,8 +105,7 @@ FloatTensor* onnxruntime_vn_tensor_zeros_f32(const char* shape_json) {
     if (count == 0) return refuse("invalid float32 tensor input");
     HeapBlock<float> zeros = allocate_zeroed<float>(static_cast<uint64_t>(count));
     if (zeros == nullptr) return refuse("out of memory");
-    FloatTensor* tensor =
-        onnxruntime_vn_tensor_adopt_f32(zeros.get(), count, dims, static_cast<int32_t>(rank));
+    FloatTensor* tensor = adopt(zeros.get(), count, dims, static_cast<int32_t>(rank));
     if (tensor != nullptr) zeros.release();
     return tensor;
 }

@@ -50,4 +50,11 @@ int32_t make_input_values(InputTensor* entries, uint64_t count) {
     return 1;
 }
 
+void vnort_free_input_tensors(InputTensor* entries, uint64_t count) {
+    for (InputTensor* entry = entries; entry != entries + count; ++entry) {
+        if (entry->value != nullptr && g_api != nullptr) g_api->ReleaseValue(entry->value);
+        free_elements(*entry);
+    }
+}
+
 }  // namespace vornic

@@ -1,4 +1,4 @@
-// The JSON run: a feed of JSON tensors in, all outputs as JSON out.
+// The JSON run: a JSON feed in, the selected outputs as JSON out.
 #include "core/host_state.h"
 #include "core/last_error.h"
 #include "core/runtime.h"
@@ -55,7 +55,7 @@ RunResult* onnxruntime_vn_run_json_with_options(const InferenceSession* session,
                                                 const char* input_feed_json,
                                                 const OrtRunOptions* options) {
     const HostStateScope host;
-    if (!host.is_set_aside()) return nullptr;
+    if (!host.is_entered()) return nullptr;
     if (!is_usable(session)) {
         set_error("invalid InferenceSession");
         return nullptr;

@@ -1,4 +1,4 @@
-// Run options are ONNX Runtime's own object; nothing is kept here.
+// A run-options handle is ONNX Runtime's own object.
 #include "core/runtime.h"
 #include "core/status.h"
 #include "onnxruntime_vornic.h"

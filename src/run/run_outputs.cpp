@@ -12,7 +12,7 @@ namespace {
 constexpr const char* kUnreadable = "\"error\":\"failed to read output tensor\"";
 constexpr const char* kUnreadableStrings = "\"error\":\"failed to read string output tensor\"";
 
-// What ONNX Runtime says of one output value.
+// The properties of one output value, queried from ONNX Runtime.
 struct OutputTensor {
     OwnedTensorInfo info;
     uint32_t element_type = 0;

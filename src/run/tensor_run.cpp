@@ -1,4 +1,4 @@
-// The tensor run: one float32 tensor in, in place and without JSON.
+// The tensor run: one float32 tensor in, without a copy or JSON.
 #include "core/host_state.h"
 #include "core/last_error.h"
 #include "core/owned.h"
@@ -14,7 +14,7 @@ using namespace vornic;
 
 namespace {
 
-// A value over the tensor's own buffer; null with the reason in the last-error text.
+// A value over the tensor's own buffer. Null on failure, with the reason in the last-error text.
 OwnedValue wrap(const FloatTensor* tensor) {
     OwnedValue value;
     OwnedMemoryInfo memory = cpu_memory();
@@ -31,7 +31,7 @@ RunResult* vnort_run_tensor_impl(const InferenceSession* session, const char* in
                                  const FloatTensor* tensor, const char* output_names_json,
                                  int32_t write_data) {
     const HostStateScope host;
-    if (!host.is_set_aside()) return nullptr;
+    if (!host.is_entered()) return nullptr;
     if (!is_usable(session) || input_name == nullptr || input_name[0] == '\0' ||
         tensor == nullptr || tensor->data == nullptr) {
         set_error("invalid session, input name, or tensor");
@@ -50,7 +50,7 @@ RunResult* vnort_run_tensor_impl(const InferenceSession* session, const char* in
     const OrtValue* value = input.get();
     OrtStatus* status = g_api->Run(session->session, nullptr, &input_name, &value, 1,
                                    selection.names, selection.count, outputs.slots());
-    input.reset();  // the tensor's buffer is in use during the run only
+    input.reset();  // only the run itself needs the value
     if (!vnort_status_ok(status, "Run")) return nullptr;
     write_outputs(result.get(), selection, outputs.slots(), selection.count,
                   {.data = write_data != 0, .strings = false, .capture = true});

@@ -1,4 +1,4 @@
-// The execution providers that ONNX Runtime offers.
+// The execution providers built into ONNX Runtime.
 #include "core/bounded_text.h"
 #include "core/runtime.h"
 #include "core/status.h"

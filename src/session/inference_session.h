@@ -1,4 +1,4 @@
-// The session record: ONNX Runtime's objects for one loaded model, and its description.
+// The session record: ONNX Runtime's objects for one loaded model, and the model's description.
 #pragma once
 
 #include <onnxruntime_c_api.h>
@@ -7,10 +7,10 @@
 #include "core/limits.h"
 
 struct InferenceSession {
-    OrtEnv* env;  // the three objects are owned
+    OrtEnv* env;  // these three are owned
     OrtSessionOptions* options;
     OrtSession* session;
-    uint64_t input_count;  // of the names recorded, not of the model's inputs
+    uint64_t input_count;  // of recorded names; the model may have more inputs
     uint64_t output_count;
     vornic::Name input_names[vornic::kMaxInputs];
     vornic::Name output_names[vornic::kMaxOutputs];
@@ -22,7 +22,7 @@ struct InferenceSession {
 
 namespace vornic {
 
-// Runs, bindings and profiling need a record with a runtime session in it.
+// Runs, bindings and profiling require a record that holds a session of ONNX Runtime.
 inline bool is_usable(const InferenceSession* session) {
     return session != nullptr && session->session != nullptr;
 }

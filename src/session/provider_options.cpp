@@ -8,8 +8,8 @@
 namespace vornic {
 namespace {
 
-// Reads up to a ',' or '}', leaving blanks out. A word that does not fit ends where it is full; the
-// caller then finds neither after it.
+// Copies the bytes up to a ',' or '}', without blanks. Stops early when the array is full; the
+// caller then finds neither delimiter next.
 void read_bare_word(const char** at, char* to, size_t capacity) {
     const char* from = *at;
     size_t length = 0;

@@ -1,4 +1,4 @@
-// From a model file and a record of settings to a session.
+// Creates a session from a model file and a record of settings.
 #include <string.h>
 
 #include "core/host_state.h"
@@ -21,7 +21,7 @@ struct SessionRelease {
 };
 using OwnedSession = std::unique_ptr<InferenceSession, SessionRelease>;
 
-// A setting that ONNX Runtime refuses has no effect and is not reported.
+// Here and below, a setting that ONNX Runtime rejects has no effect and is not reported.
 void switch_arena(OrtSessionOptions* to, bool on) {
     ignore_status(on ? g_api->EnableCpuMemArena(to) : g_api->DisableCpuMemArena(to));
 }
@@ -71,7 +71,7 @@ void apply_settings(const SessionOptions& settings, OrtSessionOptions* to) {
     if (settings.profiling_disabled) ignore_status(g_api->DisableProfiling(to));
 }
 
-// The CPU provider is always part of a session; only its memory arena can be chosen.
+// Every session has the CPU provider; its only option is the memory arena.
 void apply_cpu_options(const ProviderOptions& list, OrtSessionOptions* to) {
     for (uint64_t i = 0; i < list.count; ++i) {
         if (strcmp(list.keys[i], "use_arena") != 0) continue;
@@ -142,7 +142,7 @@ InferenceSession* onnxruntime_vn_create_session(const char* model_path,
                                                 const SessionOptions* options) {
     if (!vnort_init()) return nullptr;
     const HostStateScope host;
-    if (!host.is_set_aside()) return nullptr;
+    if (!host.is_entered()) return nullptr;
     if (model_path == nullptr || model_path[0] == '\0') {
         set_error("empty model path");
         return nullptr;
