@@ -37,8 +37,8 @@ static int make_space(Reader* reader) {
     return 1;
 }
 
-/* Reads whatever is available, without waiting for a full buffer as fread would. Returns 0 at the end of
- * the file and on failure, then with the reason. */
+/* Reads whatever is available, without waiting for a full buffer as fread would. Returns 0 at the
+ * end of the file and on failure, then with the reason. */
 static int read_more(Reader* reader, const char** why) {
     if (!make_space(reader)) {
         *why = "out of memory";
@@ -52,8 +52,8 @@ static int read_more(Reader* reader, const char** why) {
     return got > 0;
 }
 
-/* The next line, terminated, without its line break. Null after the last line and on failure, then with
- * the reason. The last line may lack a line break. */
+/* The next line, terminated, without its line break. Null after the last line and on failure, then
+ * with the reason. The last line may lack a line break. */
 static char* next_line(Reader* reader, size_t* length, const char** why) {
     char* line_feed = NULL;
     size_t searched = 0;
@@ -104,8 +104,8 @@ static void print_error(const char* text) {
     puts("\"}");
 }
 
-/* Prints a result as one line. Control characters, including line breaks, occur only in strings, where
- * the library does not escape them. */
+/* Prints a result as one line. Control characters, including line breaks, occur only in strings,
+ * where the library does not escape them. */
 static void print_result(const char* json) {
     for (;;) {
         size_t plain = strcspn(json, CONTROLS);

@@ -33,8 +33,8 @@ void print_usage(FILE* to) {
         to);
 }
 
-/* The value of an option at argv[*at], after = or in the next argument; "" if it is missing; null if
- * argv[*at] is another option. */
+/* The value of an option at argv[*at], after = or in the next argument; "" if it is missing; null
+ * if argv[*at] is another option. */
 static const char* value_of(const char* option, Options* options, char** argv, int* at) {
     size_t length = strlen(option);
     const char* value = "";
