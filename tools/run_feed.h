@@ -14,8 +14,7 @@ typedef struct {
     int rank;
 } Value;
 
-/* Reads the next value of a description. Returns the rest of the description; null after the last.
- * */
+/* Reads the next value of a description and returns the rest of it; null if there is none. */
 const char* next_value(const char* description, Value* value);
 
 /* Writes a shape such as [1,3]; -1 is written as 1 unless `keep` is set. */
