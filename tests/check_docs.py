@@ -55,9 +55,10 @@ for page in [*root.glob("*.md"), *root.glob("docs/*.md")]:
 with tempfile.TemporaryDirectory() as folder:
     Image.new("RGB", (320, 200), "lime").save(f"{folder}/photo.jpg")
     os.symlink(f"{models}/image.onnx", f"{folder}/image.onnx")
-    environment = {**os.environ, "PYTHONPATH": f"{root}/modules/python", "ONNXRUNTIME_VORNIC_LIBRARY": library}
-    program = re.search("```python\n(.*?)```", (root / "docs/images.md").read_text(), re.DOTALL)[1]
-    done = subprocess.run([sys.executable, "-c", program], cwd=folder, env=environment, text=True, capture_output=True)
-    check("docs/images.md", [done.stdout + done.stderr] * (done.stdout != "1\n"))
+    environment = {**os.environ, "PYTHONPATH": f"{root}/modules/python", "NODE_PATH": f"{root}/.deps/node/node_modules", "ONNXRUNTIME_VORNIC_LIBRARY": library}
+    for language, command in {"python": [sys.executable, "-c"], "js": ["node", "-e"]}.items():
+        program = re.search(f"```{language}\n(.*?)```", (root / "docs/images.md").read_text(), re.DOTALL)[1]
+        done = subprocess.run([*command, program], cwd=folder, env=environment, text=True, capture_output=True)
+        check(f"docs/images.md, {language}", [done.stdout + done.stderr] * (done.stdout != "1\n"))
 print(*failures, f"{len(written)} messages, {len(functions)} functions, {len(failures)} failures", sep="\n")
 sys.exit(len(failures) > 0)
