@@ -159,7 +159,7 @@ function checkNumbers(name, data, dtype) {
 
 function checkFeed(feed, inputs) {
     if (!isObject(feed)) throw new VornicError('a feed must be an object of tensors by input name');
-    // A description of 2,040 bytes or more may have been truncated and lack inputs.
+    // A description of 2,040 bytes or more may be truncated: inputs may be missing from it.
     if (inputs.length > 16 || Buffer.byteLength(JSON.stringify(inputs)) >= 2040) {
         throw new VornicError('the model has too many inputs for a feed to be checked');
     }

@@ -108,7 +108,7 @@ def check_feed(feed: Any, inputs: Sequence[Description]) -> str:
     """
     if not isinstance(feed, dict):
         raise VornicError("a feed must be an object of tensors by input name")
-    # A description of 2,040 bytes or more may have been truncated and lack inputs.
+    # A description of 2,040 bytes or more may be truncated: inputs may be missing from it.
     if len(inputs) > 16 or len(_plain_json(inputs).encode()) >= 2040:
         raise VornicError("the model has too many inputs for a feed to be checked")
     described = {entry["name"]: entry for entry in inputs}
@@ -219,10 +219,7 @@ def tensor_json(name: Any, item: Any) -> str:
         raise _unfit(name, "its name must be a str")
     _check_members(name, item)
     data = item["data"]
-    if item["dtype"] in (
-        "bool",
-        "boolean",
-    ):  # the library writes true and false, but does not read them
+    if item["dtype"] in ("bool", "boolean"):  # the library does not read true and false
         data = [int(value) if isinstance(value, bool) else value for value in data]
     try:
         if item["dtype"] in _STRINGS:
@@ -240,7 +237,7 @@ def _plain_json(value: Any) -> str:
 
 
 def quoted(text: str) -> str:
-    # The library takes all other characters as they are, and does not decode \u.
+    # The library takes characters other than these two as they are, and does not decode \u.
     if not isinstance(text, str):
         raise TypeError("a string tensor must contain only strings")
     return '"' + text.replace("\\", "\\\\").replace('"', '\\"') + '"'
