@@ -1,6 +1,6 @@
 """Checks the docs: check_docs.py CHECKOUT DOXYGEN LIBRARY MODELS. Every text that the library can write is in
 docs/troubleshooting.md and no other, every function is in the reference, which Doxygen builds without a warning, every link
-leads somewhere, and the programs of docs/images.md know a green image from others."""
+leads somewhere, and the programs of docs/images.md tell a red image from a green one."""
 import os
 import pathlib
 import re
@@ -53,11 +53,14 @@ for page in [*root.glob("*.md"), *root.glob("docs/*.md")]:
         if not target.exists() or heading and heading not in headings(target):
             check(f"{page.name} links to nothing", [f"{path}#{heading}"])
 with tempfile.TemporaryDirectory() as folder:
-    Image.new("RGB", (320, 200), "lime").save(f"{folder}/photo.jpg")
     os.symlink(f"{models}/image.onnx", f"{folder}/image.onnx")
-    environment = {**os.environ, "PYTHONPATH": f"{root}/modules/python", "ONNXRUNTIME_VORNIC_LIBRARY": library}
-    program = re.search("```python\n(.*?)```", (root / "docs/images.md").read_text(), re.DOTALL)[1]
-    done = subprocess.run([sys.executable, "-c", program], cwd=folder, env=environment, text=True, capture_output=True)
-    check("docs/images.md", [done.stdout + done.stderr] * (done.stdout != "1\n"))
+    environment = {**os.environ, "ONNXRUNTIME_VORNIC_LIBRARY": library}
+    environment |= {"PYTHONPATH": f"{root}/modules/python", "NODE_PATH": f"{root}/.deps/node/node_modules"}
+    for language, command in {"python": [sys.executable, "-c"], "js": ["node", "-e"]}.items():
+        program = re.search(f"```{language}\n(.*?)```", (root / "docs/images.md").read_text(), re.DOTALL)[1]
+        for index, colour in enumerate(("red", "lime")):
+            Image.new("RGB", (320, 200), colour).save(f"{folder}/photo.jpg")
+            done = subprocess.run([*command, program], cwd=folder, env=environment, text=True, capture_output=True)
+            check(f"docs/images.md, {language}, {colour}", [done.stdout + done.stderr] * (done.stdout != f"{index}\n"))
 print(*failures, f"{len(written)} messages, {len(functions)} functions, {len(failures)} failures", sep="\n")
 sys.exit(len(failures) > 0)
