@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Finds the numbers that are hardest to round, for proofs/verify_numbers.cpp.
+"""Finds the numbers that are hardest to round, for tests/verify_numbers.cpp.
 
 Prints a line for each: "write" and the bits of a double whose digits after the 17th (or, of a
 float, the 9th) are nearest to a half, or "read" and a decimal nearest to a half way point between

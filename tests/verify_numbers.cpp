@@ -1,0 +1,92 @@
+// Compares the number kernels with the C library. scripts/verify-numbers builds and runs this. It
+// needs a long double with more bits than a double, and a printf and a strtod that round exactly.
+//
+//   verify_numbers fraction [part parts]
+//   verify_numbers - <HARD_ROUNDINGS
+
+#include "verification.h"
+
+namespace {
+
+// The midpoint of two doubles with all its digits, and texts just above and below it.
+void check_midpoint(uint64_t, Random& random) {
+    static_assert(__LDBL_MANT_DIG__ > 53);
+    const uint64_t bits = random() % 0x7fe0000000000000;  // finite, and so is the next one
+    const auto low = std::bit_cast<double>(bits), high = std::bit_cast<double>(bits + 1);
+    std::string text = printed("%.800Le", low / 2.0L + high / 2.0L);  // 767 digits suffice
+    check_read(text.c_str());
+    const size_t last = text.find('e') - 1;
+    text[last] = '1';
+    check_read(text.c_str());
+    text[last] = '0';
+    text[text.find_last_not_of('0', last)] -= 1;
+    check_read(text.c_str());
+}
+
+// Lines of proofs/hard_roundings.py: "read" and a decimal, or "write" and the bits of a double.
+int check_hard_numbers(FILE* lines) {
+    char kind[8], text[64];
+    g_position.series = "hardest roundings, line";
+    while (fscanf(lines, "%7s %63s", kind, text) == 2) {
+        ++g_position.index;
+        const auto number = std::bit_cast<double>(uint64_t{strtoull(text, nullptr, 16)});
+        if (strcmp(kind, "read") == 0) {
+            check_read(text);
+        } else {
+            check_double(number);
+            check_float(static_cast<float>(number));
+        }
+    }
+    printf("%-52s %12llu  ok\n", "hardest roundings", g_position.index + 0ull);
+    return g_position.index > 0 ? 0 : 1;
+}
+
+void check_power_of_ten(uint64_t index, Random&) {
+    const int digits = 1 + static_cast<int>(index % 99), power = static_cast<int>(index / 99) - 400;
+    const std::string text = printed("%de%d", digits, power);
+    const double number = strtod(text.c_str(), nullptr);
+    check_read(text.c_str());
+    check_double(number);
+    check_float(strtof(text.c_str(), nullptr));
+    if (number < 1 || number >= 0x1p64) return;
+    check_integer(static_cast<uint64_t>(number));
+    check_integer(static_cast<uint64_t>(number) - 1);
+}
+
+void check_power_of_two(uint64_t index, Random&) {
+    const double power = ldexp(1, static_cast<int>(index) - 1080);
+    for (const double number : {power, nextafter(power, 0), nextafter(power, INFINITY)}) {
+        check_double(number);
+        check_float(static_cast<float>(number));
+    }
+}
+
+// Both signs occur. The odd factor spreads a part of the floats over all of them.
+void check_any_float(uint64_t index, Random&) {
+    const uint32_t magnitude = static_cast<uint32_t>(index * 0x9e3779b1) & 0x7fffffff;
+    const uint32_t sign = static_cast<uint32_t>(std::popcount(magnitude)) << 31;
+    check_float(std::bit_cast<float>(magnitude | sign));
+}
+
+constexpr Verification kVerifications[] = {
+    {"powers of ten times 1 to 99, written and read", 801 * 99, 801 * 99, check_power_of_ten},
+    {"powers of two and their neighbours, written and read", 2104, 2104, check_power_of_two},
+    {"float32 magnitudes, written and read", 0x1p31, 1, check_any_float},
+    {"double bit patterns, written and read", 3e8, 1,
+     [](uint64_t, Random& random) { check_double(std::bit_cast<double>(uint64_t{random()})); }},
+    {"doubles with short fractions, written and read", 3e8, 1,
+     [](uint64_t, Random& random) { check_double(short_binary(random)); }},
+    {"decimals of 1 to 40 digits, read", 2e8, 1,
+     [](uint64_t, Random& random) { check_any_decimal(random); }},
+    {"hexadecimals, read", 2e7, 1, [](uint64_t, Random& random) { check_any_hexadecimal(random); }},
+    {"midpoints, exact, above and below, read", 4e6, 1, check_midpoint},
+    {"integers of any length, written", 2e8, 1,
+     [](uint64_t, Random& random) { check_integer(any_integer(random)); }},
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const bool is_hard = argc == 2 && strcmp(argv[1], "-") == 0;
+    return is_hard ? check_hard_numbers(stdin) : verify(argc, argv, kVerifications);
+}
