@@ -123,6 +123,11 @@ inline void check_float(float number) { check_written(number, vnort_write_float3
 
 inline void check_double(double number) { check_written(number, vnort_write_float64, 17); }
 
+inline void check_number(double number) {
+    check_double(number);
+    check_float(static_cast<float>(number));
+}
+
 // Without a sign, and as a negative number.
 inline void check_integer(uint64_t number) {
     const auto negative = static_cast<int64_t>(0 - number);
@@ -130,7 +135,9 @@ inline void check_integer(uint64_t number) {
     check_written(negative, vnort_write_int64, std::to_string(negative));
 }
 
-// An integer of any length.
+inline double any_double(Random& random) { return std::bit_cast<double>(uint64_t{random()}); }
+
+// Of any length.
 inline unsigned long long any_integer(Random& random) { return random() >> random() % 64; }
 
 // Of any magnitude, with a few fraction bits: many are ties in the 9th or 17th digit.

@@ -79,12 +79,15 @@ std::string any_array(Random& random) {
     return text;
 }
 
-// Forty numbers in one of five spellings, with a byte inserted or overwritten.
+// Forty numbers or more in one of five spellings, with a byte inserted or overwritten.
 std::string like_array(uint64_t spelling, char byte, Random& random) {
     static const char* const around[][2] = {
         {"", ""}, {"-", ".25"}, {"0.", ""}, {"-1.000000000000", ""}, {"3.", "e-07"}};
-    std::string text = array_of(40, spelling % 2 != 0 ? ", " : ",", [&] {
-        return around[spelling][0] + std::to_string(random() % 100000) + around[spelling][1];
+    // The kernel for single digits needs more of them.
+    const bool is_short = random() % 2 == 0;
+    const uint64_t limit = is_short ? 10 : 100000;
+    std::string text = array_of(is_short ? 160 : 40, spelling % 2 != 0 ? ", " : ",", [&] {
+        return around[spelling][0] + std::to_string(random() % limit) + around[spelling][1];
     });
     const size_t start = text.find('[') + 1, at = start + random() % (text.size() - start);
     return random() % 2 != 0 ? text.insert(at, 1, byte) : text.replace(at, 1, 1, byte);
