@@ -1,4 +1,4 @@
-// Gives the targets the texts of a corpus, every prefix of each, and variations of it: replay CORPUS
+// Runs the targets on every prefix of each text of a corpus and on variations of it: replay CORPUS
 #include <stdint.h>
 #include <stdio.h>
 

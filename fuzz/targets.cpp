@@ -1,5 +1,5 @@
-// The fuzz targets. Each takes any text up to kLongestText bytes and aborts, with a report, when the
-// library breaks a promise for it.
+// The fuzz targets. Each takes any text of up to kLongestText bytes and aborts with a report when
+// the library breaks a promise.
 #include "core/bounded_text.h"
 #include "core/element_type.h"
 #include "json/array_reader.h"
@@ -75,8 +75,8 @@ void fuzz_json(const char* text, size_t) {
     }
 }
 
-// What is written into a buffer of any capacity must be the start of the whole text. It may end up to
-// `unused` bytes before the buffer is full.
+// The text written into a buffer of any capacity must be a prefix of the whole text. It may leave
+// up to `unused` bytes of the buffer free.
 template <typename Write>
 void check_cut(const char* source, uint64_t unused, Write write) {
     static char whole[1 << 17];
@@ -112,7 +112,7 @@ void fuzz_texts(const char* text, size_t size) {
     }
 }
 
-// Each line is a number; the text's hash seeds others.
+// Each line is a number. The text's hash seeds random ones.
 void fuzz_numbers(const char* text, size_t size) {
     for (const char* line = text; line != nullptr; line = strchr(line, '\n')) {
         line += *line == '\n';

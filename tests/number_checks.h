@@ -1,5 +1,5 @@
 // Checks of the number kernels against the C library, for the fuzz targets and the verification
-// programs. A check that fails prints the input, what was expected and what came, and aborts.
+// programs. A check that fails prints the input, the expected and the actual result, and aborts.
 #pragma once
 
 #include <math.h>
@@ -37,7 +37,7 @@ __attribute__((format(gnu_printf, 1, 2))) inline std::string printed(const char*
     return std::string(text, std::min(static_cast<size_t>(length), sizeof text - 1));
 }
 
-// In quotes, with unprintable bytes escaped, and cut where it is long.
+// In quotes, with unprintable bytes escaped; a long text is cut.
 inline std::string escaped(std::string_view text) {
     constexpr size_t kLongest = 1000;
     std::string result = "\"";
@@ -78,7 +78,7 @@ std::string shown(Number number) {
     return printed("%.17g", static_cast<double>(number)) + bits;
 }
 
-// Reading must give this value and end.
+// Reading must return this value and this end.
 inline void check_read(const char* text, double expected, const char* end) {
     const NumberRead got = vnort_read_number(text);
     if (bits_of(got.value) == bits_of(expected) && got.end == end) return;
@@ -87,9 +87,9 @@ inline void check_read(const char* text, double expected, const char* end) {
          shown(got.value) + length(got.end));
 }
 
-// Reading must agree with strtod, except where that skips blanks or reads a NaN, whose tail depends on
-// the C library. Without a number some return -0, and glibc 2.36 rounds some hexadecimal subnormals
-// wrong.
+// Reading must agree with strtod, except that strtod skips leading blanks, that what it accepts
+// after "nan" and its value where there is no number depend on the C library, and that glibc 2.36
+// rounds some hexadecimal subnormals incorrectly.
 inline void check_read(const char* text) {
     const bool is_signed = *text == '-' || *text == '+';
     if (*text == '\0' || strchr(" \t\n\v\f\r", *text) != nullptr) return;
@@ -109,7 +109,7 @@ void check_written(Number number, char* (*write)(char*, Number), const std::stri
     if (got != expected) fail("writing a number", shown(number), escaped(expected), escaped(got));
 }
 
-// Writing must give printf's text, and reading this the number again.
+// Writing must produce printf's text, and reading that must return the number.
 template <typename Number>
 void check_written(Number number, char* (*write)(char*, Number), int digits) {
     const std::string text = printed("%.*g", digits, static_cast<double>(number));
@@ -128,7 +128,7 @@ inline void check_number(double number) {
     check_float(static_cast<float>(number));
 }
 
-// Without a sign, and as a negative number.
+// Unsigned, and as a negative number.
 inline void check_integer(uint64_t number) {
     const auto negative = static_cast<int64_t>(0 - number);
     check_written(number, vnort_write_uint64, std::to_string(number));
@@ -156,16 +156,16 @@ inline void check_any_decimal(Random& random) {
     }
 }
 
-// At most 63 bits, which a long double holds exactly, and for every other number a 1 in a distant digit,
-// which rounds like one in the 64th bit.
+// The expected value is a long double, which holds the 63 bits of the text exactly. Every other
+// text has another 1 many digits later, which rounds like a 1 in the 64th bit.
 inline void check_any_hexadecimal(Random& random) {
     static_assert(__LDBL_MANT_DIG__ >= 64);
     const unsigned long long bits = any_integer(random) >> 1 | 1;
     const int exponent = static_cast<int>(random() % 2300) - 1200;
-    const bool is_more = random() % 2 != 0;
+    const bool has_more = random() % 2 != 0;
     const std::string text = printed("0x%llx.%07llx%sp%d", bits >> 28, bits & 0xfffffff,
-                                     is_more ? "00000000000000000001" : "", exponent);
+                                     has_more ? "00000000000000000001" : "", exponent);
     const long double value = ldexpl(static_cast<long double>(bits), exponent - 28);
-    const long double near = is_more ? nextafterl(value, INFINITY) : value;
+    const long double near = has_more ? nextafterl(value, INFINITY) : value;
     check_read(text.c_str(), static_cast<double>(near), text.c_str() + text.size());
 }

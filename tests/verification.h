@@ -1,4 +1,4 @@
-// Runs what a verification program checks, or one of several equal parts of it:
+// Runs the checks of a verification program, or one of several equal parts of them:
 //
 //   PROGRAM fraction [part parts]
 #pragma once
@@ -14,8 +14,8 @@ struct Verification {
     void (*check)(uint64_t index, Random& random);
 };
 
-// The inputs come in blocks, each with a random generator of its own: every run that reaches an input
-// makes it the same.
+// Every block of inputs has its own random generator, so that an input is the same in every run
+// that includes it.
 inline int verify(int argc, char** argv, std::span<const Verification> verifications) {
     constexpr uint64_t kBlock = 64;
     const double fraction = argc > 1 ? atof(argv[1]) : 0;

@@ -1,6 +1,7 @@
-// Compares the array reader with the C library's strtod, over whole arrays, malformed ones among them.
-// scripts/verify-numbers builds and runs this. Each array is read to doubles and to floats, one number
-// at a time and in parts; the numbers, the count and the error must be what strtod and a cast give.
+// Compares the array reader with the C library's strtod over whole arrays, some of them malformed.
+// scripts/verify-numbers builds and runs this. Arrays are read to doubles and to floats, all except
+// those of floats and midpoints also one number at a time and in parts. The numbers, the count and
+// the error must be what strtod and a cast give.
 //
 //   verify_arrays fraction [part parts]
 
@@ -59,8 +60,8 @@ std::string array_of(uint64_t count, const char* separator, Item item) {
     return text + "]";
 }
 
-// Numbers of one kind or of several, with the same blanks around them or others; one in four arrays is
-// damaged.
+// Numbers of one kind or several, between the same separators or with extra blanks. One array in
+// four is damaged.
 std::string any_array(Random& random) {
     static const char* const separators[] = {",", ",", ", ", ", ", " ,", ",\n ", ",  "};
     const uint64_t mixed = random() % 4, kind = random() % kKinds;
@@ -93,8 +94,8 @@ std::string like_array(uint64_t spelling, char byte, Random& random) {
     return random() % 2 != 0 ? text.insert(at, 1, byte) : text.replace(at, 1, 1, byte);
 }
 
-// A text of 9 to 18 digits, mostly 17, of a float or of the midpoint between it and the next one. In
-// every other text the last digit is one unit off.
+// A float, or the midpoint between it and the next one, with 9 to 18 digits, mostly 17. In every
+// other text the last digit is off by one.
 std::string near_float(uint32_t bits, Random& random) {
     const double number = static_cast<double>(std::bit_cast<float>(bits));
     const double next = static_cast<double>(std::bit_cast<float>(bits + 1));
@@ -124,7 +125,8 @@ std::string outcome_of(bool is_read, uint64_t count, const char* error) {
     return printed("%s, %llu numbers, error '%s'", is_read ? "true" : "false", count + 0ull, error);
 }
 
-// Reads an array by strtod, which skips more kinds of blanks than the array reader. Returns the error.
+// Reads an array with strtod, which skips more kinds of blanks than the array reader. Returns the
+// error.
 const char* read_elements(const char* at, uint64_t capacity, std::vector<Element>& elements) {
     const auto skip_blanks = [](const char* from) { return from + strspn(from, " \t\n\r"); };
     do {
@@ -221,7 +223,8 @@ void check_like_array(uint64_t index, Random& random) {
     check_fenced(like_array(index % 5, byte, random), kMaxNumbers);
 }
 
-// The odd factor, which has no divisor in common with the count of floats, spreads a part of them.
+// The factor is coprime to the number of floats: a fraction of the indices covers their whole
+// range.
 void check_near_floats(uint64_t index, Random& random) {
     uint64_t i = index * 1000, end = i + 1000;
     const std::string text = array_of(1100, random() % 2 != 0 ? ", " : ",", [&] {

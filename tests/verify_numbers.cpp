@@ -1,5 +1,5 @@
 // Compares the number kernels with the C library. scripts/verify-numbers builds and runs this. It
-// needs a long double with more bits than a double, and a printf and a strtod that round exactly.
+// needs a long double with more bits than a double, and printf and strtod must round correctly.
 //
 //   verify_numbers fraction [part parts]
 //   verify_numbers - <HARD_ROUNDINGS
@@ -11,7 +11,7 @@ namespace {
 // The midpoint of two doubles with all its digits, and texts just above and below it.
 void check_midpoint(uint64_t, Random& random) {
     static_assert(__LDBL_MANT_DIG__ > 53);
-    const uint64_t bits = random() % 0x7fe0000000000000;  // finite, and so is the next one
+    const uint64_t bits = random() % 0x7fe0000000000000;  // it and the next double are finite
     const auto low = std::bit_cast<double>(bits), high = std::bit_cast<double>(bits + 1);
     std::string text = printed("%.800Le", low / 2.0L + high / 2.0L);  // 767 digits suffice
     check_read(text.c_str());
@@ -53,7 +53,7 @@ void check_power_of_two(uint64_t index, Random&) {
     check_number(nextafter(power, INFINITY));
 }
 
-// Both signs occur. The odd factor spreads a part of the floats over all of them.
+// With either sign. The factor is odd: a fraction of the indices covers the whole range.
 void check_any_float(uint64_t index, Random&) {
     const uint32_t magnitude = static_cast<uint32_t>(index * 0x9e3779b1) & 0x7fffffff;
     const uint32_t sign = static_cast<uint32_t>(std::popcount(magnitude)) << 31;

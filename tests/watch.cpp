@@ -1,5 +1,6 @@
-// Linked with caller.cpp and the library's objects: a function table between the library and ONNX
-// Runtime that logs the calls, counts live objects, and makes a call or an allocation fail on demand.
+// A function table between the library and ONNX Runtime that logs the calls, counts live objects,
+// and makes a call or an allocation fail on demand. Linked with caller.cpp and the library's
+// objects.
 #include <onnxruntime_c_api.h>
 #include <stdlib.h>
 #include <string.h>
