@@ -3,6 +3,8 @@
 //   PROGRAM fraction [part parts]
 #pragma once
 
+#include <signal.h>
+
 #include <span>
 
 #include "number_checks.h"
@@ -25,6 +27,7 @@ inline int verify(int argc, char** argv, std::span<const Verification> verificat
         fprintf(stderr, "usage: %s fraction [part parts]\n", argv[0]);
         return 2;
     }
+    signal(SIGSEGV, [](int) { fail("memory accesses", "", "inside the input", "outside it"); });
     for (const Verification& one : verifications) {
         const auto count = static_cast<uint64_t>(std::max(one.least, ceil(one.count * fraction)));
         g_position.series = std::string(one.name) + ", input";
