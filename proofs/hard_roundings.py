@@ -1,12 +1,11 @@
 #!/usr/bin/env python3
-"""Finds the numbers that are hardest to round, for proofs/verify_numbers.cpp.
+"""Finds the numbers that are hardest to round, for tests/verify_numbers.cpp.
 
-Prints a line for each: "write" and the bits of a double whose digits after the 17th (or, of a
-float, the 9th) are nearest to a half, or "read" and a decimal nearest to a half way point between
-two doubles. Exits with 1 if a double comes too near to a half for the writer, which relies on that
-none does (see round_to_digits in src/number/number_writer.cpp).
+Prints one a line: doubles whose digits after the 17th, or floats whose digits after the 9th, are
+nearest to a half, and decimals nearest to the midpoint of two doubles. Exits with 1 if a double is
+too near to a half for the writer, which relies on there being none (see round_to_digits in
+src/number/number_writer.cpp).
 """
-import struct
 import sys
 from fractions import Fraction
 
@@ -111,8 +110,7 @@ def check_writer(digits, bits, least, greatest):
             for side in (-1, 1):
                 n = nearest(factor, low, high, side)
                 if n is not None:
-                    double = struct.unpack("<Q", struct.pack("<d", float(n * unit)))[0]
-                    print(f"write {double:016x}")
+                    print(float(n * unit))
     return safe
 
 
@@ -130,7 +128,7 @@ def print_hard_decimals(digits):
             for side in (-1, 1):
                 n = nearest(scale / unit, low, high, side)
                 if n is not None:
-                    print(f"read {n}e{ten}")
+                    print(f"{n}e{ten}")
 
 
 if __name__ == "__main__":

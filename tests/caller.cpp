@@ -1,15 +1,15 @@
-// Makes the calls that its standard input asks for, in a process whose locale has decimal commas, and
-// answers each by a line: caller [--state STATE] [--threads N] LIBRARY
+// Makes the calls requested on standard input, one a line, in a process whose locale has decimal
+// commas, and answers each with a line: caller [--state STATE] [--threads N] LIBRARY
 //
-// STATE: the floating-point state that calls find and must leave (traps, flush, up, down or zero).
-// N: behind the first request, so many threads, each with handles of its own, make all calls once the
-// input has ended. LIBRARY: a path, or - for what is linked with this program.
+// STATE: the floating-point state before each call, which the call must restore (traps, flush, up,
+// down or zero). N: after the first request, this many threads, each with its own handles, make all
+// remaining calls once the input has ended. LIBRARY: a path, or - for what is linked with this
+// program.
 //
-// A request has fields with tabs between them: a name for the handle that is made, or nothing; what
-// comes of the call (p a pointer, i an int32, t a text, f a float, 3 as many floats); the function
-// behind "onnxruntime_vn_", or "unload"; its arguments: 12, null, 'text, $HANDLE, f32:0.5,1 or i64:2,3.
-// In texts the bytes 1, 2 and 3 stand for tabs, line feeds and carriage returns.
-
+// A request has fields separated by tabs: a name for the handle that is made, or nothing; the type
+// of the result (p a pointer, i an int32, t a text, f a float, 3 as many floats); the function's
+// name after "onnxruntime_vn_", or "unload"; its arguments: 12, null, 'text, $HANDLE, f32:0.5,1 or
+// i64:2,3. In texts the bytes 1, 2 and 3 stand for tabs, line feeds and carriage returns.
 #include <stdlib.h>
 #include <string.h>
 
@@ -35,15 +35,14 @@ struct Caller {
     std::string answer(const std::string& request);
 };
 
-std::string exchanged(std::string text, const std::string& from, const char* to) {
+std::string replaced(std::string text, const std::string& from, const char* to) {
     for (char& byte : text) {
-        const size_t place = from.find(byte);
-        if (place != std::string::npos) byte = to[place];
+        if (const size_t at = from.find(byte); at != std::string::npos) byte = to[at];
     }
     return text;
 }
 
-// The numbers of "f32:0.5,1" or "i64:2,3" in a block of their own.
+// Allocates a block with the numbers of "f32:0.5,1" or "i64:2,3".
 template <typename Number>
 Word block_of(const std::string& list) {
     std::istringstream given(list.substr(strlen("f32:")));
@@ -53,21 +52,28 @@ Word block_of(const std::string& list) {
     return reinterpret_cast<Word>(memcpy(malloc(size), numbers.data(), size));
 }
 
-std::string written(const float* floats, int count) {
+std::string shown(const float* floats, int count) {
     std::ostringstream text;
     text.precision(9);
     for (int i = 0; i < count; ++i) text << (i == 0 ? "" : ",") << floats[i];
     return text.str();
 }
 
+std::string shown(const std::string& type, Word word) {
+    if (type == "i") return std::to_string(static_cast<int32_t>(word));
+    if (type == "p" || word == 0) return word != 0 ? "something" : "nothing";
+    if (type != "t") return shown(reinterpret_cast<const float*>(word), atoi(type.c_str()));
+    return "'" + replaced(reinterpret_cast<const char*>(word), "\t\n\r", "\1\2\3");
+}
+
 std::string Caller::answer(const std::string& request) {
     std::istringstream fields(request);
-    std::string handle, comes, name, field, texts[4];
-    std::getline(std::getline(std::getline(fields, handle, '\t'), comes, '\t'), name, '\t');
+    std::string handle, type, name, field, texts[4];
+    std::getline(std::getline(std::getline(fields, handle, '\t'), type, '\t'), name, '\t');
     if (name == "unload") return functions.clear(), unload(library), "nothing";
     Word given[4] = {}, blocks[4] = {}, word = 0;
     for (int i = 0; i < 4 && std::getline(fields, field, '\t'); ++i) {
-        texts[i] = exchanged(field, "\1\2\3", "\t\n\r");
+        texts[i] = replaced(field, "\1\2\3", "\t\n\r");
         if (field.rfind("f32:", 0) == 0) blocks[i] = block_of<float>(field);
         if (field.rfind("i64:", 0) == 0) blocks[i] = block_of<int64_t>(field);
         given[i] = blocks[i] != 0     ? blocks[i]
@@ -81,26 +87,22 @@ std::string Caller::answer(const std::string& request) {
     float number = 0;
     g_is_calling = true;
     set_float_state(host_state);
-    const uint64_t state = get_float_state();  // some processors lack some
-    if (comes == "f") {
+    const uint64_t state = get_float_state();  // without what the processor lacks
+    if (type == "f") {
         number = reinterpret_cast<float (*)(Word, Word)>(function)(given[0], given[1]);
     } else {
         using Function = Word (*)(Word, Word, Word, Word);
         word = reinterpret_cast<Function>(function)(given[0], given[1], given[2], given[3]);
     }
-    const bool is_kept = get_float_state() == state;
+    const bool is_restored = get_float_state() == state;
     set_float_state(kFloatStates[0]);
     g_is_calling = false;
     if (name == "tensor_adopt_f32" && word != 0) blocks[0] = 0;
     for (const Word block : blocks) free(reinterpret_cast<void*>(block));
     if (!handle.empty()) handles[handle] = word;
     if (name.rfind("release_", 0) == 0) handles.erase(texts[0].substr(1));
-    if (!is_kept) return "another floating-point state";
-    if (comes == "f") return written(&number, 1);
-    if (comes == "i") return std::to_string(static_cast<int32_t>(word));
-    if (comes == "p" || word == 0) return word != 0 ? "something" : "nothing";
-    if (comes != "t") return written(reinterpret_cast<const float*>(word), atoi(comes.c_str()));
-    return "'" + exchanged(reinterpret_cast<const char*>(word), "\t\n\r", "\1\2\3");
+    if (!is_restored) return "another floating-point state";
+    return type == "f" ? shown(&number, 1) : shown(type, word);
 }
 
 }  // namespace
@@ -108,7 +110,11 @@ std::string Caller::answer(const std::string& request) {
 int main(int argc, char** argv) {
     std::map<std::string, std::string> options = {{"--state", "default"}, {"--threads", "0"}};
     for (; argc > 3; argv += 2, argc -= 2) options[argv[1]] = argv[2];
-    if (argc != 2 || options.size() != 2 || !use_decimal_commas()) return 2;
+    if (argc != 2 || options.size() != 2) {
+        std::cerr << "usage: caller [--state STATE] [--threads N] LIBRARY\n";
+        return 2;
+    }
+    if (!use_decimal_commas()) return std::cerr << "no locale with decimal commas\n", 2;
     static Caller& caller = *new Caller{strcmp(argv[1], "-") != 0 ? argv[1] : nullptr, 0};
     const char* const states[] = {"default", "traps", "flush", "down", "up", "zero"};
     for (size_t i = 0; i < std::size(states); ++i) {

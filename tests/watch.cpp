@@ -1,5 +1,6 @@
-// Linked with caller.cpp and the library's objects: a function table that stands before ONNX Runtime's.
-// It writes the calls down, counts what lives, and refuses a call or an allocation on demand.
+// A function table between the library and ONNX Runtime that logs the calls, counts live objects,
+// and makes a call or an allocation fail on demand. Linked with caller.cpp and the library's
+// objects.
 #include <onnxruntime_c_api.h>
 #include <stdlib.h>
 #include <string.h>
@@ -25,25 +26,25 @@ OrtApi table;
 
 std::string log_of_calls;
 std::map<std::string, int> live;              // objects, blocks and memory by kind
-std::map<std::string, std::string> pretends;  // what the script wishes to be otherwise
+std::map<std::string, std::string> pretends;  // set by the script, see watched.txt
 
-// Which call that can be refused is, and which allocation; 0 for none.
+// The number of the call to refuse, and of the allocation; 0 for none.
 struct Refusals {
     Word calls = 0, call = 0;
     Word allocations = 0, allocation = 0;
-    bool goes_on = false;      // all allocations from that one on
-    std::string refused = "";  // the name of the call
+    bool refuses_later = false;  // all allocations from that one on
+    std::string refused = "";    // the name of the call
     std::string message = "injected";
 } refusals;
 
 template <typename Object>
-int& living() {
+int& live_count() {
     return live[strstr(typeid(Object*).name(), "Ort")];
 }
 
-// Texts and numbers; a path on Windows is a wide text.
+// Logs texts and numbers. A path is a wide text on Windows.
 template <typename Argument>
-void note(Argument argument) {
+void log_argument(Argument argument) {
     if constexpr (std::is_same_v<Argument, const char*> ||
                   std::is_same_v<Argument, const ORTCHAR_T*>) {
         for (log_of_calls += ':'; argument != nullptr && *argument != 0; ++argument) {
@@ -54,20 +55,20 @@ void note(Argument argument) {
     }
 }
 
-// An object that a call has made.
+// Counts the object that a call has stored through an argument.
 template <typename Argument>
 void count_made(Argument argument) {
     if constexpr (std::is_pointer_v<Argument>) {
-        using Place = std::remove_pointer_t<Argument>;
-        using Object = std::remove_pointer_t<Place>;
-        if constexpr (std::is_pointer_v<Place> && std::is_class_v<Object> &&
+        using Slot = std::remove_pointer_t<Argument>;
+        using Object = std::remove_pointer_t<Slot>;
+        if constexpr (std::is_pointer_v<Slot> && std::is_class_v<Object> &&
                       !std::is_const_v<Object> && !std::is_same_v<Object, OrtAllocator>) {
-            if (*argument != nullptr) ++living<Object>();
+            if (*argument != nullptr) ++live_count<Object>();
         }
     }
 }
 
-// What some calls do beyond that, told apart by their arguments.
+// What some calls need beyond that. They are distinguished by their parameters.
 void before(...) {}
 void after(...) {}
 
@@ -78,7 +79,7 @@ void before(OrtSessionOptions*, const char*, const char* const* keys, const char
 
 void after(OrtSession*, const OrtRunOptions*, const char* const*, const OrtValue* const*, size_t,
            const char* const*, size_t count, OrtValue** values) {
-    raise_float_flags();  // as an operator may; the host's own must come back
+    raise_float_flags();  // as an operator may; the library must restore the host's flags
     for (size_t i = 1; i < count; ++i) count_made(values + i);
 }
 
@@ -89,16 +90,16 @@ void after(const OrtIoBinding*, OrtAllocator*, OrtValue*** values, size_t* count
 void after(char***, int*) { ++live["providers"]; }
 void after(char**, int) { --live["providers"]; }
 
-OrtAllocator *its, counting;
+OrtAllocator *heap, counting;
 
 void after(OrtAllocator** given) {
-    its = *given;
-    counting = *its;
-    counting.Alloc = [](OrtAllocator*, size_t n) { return ++live["memory"], its->Alloc(its, n); };
+    heap = *given;
+    counting = *heap;
+    counting.Alloc = [](OrtAllocator*, size_t n) { return ++live["memory"], heap->Alloc(heap, n); };
     counting.Free = [](OrtAllocator*, void* p) {
-        live["memory"] -= p != nullptr, its->Free(its, p);
+        live["memory"] -= p != nullptr, heap->Free(heap, p);
     };
-    counting.Info = [](const OrtAllocator*) { return its->Info(its); };
+    counting.Info = [](const OrtAllocator*) { return heap->Info(heap); };
     *given = &counting;
 }
 
@@ -121,17 +122,16 @@ struct Watch<member, OrtStatus* (*)(Arguments...) noexcept> {
     static OrtStatus* call(Arguments... arguments) noexcept {
         const std::string name = name_of<member>;
         log_of_calls += (log_of_calls.empty() ? "" : " ") + name;
-        (note(arguments), ...);
+        (log_argument(arguments), ...);
         before(arguments...);
         const bool is_refused = ++refusals.calls == refusals.call;
         OrtStatus* status = nullptr;
-        // This build of the runtime has no provider to append; and what releases, does so even if
-        // it gives a status.
-        const bool is_played =
-            name == "SessionOptionsAppendExecutionProvider" && !pretends["provider"].empty();
-        const bool is_asked = !is_played && (!is_refused || name == "ReleaseAvailableProviders");
-        if (is_asked) status = (real->*member)(arguments...);
-        if (is_asked && status == nullptr) (count_made(arguments), ...), after(arguments...);
+        // This build of the runtime can append no provider. A failing release still releases.
+        const bool appends = name == "SessionOptionsAppendExecutionProvider";
+        const bool is_forwarded = (!is_refused || name == "ReleaseAvailableProviders") &&
+                                  (!appends || pretends["provider"].empty());
+        if (is_forwarded) status = (real->*member)(arguments...);
+        if (is_forwarded && status == nullptr) (count_made(arguments), ...), after(arguments...);
         if (is_refused) {
             refusals.refused = name;
             status = real->CreateStatus(ORT_FAIL, refusals.message.c_str());
@@ -141,12 +141,12 @@ struct Watch<member, OrtStatus* (*)(Arguments...) noexcept> {
     }
 };
 
-// What releases, and what clears, which alone is noexcept.
+// Functions that release an object, and those that clear one: only these are noexcept.
 template <auto member, typename Object, bool clears>
 struct Watch<member, void (*)(Object*) noexcept(clears)> {
     static void call(Object* object) noexcept {
         log_of_calls += (log_of_calls.empty() ? "" : " ") + std::string(name_of<member>);
-        if (!clears) --living<Object>();
+        if (!clears) --live_count<Object>();
         (real->*member)(object);
     }
 };
@@ -159,7 +159,7 @@ struct Watch<member, const char* (*)(const OrtStatus*) noexcept> {
 };
 
 std::set<void*> blocks;
-std::string text;  // what a command gives
+std::string text;  // the result of the last command
 
 }  // namespace
 
@@ -170,7 +170,7 @@ void __real_free(void* block);
 static void* counted(void* block) {
     if (!g_is_calling) return block;
     const Word at = refusals.allocation, number = ++refusals.allocations;
-    const bool is_refused = at != 0 && (refusals.goes_on ? number >= at : number == at);
+    const bool is_refused = at != 0 && (refusals.refuses_later ? number >= at : number == at);
     if (is_refused) return __real_free(block), nullptr;
     live["block"] += blocks.insert(block).second;
     return block;
@@ -182,14 +182,14 @@ void __wrap_free(void* block) {
     __real_free(block);
 }
 
-// What watched.txt and those who play it can call besides; its head tells of them.
+// Functions for watched.txt and watched.py, described at the top of watched.txt.
 #define COMMAND(type, name) ONNXRUNTIME_VN_API(type) onnxruntime_vn_##name
 #define WATCHED(name) name_of<& OrtApi::name> = #name, table.name = Watch<&OrtApi::name>::call;
 COMMAND(void, watch)(const char* library) {
     void* entry = find_function(library, "OrtGetApiBase");
     real = reinterpret_cast<const OrtApiBase* (*)()>(entry)()->GetApi(24);
     table = *real;
-#include "watched_calls.inc"  // every member that the library's sources name
+#include "watched_calls.inc"  // WATCHED(member) for each that the sources use
 }
 COMMAND(const char*, calls)(const char* end) {
     text = std::exchange(log_of_calls, "");
@@ -224,7 +224,7 @@ COMMAND(const char*, provider_options)(const char* options) {
 }
 }
 
-// Where the C++ library is part of this program, its operators would call the functions above.
+// A statically linked C++ library would otherwise call the functions above.
 void* operator new(size_t size) {
     if (void* block = __real_malloc(size)) return block;
     abort();

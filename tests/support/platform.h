@@ -1,4 +1,4 @@
-// What the tests need of the operating system, and what their programs share.
+// What the test programs need of the operating system.
 #pragma once
 
 #include <stddef.h>
@@ -6,20 +6,20 @@
 
 #include <atomic>
 
-using Word = intptr_t;  // fits every argument and every result but a float
+using Word = intptr_t;  // holds every argument and every result except a float
 
-extern std::atomic<bool>
-    g_is_calling;  // a function of the library's: what is allocated now is its own
+// Set during a call of the library: only what is allocated then is counted as the library's.
+extern std::atomic<bool> g_is_calling;
 
-// A function of the library of this path, or of this program if it is null. Null, with the reason
-// printed, when it cannot be had.
+// A function of the library at this path, or of this program if it is null. Prints the reason and
+// returns null if there is none.
 void* find_function(const char* library, const char* name);
 
-// Unloads the library of this path, however often find_function has loaded it.
+// Unloads the library at this path, however often find_function has loaded it.
 void unload(const char* library);
 
-// Gives the process a locale with decimal commas, as its C libraries see it. False when there is none.
+// Sets a locale with decimal commas in every C library of the process. False if there is none.
 bool use_decimal_commas();
 
-// The end of size readable bytes, rounded up to pages, behind which the next byte cannot be read.
-char* end_of_pages(size_t size);
+// Zeroed memory between two unreadable pages. size is a multiple of 65,536.
+char* fenced_memory(size_t size);

@@ -1,6 +1,7 @@
 #include <dlfcn.h>
 #include <locale.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <sys/mman.h>
 
 #include "support/platform.h"
@@ -21,10 +22,10 @@ void unload(const char* library) {
 
 bool use_decimal_commas() { return setlocale(LC_ALL, "de_DE.UTF-8") != nullptr; }
 
-char* end_of_pages(size_t size) {
-    constexpr size_t kPages = 65536;  // whole pages, whatever their size
-    size = (size + kPages - 1) / kPages * kPages;
-    void* pages = mmap(nullptr, size + kPages, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    mprotect(pages, size, PROT_READ | PROT_WRITE);
-    return static_cast<char*>(pages) + size;
+char* fenced_memory(size_t size) {
+    constexpr size_t kFence = 65536;  // whole pages on every processor
+    void* all = mmap(nullptr, size + 2 * kFence, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    char* const memory = static_cast<char*>(all) + kFence;
+    if (all == MAP_FAILED || mprotect(memory, size, PROT_READ | PROT_WRITE) != 0) abort();
+    return memory;
 }

@@ -1,5 +1,6 @@
 #include <locale.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <windows.h>
 
 #include "support/platform.h"
@@ -15,7 +16,7 @@ void unload(const char* library) {
     while (const HMODULE loaded = GetModuleHandleA(library)) FreeLibrary(loaded);
 }
 
-// The C library that this program has, and the one that ONNX Runtime has.
+// The C library of this program, and that of ONNX Runtime.
 bool use_decimal_commas() {
     using SetLocale = char* (*)(int category, const char* locale);
     void* other = find_function("ucrtbase.dll", "setlocale");
@@ -23,8 +24,10 @@ bool use_decimal_commas() {
            reinterpret_cast<SetLocale>(other)(LC_ALL, "de-DE") != nullptr;
 }
 
-char* end_of_pages(size_t size) {
-    size = (size + 4095) / 4096 * 4096;
-    void* pages = VirtualAlloc(nullptr, size + 4096, MEM_RESERVE, PAGE_NOACCESS);
-    return static_cast<char*>(VirtualAlloc(pages, size, MEM_COMMIT, PAGE_READWRITE)) + size;
+char* fenced_memory(size_t size) {
+    constexpr size_t kFence = 65536;
+    void* all = VirtualAlloc(nullptr, size + 2 * kFence, MEM_RESERVE, PAGE_NOACCESS);
+    void* memory = VirtualAlloc(static_cast<char*>(all) + kFence, size, MEM_COMMIT, PAGE_READWRITE);
+    if (all == nullptr || memory == nullptr) abort();
+    return static_cast<char*>(memory);
 }

@@ -1,5 +1,5 @@
-// The calling thread's floating-point state: MXCSR and, above it, the x87 unit's control word and the
-// exception flags of its status word.
+// The calling thread's floating-point state: MXCSR and, above it, the x87 unit's control word and
+// the exception flags of its status word.
 #pragma once
 
 #include <stdint.h>
