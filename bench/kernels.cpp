@@ -2,26 +2,23 @@
 
 #include "json/array_reader.h"
 #include "json/number_conversion.h"
-#if __has_include("number/number_writer.h")
 #include "number/number_writer.h"
-#else  // commits before that folder
-#include "json/number_writer.h"
-#endif
 
 namespace {
 
-template <typename Element>
-uint64_t read(const char* text, Element* to) {
+template <typename Float>
+uint64_t read(const char* text, Float* to) {
     const NumberArrayExtent extent = vnort_number_array_extent(text);
-    const auto capacity = static_cast<int64_t>(extent.bound);
     uint64_t count = 0;
-    // Some types are read without a sink, in commits that can.
-    if constexpr (requires { vnort_read_numbers(text, extent.end, capacity, &count, to); }) {
-        vnort_read_numbers(text, extent.end, capacity, &count, to);
-    } else {
-        vnort_read_numbers(text, extent.end, capacity, &count,
-                           NumberSink{vnort_convert_all<Element>, to});
-    }
+    vnort_read_numbers(text, extent.end, static_cast<int64_t>(extent.bound), &count, to);
+    return count;
+}
+
+uint64_t read_integers(const char* text, int64_t* to) {
+    const NumberArrayExtent extent = vnort_number_array_extent(text);
+    uint64_t count = 0;
+    vnort_read_numbers(text, extent.end, static_cast<int64_t>(extent.bound), &count,
+                       NumberSink{vnort_convert_all<int64_t>, to});
     return count;
 }
 
@@ -40,5 +37,5 @@ char* write_integers(char* to, const char*, const int64_t* numbers, uint64_t cou
 
 }  // namespace
 
-const Kernels vornic_kernels = {read<float>,  read<double>,  read<int64_t>,
+const Kernels vornic_kernels = {read<float>,  read<double>,  read_integers,
                                 write<float>, write<double>, write_integers};
