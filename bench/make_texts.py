@@ -76,14 +76,8 @@ def texts(rng):
 
     def box(_):
         x, y = rng.uniform(0, 600), rng.uniform(0, 600)
-        return [
-            x,
-            y,
-            x + rng.uniform(5, 40),
-            y + rng.uniform(5, 40),
-            rng.random(),
-            rng.randrange(80),
-        ]
+        width, height = rng.uniform(5, 40), rng.uniform(5, 40)
+        return [x, y, x + width, y + height, rng.random(), rng.randrange(80)]
 
     def rounded_box(i):
         return round(rng.random() * 640, 2) if i % 5 < 4 else round(rng.random(), 3)

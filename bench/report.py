@@ -13,8 +13,8 @@ from matplotlib import pyplot
 from page import ROOT, number, replace, table
 
 FOLDER = pathlib.Path(sys.argv[1])
-TARGETS = {"linux": "Linux", "windows": "Windows"}
-MACHINES = {"read": (*TARGETS, "linux-arm64"), "write": tuple(TARGETS)}
+TARGETS = ("linux", "windows")
+MACHINES = {"read": (*TARGETS, "linux-arm64"), "write": TARGETS}
 LIBRARIES = {
     "read": ("library", "fast_float", "simdjson", "RapidJSON", "charconv", "strtod"),
     "write": ("library", "{fmt}", "charconv", "printf"),
@@ -25,15 +25,6 @@ SHOWN = {
     "token ids; pixels",
     "write": "gaussian, Python; token ids",
 }
-CALLS = {
-    "direct": "direct call",
-    "direct, binding": "direct `RunWithBinding`",
-    "fast tensor": "fast tensor run",
-    "tensor": "tensor run",
-    "json": "JSON run",
-    "binding": "run with binding",
-}
-SIZES = ("2", "5000", "65536")
 
 
 def costs(name, keys):
@@ -61,9 +52,8 @@ def text_table(texts, way, shown=None):
     for key, of in texts["linux"].items():
         if key[0] == way and (shown is None or key[1] in shown):
             leads = list(lead(texts, key))[: None if shown is None else 1]
-            rows.append(
-                [key[1], *(number(of[name]) for name in LIBRARIES[way]), joined(leads, "×")]
-            )
+            figures = [number(of[name]) for name in LIBRARIES[way]]
+            rows.append([key[1], *figures, joined(leads, "×")])
     return table(["text", *LIBRARIES[way], "lead"], rows)
 
 
@@ -86,21 +76,25 @@ def host_table(hosts):
 
 def call_table(runs):
     rows = []
-    for call, title in CALLS.items():
-        pairs = [[runs[target][n,][call] / 1000 for target in TARGETS] for n in SIZES]
-        rows.append([title, *map(joined, pairs)])
+    for call in runs["linux"]["2",]:
+        costs = ([runs[t][n,][call] / 1000 for t in TARGETS] for n in ("2", "5000", "65536"))
+        rows.append([call, *map(joined, costs)])
     return table(["Linux/Windows", "2 floats", "5,000 floats", "65,536 floats"], rows)
 
 
 def draw(runs):
     """Cost against size; the same figures give the same bytes."""
-    style = {"svg.hashsalt": "vornic", "svg.fonttype": "none", "font.size": 9}
-    matplotlib.rcParams.update(style)
+    matplotlib.rcParams.update({"svg.hashsalt": "vornic", "svg.fonttype": "none", "font.size": 9})
     figure, axes = pyplot.subplots(figsize=(5, 3), layout="constrained")
-    curves = ("windows", "json"), ("linux", "json"), ("linux", "fast tensor"), ("linux", "direct")
-    for target, call in curves:
-        points = [(int(n), of[call] / 1000) for (n,), of in runs[target].items()]
-        axes.loglog(*zip(*points), "o-", markersize=3, label=f"{CALLS[call]}, {TARGETS[target]}")
+    for name in (
+        "JSON run, Windows",
+        "JSON run, Linux",
+        "fast tensor run, Linux",
+        "direct call, Linux",
+    ):
+        call, target = name.split(", ")
+        points = [(int(n), of[call] / 1000) for (n,), of in runs[target.lower()].items()]
+        axes.loglog(*zip(*points), "o-", markersize=3, label=name)
     axes.minorticks_off()
     axes.set(xlabel="floats", ylabel="µs")
     axes.grid(color="#dddddd")
@@ -110,18 +104,15 @@ def draw(runs):
 
 def compare(commit, texts, runs):
     rows = []
-    for (way, title), of in texts["linux"].items():
-        both = (texts[machine][way, title] for machine in MACHINES["read"])
-        ratios = joined((of["against"] / of["library"] for of in both), "×")
-        rows.append([title, way, ratios])
+    for way, title in texts["linux"]:
+        both = [texts[machine][way, title] for machine in MACHINES["read"]]
+        rows.append([title, way, joined([of["against"] / of["library"] for of in both], "×")])
     old = {target: costs(f"{target}-old.runs", [0]) for target in TARGETS}
     for size, of in runs["linux"].items():
         for call in of:
             ratios = (old[target][size][call] / runs[target][size][call] for target in TARGETS)
             rows.append([f"{size[0]} floats", call, joined(ratios, "×")])
-    print(
-        f"\nCosts of {commit} relative to today's, Linux / Windows / arm64 (there in instructions)\n"
-    )
+    print(f"Costs of {commit} relative to today's: Linux/Windows/arm64, there in instructions\n")
     print(table(["", "", "ratio"], rows))
 
 

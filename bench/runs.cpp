@@ -4,7 +4,7 @@
 //   runs MODEL CALL NUMBERS COUNT    one call in a loop, for a profiler
 //
 // MODEL doubles a vector of float32 numbers, x0 to y0. A line is: numbers, call, and the minimum over
-// interleaved rounds, in ns, separated by tabs.
+// interleaved rounds in ns, separated by tabs.
 
 #include <onnxruntime_c_api.h>
 #include <stdint.h>
@@ -121,21 +121,16 @@ public:
 
     std::vector<Call> calls() {
         const auto release = onnxruntime_vn_release_result;
+        const auto fast = onnxruntime_vn_run_tensor_fast;
+        const auto bound = onnxruntime_vn_run_with_iobinding;
         return {
-            {"direct", [this] { run_direct(); }},
-            {"direct, value kept", [this] { run_direct(value_); }},
-            {"direct, binding",
+            {"direct call", [this] { run_direct(); }},
+            {"direct `RunWithBinding`",
              [this] { check(g_api->RunWithBinding(g_direct_session, nullptr, direct_binding_)); }},
-            {"fast tensor",
-             [=, this] {
-                 release(onnxruntime_vn_run_tensor_fast(g_session, kInput, tensor_, nullptr));
-             }},
-            {"tensor", [=, this] { release(run_tensor()); }},
-            {"json", [=, this] { release(run_json()); }},
-            {"binding",
-             [=, this] {
-                 release(onnxruntime_vn_run_with_iobinding(g_session, binding_, nullptr));
-             }},
+            {"fast tensor run", [=, this] { release(fast(g_session, kInput, tensor_, nullptr)); }},
+            {"tensor run", [=, this] { release(run_tensor()); }},
+            {"JSON run", [=, this] { release(run_json()); }},
+            {"run with binding", [=, this] { release(bound(g_session, binding_, nullptr)); }},
         };
     }
 
@@ -155,17 +150,13 @@ private:
 
     // As a C program uses the C API: a value over its own numbers, and the output read in place.
     void run_direct() {
-        OrtValue* value = make_value();
-        run_direct(value);
-        g_api->ReleaseValue(value);
-    }
-
-    void run_direct(const OrtValue* value) {
+        OrtValue* const value = make_value();
         OrtValue* output = nullptr;
         void* data = nullptr;
         check(g_api->Run(g_direct_session, nullptr, &kInput, &value, 1, &kOutput, 1, &output));
         check(g_api->GetTensorMutableData(output, &data));
         g_api->ReleaseValue(output);
+        g_api->ReleaseValue(value);
     }
 
     void check_output(RunResult* result) {
