@@ -2,6 +2,8 @@
 
 DETECT is the C example. Every row is measured in a process of its own.
 """
+import concurrent.futures
+import itertools
 import multiprocessing
 import os
 import pathlib
@@ -10,7 +12,6 @@ import signal
 import statistics
 import subprocess
 import sys
-import threading
 import time
 
 from page import ROOT, number, replace, table
@@ -20,7 +21,6 @@ from onnxruntime_vornic import Library, feed_json, tensor
 
 LIBRARY, EXAMPLE = sys.argv[1:3]
 MODEL = str(ROOT / ".deps/models/silero_vad.onnx")
-HOST_THREADS, CHILDREN = 8, 16
 ZEROS = tensor("float32", [2, 1, 64], [0] * 128)
 SAMPLES = tensor("float32", [1, 512], [(i % 128 - 64) / 128 for i in range(512)])
 RATE = tensor("int64", [], [16000])
@@ -46,12 +46,6 @@ def own_megabytes():
     return int(re.search(r"Private_Dirty: +(\d+)", text)[1]) * 1.024e-3
 
 
-def milliseconds(call):
-    begin = time.perf_counter()
-    call()
-    return 1e3 * (time.perf_counter() - begin)
-
-
 def isolated(function, *arguments):
     """What a function returns in a new process."""
     with multiprocessing.get_context("fork").Pool(1) as pool:
@@ -62,20 +56,17 @@ def threads_row(count, threads):
     """Runs a second and MB."""
     before = own_megabytes()
     sessions = [open_session(threads) for _ in range(count)]
-    runs, end = [0] * HOST_THREADS, time.perf_counter() + 2
-
-    def keep_running(index):
-        while time.perf_counter() < end:
-            run(sessions[(index + runs[index] * HOST_THREADS) % count])
-            runs[index] += 1
-
-    hosts = [threading.Thread(target=keep_running, args=[i]) for i in range(HOST_THREADS)]
     begin = time.perf_counter()
-    for host in hosts:
-        host.start()
-    for host in hosts:
-        host.join()
-    return sum(runs) / (time.perf_counter() - begin), own_megabytes() - before
+
+    def keep_running(thread):
+        for runs in itertools.count():
+            if time.perf_counter() > begin + 2:
+                return runs
+            run(sessions[(thread + runs * 8) % count])
+
+    with concurrent.futures.ThreadPoolExecutor(8) as pool:
+        runs = sum(pool.map(keep_running, range(8)))
+    return runs / (time.perf_counter() - begin), own_megabytes() - before
 
 
 def threads():
@@ -109,63 +100,53 @@ def starts():
         "Python": ["/usr/bin/python3", "examples/python/detect.py", MODEL, LIBRARY],
         "Node.js, koffi": ["node", "examples/node/detect.js", MODEL, LIBRARY],
     }
-    environment = {"NODE_PATH": ".deps/node/node_modules", "PATH": "/usr/bin"}
+    settings = {"cwd": ROOT, "check": True, "capture_output": True}
+    settings["env"] = {"NODE_PATH": ".deps/node/node_modules", "PATH": "/usr/bin"}
+    times = {name: [] for name in commands}
+    for _ in range(21):  # interleaved, so that a slow moment of the machine affects all of them
+        for name, command in commands.items():
+            begin = time.perf_counter()
+            subprocess.run(command, **settings)
+            times[name].append(1e3 * (time.perf_counter() - begin))
+    rows = ([name, number(statistics.median(values))] for name, values in times.items())
+    return table(["`detect`, start to end", "ms"], rows)
 
-    def start(command):
-        subprocess.run(command, cwd=ROOT, env=environment, check=True, capture_output=True)
 
-    # Interleaved, so that a slow moment of the machine affects all of them.
-    rounds = [[milliseconds(lambda: start(c)) for c in commands.values()] for _ in range(21)]
-    times = map(statistics.median, zip(*rounds))
-    return table(["`detect`, start to end", "ms"], zip(commands, map(number, times)))
-
-
-def child(session, threads, pipe):
-    signal.alarm(60)
-    begin = time.perf_counter()
-    if session is None:
-        session = open_session(threads)
-    run(session)
-    first = 1e3 * (time.perf_counter() - begin)
+def child(session):
     for _ in range(1000):
         run(session)
-    time.sleep(1)  # until all children have run, to measure what they share
-    os.write(pipe, f"{first} {own_megabytes()}\n".encode())
     signal.alarm(10)  # a release takes milliseconds, or never returns
     # Not by close(), which releases nothing of the parent's in a child.
     session.library.functions.release_session(session.handle)
     os._exit(0)
 
 
-def fork_row(when, threads):
-    session = open_session(threads) if when == "before `fork`" else None
+def fork_row(is_before, threads):
+    """How 16 children with a session ended that was made before fork, or by themselves."""
+    session = open_session(threads) if is_before else None
     time.sleep(1)  # a server is at rest when it forks
-    end, pipe = os.pipe()
     pids = []
-    for _ in range(CHILDREN):
+    for _ in range(16):
         pids.append(os.fork())
         if pids[-1] == 0:
             try:
-                child(session, threads, pipe)
+                child(session or open_session(threads))
             finally:
                 os._exit(1)
     statuses = [os.waitpid(pid, 0)[1] for pid in pids]
-    figures = [map(float, line.split()) for line in os.read(end, 65536).decode().splitlines()]
     ends = {"right": statuses.count(0), "hung": statuses.count(signal.SIGALRM)}
-    ends["crashed"] = CHILDREN - sum(ends.values())
-    medians = [number(statistics.median(column)) for column in zip(*figures)]
-    return [*medians, ", ".join(f"{count} {end}" for end, count in ends.items() if count)]
+    ends["crashed"] = len(pids) - sum(ends.values())
+    return ", ".join(f"{count} {end}" for end, count in ends.items() if count)
 
 
 def forks():
-    heads = ["session made", "threads", "first answer, ms", "MB each", f"{CHILDREN} children ended"]
-    cases = [("in each child", 1), *(("before `fork`", threads) for threads in (1, 2, 0, 4))]
-    rows = ([when, str(n or "default"), *isolated(fork_row, when, n)] for when, n in cases)
-    return table(heads, rows, names=2)
+    rows = [["in each child", "1", isolated(fork_row, False, 1)]]
+    for threads in (1, 2, 0, 4):
+        ended = isolated(fork_row, True, threads)
+        rows.append(["before `fork`", str(threads or "default"), ended])
+    return table(["session created", "threads", "children ended"], rows, names=2)
 
 
 TABLES = {"threads": threads, "containers": containers, "starts": starts, "forks": forks}
 for marker in sys.argv[3:] or TABLES:
-    text = TABLES[marker]()
-    print(f"{text}\n", flush=True)
-    replace("hosting.md", marker, text)
+    replace("hosting.md", marker, TABLES[marker]())
