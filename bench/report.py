@@ -132,7 +132,7 @@ def main():
         "<!-- Written by scripts/bench. docs/performance.md explains the columns. -->",
         measured,
         "Leads: Linux / Windows under Wine / arm64 (in instructions).",
-        *("ns a number, " + way + "\n\n" + text_table(texts, way) for way in LIBRARIES),
+        *(f"To {way} a number, ns:\n\n{text_table(texts, way)}" for way in LIBRARIES),
     ]
     (ROOT / "bench/results.md").write_text("\n\n".join(parts) + "\n")
     if len(sys.argv) > 2:
