@@ -1,5 +1,5 @@
-"""Checks and measures examples/python/cluster.py: cluster.py LIBRARY. All answers must be those of
-one process without a cluster, also where a worker is killed in the middle."""
+"""Checks and measures examples/python/cluster.py: cluster.py LIBRARY. All answers must be those of one process
+without a cluster, also when a worker is killed in the middle."""
 import os
 import pathlib
 import signal
@@ -7,6 +7,8 @@ import statistics
 import sys
 import tempfile
 import time
+import types
+import unittest.mock
 import wave
 
 ROOT = pathlib.Path(__file__).resolve().parents[1]
@@ -19,10 +21,11 @@ import speech
 
 LIBRARY, MODEL = os.path.abspath(sys.argv[1]), roads.fetched(speech.MODEL)
 COUNT = 400
+LOCAL = {"threads_per_worker": 1, "host": "127.0.0.1", "dashboard_address": None}
 
 
 def make_recordings(folder):
-    """A second from somewhere in Debian's recordings each, and two that are none."""
+    """A second from somewhere in Debian's recordings each, and two files that are no recordings."""
     sources = sorted(pathlib.Path("/usr/share/sounds/alsa").glob("*.wav"))
     for i in range(COUNT):
         with wave.open(str(sources[i % len(sources)])) as source:
@@ -36,77 +39,50 @@ def make_recordings(folder):
 
 
 def in_one_process(paths):
-    class Worker:
-        pass
-
-    worker = Worker()
+    worker = types.SimpleNamespace()
     cluster.Detector(LIBRARY, MODEL).setup(worker)
-    cluster.distributed.get_worker, real = lambda: worker, cluster.distributed.get_worker
-    begin = time.perf_counter()
-    answers = cluster.shares_of_speech(paths)
-    cluster.distributed.get_worker = real
-    return answers, time.perf_counter() - begin
+    with unittest.mock.patch("distributed.get_worker", lambda: worker):
+        cluster.shares_of_speech(paths[:20])
+        begin = time.perf_counter()
+        return cluster.shares_of_speech(paths), time.perf_counter() - begin
 
 
-def in_cluster(workers, paths, batch, kill_at=None):
-    """The answers, the seconds they took, and the longest wait for one."""
-    answers, longest, before = {}, 0, None
-    with distributed.LocalCluster(
-        n_workers=workers, threads_per_worker=1, host="127.0.0.1", dashboard_address=None
-    ) as made, distributed.Client(made) as client:
-        dict(cluster.detect(client, LIBRARY, MODEL, paths[: 2 * workers], 1))  # sessions stand
-        begin = before = time.perf_counter()
+def in_cluster(workers, paths, batch, kill_at=-1):
+    """The answers, the seconds that they took, and the longest wait for one."""
+    answers, times = {}, []
+    with distributed.LocalCluster(workers, **LOCAL) as local, distributed.Client(local) as client:
+        dict(
+            cluster.detect(client, LIBRARY, MODEL, paths[: 2 * workers], 1)
+        )  # creates the sessions
+        times.append(time.perf_counter())
         for path, answer in cluster.detect(client, LIBRARY, MODEL, paths, batch):
-            longest, before = max(longest, time.perf_counter() - before), time.perf_counter()
+            times.append(time.perf_counter())
             if path in answers:
                 sys.exit(f"FAILED: two answers for {path}")
             answers[path] = answer
-            if kill_at is not None and len(answers) >= kill_at:
+            if len(answers) == kill_at:
                 os.kill(next(iter(client.run(os.getpid).values())), signal.SIGKILL)
-                kill_at = None
-        seconds = time.perf_counter() - begin
-        if kill_at is not None and kill_at > 0:
-            sys.exit("FAILED: no worker was killed")
-        return answers, seconds, longest
-
-
-def report(name, expected, answers, seconds, alone, longest=None):
-    if answers != expected:
-        sys.exit(f"FAILED: {name}: {len(answers)} answers, not those of one process")
-    waited = f", longest wait {longest:.2f} s" if longest is not None else ""
-    print(
-        f"{name}: {len(answers) / seconds:.0f} recordings/s, {alone / seconds:.2f} of one "
-        f"process{waited}",
-        flush=True,
-    )
+        waits = [end - begin for begin, end in zip(times, times[1:])]
+        return answers, sum(waits), max(waits)
 
 
 def main():
     with tempfile.TemporaryDirectory() as folder:
         paths = list(make_recordings(folder))
-        in_one_process(paths[:20])
         expected, alone = in_one_process(paths)
         shares = [share for share in expected.values() if isinstance(share, float)]
         if len(shares) != COUNT or statistics.pstdev(shares) < 0.1:
             sys.exit("FAILED: the recordings are not what they should be")
-        report("one process, no cluster", expected, expected, alone, alone)
-        taken = {}
-        for batch in (1, 10, 50):
-            answers, taken[batch], _ = in_cluster(1, paths, batch)
-            report(f"1 worker, batches of {batch}", expected, answers, taken[batch], alone)
-        tasks = len(paths) - len(paths) // 50
-        print(f"a task: {1000 * (taken[1] - taken[50]) / tasks:.1f} ms")
-        for kills in ("never", "in the middle"):
-            kill_at = COUNT // 3 if kills == "in the middle" else None
-            answers, seconds, longest = in_cluster(2, paths, 10, kill_at)
-            report(
-                f"2 workers, batches of 10, one killed {kills}",
-                expected,
-                answers,
-                seconds,
-                alone,
-                longest,
+        print(f"one process, no cluster: {len(paths) / alone:.0f} recordings/s")
+        for workers, batch, *kill_at in ((1, 1), (1, 10), (1, 50), (2, 10), (2, 10, COUNT // 3)):
+            name = f"workers: {workers}, recordings a task: {batch}" + ", one killed" * len(kill_at)
+            answers, seconds, wait = in_cluster(workers, paths, batch, *kill_at)
+            if answers != expected:
+                sys.exit(f"FAILED: {name}: {len(answers)} answers, not those of one process")
+            figures = (
+                f"{len(paths) / seconds:.0f} recordings/s, {alone / seconds:.2f} of one process"
             )
+            print(f"{name}: {figures}, longest wait {wait:.2f} s", flush=True)
 
 
 if __name__ == "__main__":

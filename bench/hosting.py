@@ -1,168 +1,152 @@
-"""Runs bench/hosting.c row by row and writes its figures into docs/hosting.md and docs/hosting.svg:
-hosting.py FOLDER DOCS [TABLE...]"""
+"""Measures threads, containers, starts and fork for docs/hosting.md: hosting.py LIBRARY DETECT [TABLE...]
+
+DETECT is the C example. Every row is measured in a process of its own.
+"""
+import concurrent.futures
+import itertools
+import multiprocessing
+import os
 import pathlib
 import re
+import signal
 import statistics
 import subprocess
 import sys
 import time
 
-import plot
+from page import ROOT, number, replace, table
 
-FOLDER, DOCS = map(pathlib.Path, sys.argv[1:3])
-ROOT = DOCS.resolve().parent
-DETECTOR = ROOT / ".deps/models/silero_vad.onnx"
-MODELS = (FOLDER / "models").resolve()
-PROGRAMS = {"Linux": [FOLDER / "linux/hosting"], "Wine": ["wine", FOLDER / "windows/hosting.exe"]}
-THREADS = [(1, 1), (8, 1), (64, 1), (1, 0), (8, 0), (64, 0), (8, 8)]  # Sessions, threads of each.
+sys.path.insert(0, str(ROOT / "modules/python"))
+from onnxruntime_vornic import Library, feed_json, tensor
 
-
-def lines(*arguments, target="Linux", before=()):
-    """What a part prints: a list of figures for each line."""
-    done = subprocess.run([*before, *PROGRAMS[target], *map(str, arguments)], text=True,
-                          stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=True)
-    return [line.strip("\n").split("\t") for line in done.stdout.splitlines()]
+LIBRARY, EXAMPLE = sys.argv[1:3]
+MODEL = str(ROOT / ".deps/models/silero_vad.onnx")
+ZEROS = tensor("float32", [2, 1, 64], [0] * 128)
+SAMPLES = tensor("float32", [1, 512], [(i % 128 - 64) / 128 for i in range(512)])
+RATE = tensor("int64", [], [16000])
+FEED = feed_json({"input": SAMPLES, "sr": RATE, "h": ZEROS, "c": ZEROS})
+answers = set()  # one for all runs
 
 
-def figures(*arguments, **settings):
-    return [float(figure) for figure in lines(*arguments, **settings)[0]]
+def open_session(threads):
+    session = Library(LIBRARY).session(MODEL, threads)
+    run(session)
+    return session
 
 
-def number(value):
-    return f"{value:,.0f}" if value >= 30 else f"{value:.1f}" if value >= 1 else f"{value:.2f}"
+def run(session):
+    with session.run(FEED) as result:
+        answers.add(result.text)
+    assert len(answers) == 1, answers
 
 
-def table(heads, rows):
-    yield "| " + " | ".join(heads) + " |"
-    yield "| --- |" + " ---: |" * (len(heads) - 1)
-    yield from ("| " + " | ".join(row) + " |" for row in rows)
+def own_megabytes():
+    """Memory that this process shares with no other."""
+    text = pathlib.Path("/proc/self/smaps_rollup").read_text()
+    return int(re.search(r"Private_Dirty: +(\d+)", text)[1]) * 1.024e-3
 
 
-def named(sessions, threads):
-    many = f"{sessions} session{'s' * (sessions > 1)}"
-    return many + (f" of {threads} thread{'s' * (threads > 1)}" if threads else ", default")
+def isolated(function, *arguments):
+    """What a function returns in a new process."""
+    with multiprocessing.get_context("fork").Pool(1) as pool:
+        return pool.apply(function, arguments)
+
+
+def threads_row(count, threads):
+    """Runs a second and MB."""
+    before = own_megabytes()
+    sessions = [open_session(threads) for _ in range(count)]
+    begin = time.perf_counter()
+
+    def keep_running(thread):
+        for runs in itertools.count():
+            if time.perf_counter() > begin + 2:
+                return runs
+            run(sessions[(thread + runs * 8) % count])
+
+    with concurrent.futures.ThreadPoolExecutor(8) as pool:
+        runs = sum(pool.map(keep_running, range(8)))
+    return runs / (time.perf_counter() - begin), own_megabytes() - before
 
 
 def threads():
-    best = {}
-    for _ in range(2):
-        for target in PROGRAMS:
-            for row in THREADS:
-                got = figures("threads", DETECTOR, *row, target=target)
-                best[target, row] = max(best.get((target, row), [0]), got)
-    def cells(row):
-        for target in PROGRAMS:
-            rate, busy, own = best[target, row]
-            yield number(rate)
-            yield f"{rate / best[target, THREADS[0]][0]:.2f}"
-            if target == "Linux":
-                yield from (number(busy), number(own))
-    svg = plot.bars([(named(*row), [best[t, row][0] for t in PROGRAMS]) for row in THREADS],
-                    list(PROGRAMS), "runs a second, 8 host threads")
-    (DOCS / "hosting.svg").write_text(svg)
-    return table(["8 host threads", "runs/s", "of the first", "CPU µs a run", "MB", "Wine: runs/s",
-                  "of the first"], ([named(*row), *cells(row)] for row in THREADS))
+    rows = []
+    for count in (1, 8, 64):
+        one, default = (
+            max(isolated(threads_row, count, each) for _ in range(2)) for each in (1, 0)
+        )
+        rows.append([str(count), number(one[0]), number(default[0]), number(one[1])])
+    return table(["sessions", "runs/s, 1 thread each", "default threads", "MB"], rows)
 
 
-def pins():
-    rows = [("alone", "default", [], 0), ("`taskset -c 0`", "default", ["taskset", "-c", "0"], 0),
-            ("`taskset -c 0`", "2", ["taskset", "-c", "0"], 2)]
-    for where, count, before, intra in rows:
-        host, *workers = lines("pins", DETECTOR, intra, before=before)[0][1:]
-        yield [where, count, host, ", ".join(workers)]
+def cpus(threads):
+    """The CPUs that ONNX Runtime's threads may use, of a process that may use CPU 0."""
+    os.sched_setaffinity(0, [0])
+    with open_session(threads):
+        tasks = pathlib.Path("/proc/self/task").glob("*/status")
+        texts = [task.read_text() for task in tasks if task.parent.name != str(os.getpid())]
+    return ", ".join(re.search(r"Cpus_allowed_list:\s+(\S+)", text)[1] for text in texts)
 
 
-def whole_process(*command):
-    """The time of a process, ms."""
-    begin = time.perf_counter()
-    subprocess.run(command, check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                   env={"NODE_PATH": str(ROOT / ".deps/node/node_modules"), "PATH": "/usr/bin"})
-    return 1000 * (time.perf_counter() - begin)
+def containers():
+    heads = ["CPUs of the process", "threads asked for", "CPUs of ONNX Runtime's"]
+    rows = (["0", str(threads or "default"), isolated(cpus, threads)] for threads in (0, 2))
+    return table(heads, rows, names=3)
 
 
 def starts():
-    library = FOLDER / "linux/libonnxruntime_vornic.so.1"
-    examples = ROOT / "examples"
-    rows = [("C, direct calls of ONNX Runtime", [*PROGRAMS["Linux"], "start", DETECTOR, "direct"]),
-            ("C, this library", [*PROGRAMS["Linux"], "start", DETECTOR, "library"]),
-            ("Python", ["/usr/bin/python3", examples / "python/detect.py", DETECTOR, library]),
-            ("Node.js, koffi", ["node", examples / "node/detect.js", DETECTOR, library])]
-    # They take turns, so that a slow moment of the machine meets them all.
-    rounds = [[whole_process(*command) for _, command in rows] for _ in range(21)]
-    times = list(map(statistics.median, zip(*rounds)))
-    return ([name, number(taken), f"{taken / times[0]:.2f}"] for (name, _), taken in zip(rows, times))
+    commands = {
+        "C": [EXAMPLE, MODEL],
+        "Python": ["/usr/bin/python3", "examples/python/detect.py", MODEL, LIBRARY],
+        "Node.js, koffi": ["node", "examples/node/detect.js", MODEL, LIBRARY],
+    }
+    settings = {"cwd": ROOT, "check": True, "capture_output": True}
+    settings["env"] = {"NODE_PATH": ".deps/node/node_modules", "PATH": "/usr/bin"}
+    times = {name: [] for name in commands}
+    for _ in range(21):  # interleaved, so that a slow moment of the machine affects all of them
+        for name, command in commands.items():
+            begin = time.perf_counter()
+            subprocess.run(command, **settings)
+            times[name].append(1e3 * (time.perf_counter() - begin))
+    rows = ([name, number(statistics.median(values))] for name, values in times.items())
+    return table(["`detect`, start to end", "ms"], rows)
 
 
-def sessions():
-    for name, model, level in [("a model of one node", MODELS / "inputs1.onnx", 99),
-                               ("the detector", DETECTOR, 99),
-                               ("the detector, optimisation level 0", DETECTOR, 0)]:
-        tries = [figures("sessions", model, 1, level) for _ in range(5)]
-        first, further, first_run, later = map(min, zip(*tries))
-        yield [name, number(first), number(further), f"{first_run:.3f}", f"{later:.3f}"]
+def child(session):
+    for _ in range(1000):
+        run(session)
+    signal.alarm(10)  # a release takes milliseconds, or never returns
+    # Not by close(), which releases nothing of the parent's in a child.
+    session.library.functions.release_session(session.handle)
+    os._exit(0)
 
 
-def memory():
-    for name, model in [("a model of one node", MODELS / "inputs1.onnx"), ("the detector", DETECTOR)]:
-        none, one, all16, released, given = figures("memory", model, 1)
-        further = (all16 - one) / 15
-        yield [name, *map(number, (one - none, further, all16, released, given))]
-
-
-def large():
-    for name, model in [("table, inside the model", "table_inside"),
-                        ("table, in a file beside it", "table_beside"),
-                        ("factor of a MatMul, inside", "factor_inside"),
-                        ("factor of a MatMul, beside it", "factor_beside")]:
-        path = MODELS / f"{model}.onnx"
-        own = statistics.median(float(row[1]) for row in lines("large", path) if row[0].isdigit())
-        yield [name, number(figures("sessions", path, 1, 99)[1]), number(own)]
+def fork_row(is_before, threads):
+    """How 16 children with a session ended that was made before fork, or by themselves."""
+    session = open_session(threads) if is_before else None
+    time.sleep(1)  # a server is at rest when it forks
+    pids = []
+    for _ in range(16):
+        pids.append(os.fork())
+        if pids[-1] == 0:
+            try:
+                child(session or open_session(threads))
+            finally:
+                os._exit(1)
+    statuses = [os.waitpid(pid, 0)[1] for pid in pids]
+    ends = {"right": statuses.count(0), "hung": statuses.count(signal.SIGALRM)}
+    ends["crashed"] = len(pids) - sum(ends.values())
+    return ", ".join(f"{count} {end}" for end, count in ends.items() if count)
 
 
 def forks():
-    before = [(f"before `fork`, {f'{intra} threads' if intra else 'default'}", intra, "before")
-              for intra in (2, 3, 0, 4, 8)]
-    for name, intra, when in [("in each child, 1 thread", 1, "after"),
-                              ("before `fork`, 1 thread", 1, "before"), *before]:
-        rows = lines("fork", DETECTOR, intra, when)
-        first = statistics.median(float(row[1]) for row in rows if row[0] == "first")
-        own = statistics.median(float(row[1]) for row in rows if row[0].isdigit())
-        _, count, good, crashed, hung = rows[-1]
-        yield [name, number(first), number(own), f"{good} of {count}", crashed, hung]
+    rows = [["in each child", "1", isolated(fork_row, False, 1)]]
+    for threads in (1, 2, 0, 4):
+        ended = isolated(fork_row, True, threads)
+        rows.append(["before `fork`", str(threads or "default"), ended])
+    return table(["session created", "threads", "children ended"], rows, names=2)
 
 
-def deadlines():
-    for name, model in [("400 nodes", "chain"), ("1 node", "factor_inside")]:
-        for target in PROGRAMS:
-            whole, ended, late, latest = lines("deadline", MODELS / f"{model}.onnx",
-                                               target=target)[0]
-            yield [f"{name}, {target}", whole, ended, *([late, latest] if float(latest) else "––")]
-
-
-TABLES = {
-    "threads": threads,
-    "pins": lambda: table(["started", "threads asked for", "host's thread may use",
-                           "ONNX Runtime's may use"], pins()),
-    "starts": lambda: table(["Process, from start to end", "ms", "of the first"], starts()),
-    "sessions": lambda: table(["ms", "first session", "each further", "first run", "later runs"],
-                              sessions()),
-    "memory": lambda: table(["MB", "first session", "each further", "16 sessions", "released",
-                             "given back"], memory()),
-    "large": lambda: table(["128 MiB of weights, 4 processes", "load, ms", "MB of its own, each"],
-                           large()),
-    "forks": lambda: table(["Session made", "first answer, ms", "MB of its own, each",
-                            "right to the end", "crashed", "hung"], forks()),
-    "deadlines": lambda: table(["A model of", "a run, ms", "ended early",
-                                "ms after the call, median", "most"], deadlines()),
-}
-
-page = DOCS / "hosting.md"
+TABLES = {"threads": threads, "containers": containers, "starts": starts, "forks": forks}
 for marker in sys.argv[3:] or TABLES:
-    rows = "\n".join(TABLES[marker]())
-    print(f"{rows}\n", flush=True)
-    text = page.read_text(encoding="utf-8")
-    text, count = re.subn(f"(<!-- {marker} -->\n\n).*?(\n\n<!-- end -->)",
-                          lambda found: found[1] + rows + found[2], text, flags=re.DOTALL)
-    if count != 1:
-        sys.exit(f"docs/hosting.md lacks the place of {marker}")
-    page.write_text(text, encoding="utf-8")
+    replace("hosting.md", marker, TABLES[marker]())

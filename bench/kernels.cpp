@@ -2,35 +2,25 @@
 
 #include "json/array_reader.h"
 #include "json/number_conversion.h"
-#if __has_include("number/number_writer.h")
 #include "number/number_writer.h"
-#else  // commits before that folder
-#include "json/number_writer.h"
-#endif
-#if __has_include("core/shape.h")
+
 using namespace vornic;
-#else  // commits before the namespace
-#define convert_all vnort_convert_all
-#define number_array_extent vnort_number_array_extent
-#define read_numbers vnort_read_numbers
-#define write_int64 vnort_write_int64
-#define write_numbers vnort_write_numbers
-#define write_uint64 vnort_write_uint64
-#endif
 
 namespace {
 
-template <typename Element>
-uint64_t read(const char* text, Element* to) {
+template <typename Float>
+uint64_t read(const char* text, Float* to) {
     const NumberArrayExtent extent = number_array_extent(text);
-    const auto capacity = static_cast<int64_t>(extent.bound);
     uint64_t count = 0;
-    // Some types are read without a sink, in commits that can.
-    if constexpr (requires { read_numbers(text, extent.end, capacity, &count, to); }) {
-        read_numbers(text, extent.end, capacity, &count, to);
-    } else {
-        read_numbers(text, extent.end, capacity, &count, NumberSink{convert_all<Element>, to});
-    }
+    read_numbers(text, extent.end, static_cast<int64_t>(extent.bound), &count, to);
+    return count;
+}
+
+uint64_t read_integers(const char* text, int64_t* to) {
+    const NumberArrayExtent extent = number_array_extent(text);
+    uint64_t count = 0;
+    read_numbers(text, extent.end, static_cast<int64_t>(extent.bound), &count,
+                 NumberSink{convert_all<int64_t>, to});
     return count;
 }
 
@@ -49,5 +39,5 @@ char* write_integers(char* to, const char*, const int64_t* numbers, uint64_t cou
 
 }  // namespace
 
-const Kernels vornic_kernels = {read<float>,  read<double>,  read<int64_t>,
+const Kernels vornic_kernels = {read<float>,  read<double>,  read_integers,
                                 write<float>, write<double>, write_integers};

@@ -1,5 +1,5 @@
-// What number_texts measures of the library: its kernels, in a shared library of their own, so that those
-// of two commits can stand beside each other in one process.
+// The library's number kernels for number_texts: a shared library of their own, so that those of two
+// commits fit into one process. Older commits have the same table.
 #pragma once
 
 #include <stdint.h>
@@ -7,11 +7,11 @@
 #include "onnxruntime_vornic.h"
 
 struct Kernels {
-    // Read a JSON array of numbers into elements of a type; the count.
+    // Read a JSON array of numbers into an array of a type and return the count.
     uint64_t (*read_float32)(const char* text, float* to);
     uint64_t (*read_float64)(const char* text, double* to);
     uint64_t (*read_int64)(const char* text, int64_t* to);
-    // Write numbers, each with a comma after it; the end of the text.
+    // Write numbers, each with a comma after it, and return the end of the text.
     char* (*write_float32)(char* to, const char* end, const float* numbers, uint64_t count);
     char* (*write_float64)(char* to, const char* end, const double* numbers, uint64_t count);
     char* (*write_int64)(char* to, const char* end, const int64_t* numbers, uint64_t count);

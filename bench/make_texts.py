@@ -2,8 +2,8 @@
 
     make_texts.py FOLDER
 
-Writes each text into a file of its own, and into FOLDER/index a line for each: the file, the element type
-of the tensor, and a title. The same seed gives the same texts with the same versions of the writers.
+Writes each text into a file, and into FOLDER/index a line for each: file, element type, title. The same versions
+of the writers give the same texts.
 """
 import array
 import itertools
@@ -17,9 +17,9 @@ import sys
 
 import numpy
 
-COUNT = 8192  # texts of at most 180 kB, which stay in the second-level cache
+COUNT = 8192  # texts of at most 180 kB, which stay in the L2 cache
 FOLDER = pathlib.Path(sys.argv[1])
-MEAN, DEVIATION = (0.485, 0.456, 0.406), (0.229, 0.224, 0.225)  # of a picture's channels
+MEAN, DEVIATION = (0.485, 0.456, 0.406), (0.229, 0.224, 0.225)  # of an image's channels
 
 
 def command(*words):
@@ -30,27 +30,20 @@ def command(*words):
 
 
 def printf(form, separator=","):
-    script = (
-        f"print '[', join('{separator}', map sprintf('{form}', $_), unpack 'd<*', <STDIN>), ']'"
-    )
-    return command("perl", "-e", "$/ = undef;" + script)
+    items = f"join('{separator}', map sprintf('{form}', $_), unpack 'd<*', <STDIN>)"
+    return command("perl", "-e", f"$/ = undef; print '[', {items}, ']'")
 
 
-node = command(
-    "node",
-    "-e",
-    "const bytes = new Uint8Array(require('fs').readFileSync(0));"
-    "process.stdout.write(JSON.stringify(Array.from(new Float64Array(bytes.buffer))))",
-)
+DOUBLES = "Array.from(new Float64Array(new Uint8Array(require('fs').readFileSync(0)).buffer))"
+node = command("node", "-e", f"process.stdout.write(JSON.stringify({DOUBLES}))")
 ruby = command("ruby", "-rjson", "-e", "print JSON.generate(STDIN.binmode.read.unpack('E*'))")
-php = command(
-    "php", "-r", "echo json_encode(array_values(unpack('e*', stream_get_contents(STDIN))));"
-)
+VALUES = "array_values(unpack('e*', stream_get_contents(STDIN)))"
+php = command("php", "-r", f"echo json_encode({VALUES});")
 perl = command("perl", "-MJSON::PP", "-e", "$/ = undef; print encode_json([unpack 'd<*', <STDIN>])")
 
 
 def shortest(numbers):
-    """As C#, Go, Java and Rust write float32: the fewest digits that tell it from its neighbours."""
+    """As C#, Go, Java and Rust write float32: the fewest digits that identify it."""
     return "[" + ",".join(map(str, numpy.array(numbers, numpy.float32))) + "]"
 
 
@@ -59,7 +52,7 @@ def float32(numbers):
 
 
 def texts(rng):
-    """(title, element type, writer, numbers), with numbers in any amount."""
+    """(title, element type, writer, at least COUNT numbers)"""
 
     def many(make):
         return [make(i) for i in range(COUNT)]
@@ -76,20 +69,14 @@ def texts(rng):
 
     def box(_):
         x, y = rng.uniform(0, 600), rng.uniform(0, 600)
-        return [
-            x,
-            y,
-            x + rng.uniform(5, 40),
-            y + rng.uniform(5, 40),
-            rng.random(),
-            rng.randrange(80),
-        ]
+        width, height = rng.uniform(5, 40), rng.uniform(5, 40)
+        return [x, y, x + width, y + height, rng.random(), rng.randrange(80)]
 
     def rounded_box(i):
         return round(rng.random() * 640, 2) if i % 5 < 4 else round(rng.random(), 3)
 
     def row(_):
-        """Age, income, yes or no, a small difference, nothing, a share."""
+        """Age, income, a flag, a small difference, zero, a share."""
         first = [rng.randrange(18, 90), round(rng.random() * 1e5, 2), float(rng.randrange(2))]
         return [*first, rng.gauss(0, 1e-3), 0, round(rng.random(), 3)]
 
@@ -141,9 +128,9 @@ def texts(rng):
 def main():
     FOLDER.mkdir(parents=True, exist_ok=True)
     with open(FOLDER / "index", "w") as index:
-        for place, (title, element_type, write, numbers) in enumerate(texts(random.Random(7))):
-            (FOLDER / f"{place}.json").write_text(write(list(numbers)[:COUNT]))
-            index.write(f"{place}.json\t{element_type}\t{title}\n")
+        for file, (title, element_type, write, numbers) in enumerate(texts(random.Random(7))):
+            (FOLDER / f"{file}.json").write_text(write(list(numbers)[:COUNT]))
+            index.write(f"{file}.json\t{element_type}\t{title}\n")
 
 
 main()

@@ -1,5 +1,5 @@
-// The field's readers and writers of numbers, each used as its documentation advises for an array. They
-// read well-formed arrays only, with at most one blank after a comma.
+// Other readers and writers of numbers, each used as its documentation advises for an array. They read
+// well-formed arrays only, with at most one space after a comma.
 #pragma once
 
 #include <fast_float/fast_float.h>
@@ -11,64 +11,58 @@
 #include <stdlib.h>
 
 #include <charconv>
+#include <functional>
 #include <string>
 #include <type_traits>
+#include <vector>
 
-#include "kernels.h"
+inline constexpr size_t kMaxNumberLength = 40;  // with its comma
 
-// Reads each number by `one`, which returns where it ends.
-template <typename Number, typename One>
-uint64_t read_each(const std::string& text, Number* to, One one) {
-    const char* at = text.data() + 1;
-    const char* const end = text.data() + text.size();
-    for (Number* const first = to;;) {
-        at = one(at, end, *to++);
-        if (*at != ',') return static_cast<uint64_t>(to - first);
-        if (*++at == ' ') ++at;
-    }
-}
-
+// A library that reads or writes arrays of a type; either function may be missing.
 template <typename Number>
-uint64_t read_by_strtod(const std::string& text, Number* to) {
-    return read_each(text, to, [](const char* at, const char*, Number& number) {
-        char* end = nullptr;
-        if constexpr (std::is_integral_v<Number>) {
-            number = strtoll(at, &end, 10);
-        } else {
-            number = static_cast<Number>(strtod(at, &end));
+struct Peer {
+    std::string name;
+    // Returns the count.
+    std::function<uint64_t(const std::string& text, Number* to)> read;
+    // Writes each number with a comma after it and returns the end of the text.
+    std::function<char*(char* to, const char* end, const Number* numbers, uint64_t count)> write;
+};
+
+// A reader of arrays made of a reader of one number, which returns the number's end.
+template <typename Number, typename ReadOne>
+auto read_each(ReadOne read_one) {
+    return [read_one](const std::string& text, Number* to) {
+        const char* at = text.data() + 1;
+        const char* const end = text.data() + text.size();
+        for (Number* const first = to;;) {
+            at = read_one(at, end, to++);
+            if (*at != ',') return static_cast<uint64_t>(to - first);
+            if (*++at == ' ') ++at;
         }
-        return static_cast<const char*>(end);
-    });
+    };
 }
 
-template <typename Number>
-uint64_t read_by_from_chars(const std::string& text, Number* to) {
-    return read_each(text, to, [](const char* at, const char* end, Number& number) {
-        return std::from_chars(at, end, number).ptr;
-    });
-}
-
-template <typename Number>
-uint64_t read_by_fast_float(const std::string& text, Number* to) {
-    return read_each(text, to, [](const char* at, const char* end, Number& number) {
-        return fast_float::from_chars(at, end, number).ptr;
-    });
+// A writer of arrays made of a writer of one number, which returns the text's end.
+template <typename Number, typename WriteOne>
+auto write_each(WriteOne write_one) {
+    return [write_one](char* to, const char*, const Number* numbers, uint64_t count) {
+        for (const Number* number = numbers; number != numbers + count; ++number) {
+            to = write_one(to, *number);
+            *to++ = ',';
+        }
+        return to;
+    };
 }
 
 // On demand, with one parser for all documents and the padding inside the string's capacity.
 template <typename Number>
 uint64_t read_by_simdjson(const std::string& text, Number* to) {
+    using Wide = std::conditional_t<std::is_integral_v<Number>, int64_t, double>;
     static simdjson::ondemand::parser parser;
     const simdjson::padded_string_view padded(text.data(), text.size(), text.capacity());
     simdjson::ondemand::document document = parser.iterate(padded);
     Number* const first = to;
-    for (auto value : document.get_array()) {
-        if constexpr (std::is_integral_v<Number>) {
-            *to++ = value.get_int64();
-        } else {
-            *to++ = static_cast<Number>(double(value.get_double()));
-        }
-    }
+    for (auto value : document.get_array()) *to++ = static_cast<Number>(Wide(value.get<Wide>()));
     return static_cast<uint64_t>(to - first);
 }
 
@@ -87,7 +81,7 @@ struct RapidjsonHandler
     bool Double(double value) { return take(value); }
 };
 
-// By events, without a document. Only with full precision does it round correctly.
+// By events, without a document. It rounds correctly with full precision only.
 template <typename Number>
 uint64_t read_by_rapidjson(const std::string& text, Number* to) {
     RapidjsonHandler<Number> handler(to);
@@ -96,52 +90,67 @@ uint64_t read_by_rapidjson(const std::string& text, Number* to) {
     return static_cast<uint64_t>(handler.to - to);
 }
 
-// Writes each number by `one`, which returns where it ends, and a comma after it.
-template <typename Number, typename One>
-char* write_each(char* to, const Number* numbers, uint64_t count, One one) {
-    for (const Number* number = numbers; number != numbers + count; ++number) {
-        to = one(to, *number);
-        *to++ = ',';
-    }
-    return to;
-}
-
+// The digits that identify a float32 or a float64.
 template <typename Number>
 inline constexpr int kDigits = std::is_same_v<Number, float> ? 9 : 17;
 
 template <typename Number>
-char* write_by_printf(char* to, const char* end, const Number* numbers, uint64_t count) {
-    return write_each(to, numbers, count, [end](char* at, Number number) {
-        const auto room = static_cast<size_t>(end - at);
-        if constexpr (std::is_integral_v<Number>) {
-            return at + snprintf(at, room, "%lld", static_cast<long long>(number));
-        } else {
-            return at + snprintf(at, room, "%.*g", kDigits<Number>, static_cast<double>(number));
-        }
-    });
+char* read_by_strtod(const char* at, const char*, Number* to) {
+    char* end = nullptr;
+    if constexpr (std::is_integral_v<Number>) {
+        *to = strtoll(at, &end, 10);
+    } else {
+        *to = static_cast<Number>(strtod(at, &end));
+    }
+    return end;
 }
 
 template <typename Number>
-char* write_by_to_chars(char* to, const char* end, const Number* numbers, uint64_t count) {
-    return write_each(to, numbers, count, [end](char* at, Number number) {
-        char* const last = at + (end - at);
-        if constexpr (std::is_integral_v<Number>) {
-            return std::to_chars(at, last, number).ptr;
-        } else {
-            return std::to_chars(at, last, number, std::chars_format::general, kDigits<Number>).ptr;
-        }
-    });
+char* write_by_printf(char* at, Number number) {
+    if constexpr (std::is_integral_v<Number>) {
+        return at + snprintf(at, kMaxNumberLength, "%lld", static_cast<long long>(number));
+    } else {
+        const auto wide = static_cast<double>(number);
+        return at + snprintf(at, kMaxNumberLength, "%.*g", kDigits<Number>, wide);
+    }
 }
 
 template <typename Number>
-char* write_by_fmt(char* to, const char*, const Number* numbers, uint64_t count) {
-    return write_each(to, numbers, count, [](char* at, Number number) {
-        if constexpr (std::is_integral_v<Number>) {
-            return fmt::format_to(at, FMT_COMPILE("{}"), number);
-        } else if constexpr (kDigits<Number> == 9) {
-            return fmt::format_to(at, FMT_COMPILE("{:.9g}"), number);
-        } else {
-            return fmt::format_to(at, FMT_COMPILE("{:.17g}"), number);
-        }
-    });
+char* write_by_to_chars(char* at, Number number) {
+    char* const end = at + kMaxNumberLength;
+    if constexpr (std::is_integral_v<Number>) {
+        return std::to_chars(at, end, number).ptr;
+    } else {
+        return std::to_chars(at, end, number, std::chars_format::general, kDigits<Number>).ptr;
+    }
+}
+
+template <typename Number>
+char* write_by_fmt(char* at, Number number) {
+    if constexpr (std::is_integral_v<Number>) {
+        return fmt::format_to(at, FMT_COMPILE("{}"), number);
+    } else if constexpr (kDigits<Number> == 9) {
+        return fmt::format_to(at, FMT_COMPILE("{:.9g}"), number);
+    } else {
+        return fmt::format_to(at, FMT_COMPILE("{:.17g}"), number);
+    }
+}
+
+template <typename Number>
+std::vector<Peer<Number>> peers() {
+    const auto from_chars = [](const char* at, const char* end, Number* to) {
+        return std::from_chars(at, end, *to).ptr;
+    };
+    const auto fast_float = [](const char* at, const char* end, Number* to) {
+        return fast_float::from_chars(at, end, *to).ptr;
+    };
+    return {
+        {"strtod", read_each<Number>(read_by_strtod<Number>), nullptr},
+        {"printf", nullptr, write_each<Number>(write_by_printf<Number>)},
+        {"charconv", read_each<Number>(from_chars), write_each<Number>(write_by_to_chars<Number>)},
+        {"fast_float", read_each<Number>(fast_float), nullptr},
+        {"simdjson", read_by_simdjson<Number>, nullptr},
+        {"RapidJSON", read_by_rapidjson<Number>, nullptr},
+        {"{fmt}", nullptr, write_each<Number>(write_by_fmt<Number>)},
+    };
 }

@@ -1,170 +1,142 @@
-"""Makes the figures of docs/performance.md out of what the benchmarks printed: report.py FOLDER DOCS [COMMIT]
+"""Makes the figures of docs/performance.md: report.py FOLDER [COMMIT]
 
-Prints them, and more: reading as another type, and what the code of an older commit costs.
+FOLDER holds what the benchmarks printed. The page gets a selection of the texts, bench/results.md all of
+them. With COMMIT the costs of that commit relative to today's are printed.
 """
 import pathlib
 import sys
 
-import plot
+import matplotlib
 
-FOLDER, DOCS = map(pathlib.Path, sys.argv[1:3])
-COMMIT = sys.argv[3] if len(sys.argv) > 3 else None
-BEGIN, END = "<!-- figures of scripts/bench -->\n", "<!-- end of the figures -->\n"
+matplotlib.use("svg")
+from matplotlib import pyplot
+from page import ROOT, number, replace, table
+
+FOLDER = pathlib.Path(sys.argv[1])
 TARGETS = ("linux", "windows")
-MACHINES = (*TARGETS, "linux-arm64")
-LEAST, ADDED = 0, 1  # of a road's figures
-ROADS = {
-    "direct": "direct call",
-    "direct, values kept": "direct call, input value kept",
-    "direct with binding": "direct `RunWithBinding`",
-    "tensor fast": "fast tensor run",
-    "tensor": "tensor run",
-    "json": "JSON run",
-    "binding": "run with binding",
+MACHINES = {"read": (*TARGETS, "linux-arm64"), "write": TARGETS}
+LIBRARIES = {
+    "read": ("library", "fast_float", "simdjson", "RapidJSON", "charconv", "strtod"),
+    "write": ("library", "{fmt}", "charconv", "printf"),
 }
-READERS = ("library", "fast_float", "simdjson", "RapidJSON", "charconv", "strtod, printf")
-WRITERS = ("library", "{fmt}", "charconv", "strtod, printf")
-WRITTEN = ("gaussian, Python", "gaussian float64, Python", "relu", "softmax", "4 decimals")
-WRITTEN += ("9 digits, any exponent", "token ids", "16-bit audio", "mask of 0 and 1")
+# The texts on the page.
+SHOWN = {
+    "read": "gaussian, Python; gaussian float64, Python; image over 255; softmax; features; "
+    "token ids; pixels",
+    "write": "gaussian, Python; token ids",
+}
 
 
-def lines(name):
-    return [line.split("\t") for line in (FOLDER / name).read_text().splitlines()]
-
-
-def table(heads, rows):
-    yield "| " + " | ".join(heads) + " |"
-    yield "|" + "---|" * len(heads)
-    yield from ("| " + " | ".join(row) + " |" for row in rows)
-    yield ""
-
-
-def number(value):
-    return f"{value:,.0f}" if value >= 100 else f"{value:.1f}" if value >= 10 else f"{value:.2f}"
-
-
-def cells(values, unit=""):
-    return " / ".join(number(value) + unit for value in values)
-
-
-def texts(machine):
-    """{(text, type, read or write): {whose: ns or instructions a number}}"""
+def costs(name, keys):
+    """The lines of a file: keys, a column and a cost each. {keys: {column: cost}}"""
     result = {}
-    for title, kind, way, whose, cost in lines(f"{machine}.texts"):
-        result.setdefault((title, kind, way), {})[whose] = float(cost)
+    for line in (FOLDER / name).read_text().splitlines():
+        *key, column, cost = line.split("\t")
+        result.setdefault(tuple(key[i] for i in keys), {})[column] = float(cost)
     return result
 
 
-def times_library(costs, whose):
-    return min(costs[w] for w in whose if w in costs) / costs["library"]
+def joined(values, unit=""):
+    return "/".join(number(value) + unit for value in values)
 
 
-def text_table(all_texts, way, is_own):
-    """Reading or writing, of the texts' own element types or of the others that were measured."""
-    whose = READERS if way == "read" else WRITERS
-    machines = MACHINES if way == "read" and is_own else TARGETS
-    own = {title: kind for _, kind, title in lines("texts/index")}
+def lead(texts, key):
+    """For each machine: how many times the library's cost the best of the others has, the C library left out."""
+    for machine in MACHINES[key[0]]:
+        of = texts[machine][key]
+        yield min(of[name] for name in LIBRARIES[key[0]][1:-1] if name in of) / of["library"]
+
+
+def text_table(texts, way, shown=None):
     rows = []
-    for key, costs in all_texts["linux"].items():
-        title, kind, key_way = key
-        if (
-            key_way == way
-            and (own[title] == kind) == is_own
-            and (way == "read" or title in WRITTEN)
-        ):
-            ratios = cells([times_library(all_texts[m][key], whose[1:-1]) for m in machines], "×")
-            rows.append((title, kind, *(number(costs[w]) for w in whose), ratios))
-    c_library = "strtod" if way == "read" else "printf"
-    heads = ("text", "type", *whose[:-1], c_library, "best of the others / library")
-    yield from table(heads, rows)
+    for key, of in texts["linux"].items():
+        if key[0] == way and (shown is None or key[1] in shown):
+            leads = list(lead(texts, key))[: None if shown is None else 1]
+            figures = [number(of[name]) for name in LIBRARIES[way]]
+            rows.append([key[1], *figures, joined(leads, "×")])
+    return table(["text", *LIBRARIES[way], "lead"], rows)
 
 
-def old_table(all_texts, runs):
-    yield f"Costs of {COMMIT}'s code in those of this: Linux / Windows / arm64, there in instructions."
-    yield ""
-    rows = []
-    for key in all_texts["linux"]:
-        costs = [all_texts[machine][key] for machine in MACHINES if key in all_texts[machine]]
-        rows.append((*key, cells([times_library(cost, ["against"]) for cost in costs], "×")))
-    old_runs = {t: roads(f"{t}-old.table") for t in TARGETS}
-    for size, road in runs["linux"]:
-        ratios = [old_runs[t][size, road][LEAST] / runs[t][size, road][LEAST] for t in TARGETS]
-        rows.append((f"{size} floats", road, "run", cells(ratios, "×")))
-    yield from table(("", "", "", "ratio"), rows)
+def range_of_leads(texts):
+    leads = zip(*(lead(texts, key) for key in texts["linux"] if key[0] == "read"))
+    linux, windows, arm64 = (f"{min(of):.2f} to {max(of):.2f}" for of in leads)
+    return f"Leads over all texts: {linux}; Windows under Wine: {windows}; arm64, instructions: {arm64}."
 
 
-def roads(name):
-    """{(row, road): (least, added)}, in ns; a busy machine adds least to the least."""
-    return {(row, road): (float(least), float(added)) for row, road, _, least, added in lines(name)}
-
-
-def host_table():
+def host_table(hosts):
+    heads = ["host", "feed made by", "5,000 floats", "65,536 floats", "65,536 token ids"]
     cases = ("5000 float32", "65536 float32", "65536 int64")
-    times = {}
-    for case, host, way, least in lines("hosts"):
-        if case in cases and "JSON text to" not in way:
-            times.setdefault((host, way), {})[case] = number(float(least))
-    rows = [(*key, *(row.get(case, "") for case in cases)) for key, row in times.items()]
-    heads = ("host", "feed by", "5,000 floats", "65,536 floats", "65,536 token ids")
-    yield from table(heads, rows)
+    rows, before = [], None
+    for (host, way), of in hosts.items():
+        cells = [number(of[case]) if case in of else "" for case in cases]
+        rows.append(["" if host == before else host, way, *cells])
+        before = host
+    return table(heads, rows, names=2)
 
 
 def call_table(runs):
-    sizes = ("2", "5000", "65536")
-
-    def pair(size, road, figure):
-        known = (size, road) in runs["linux"]
-        return cells([runs[t][size, road][figure] / 1000 for t in TARGETS]) if known else ""
-
     rows = []
-    for road, title in ROADS.items():
-        rows.append((title, *(pair(size, road, LEAST) for size in sizes), pair("2", road, ADDED)))
-    node = {}
-    for case, host, way, least in lines("hosts"):
-        if host.startswith("onnxruntime") and case.endswith("float32"):
-            node.setdefault(f"{host}, {way}", {})[case.split()[0]] = number(float(least)) + " /"
-    rows += [(way, *(times[size] for size in sizes), "") for way, times in node.items()]
-    yield from table(("", "2 floats", "5,000 floats", "65,536 floats", "2 floats, added"), rows)
+    for call in runs["linux"]["2",]:
+        costs = ([runs[t][n,][call] / 1000 for t in TARGETS] for n in ("2", "5000", "65536"))
+        rows.append([call, *map(joined, costs)])
+    return table(["Linux/Windows", "2 floats", "5,000 floats", "65,536 floats"], rows)
 
 
-def draw_sizes(sweep):
-    def curve(target, road, kind):
-        rows = [
-            (*row.split(), least)
-            for (row, name), (least, _) in sweep[target].items()
-            if name == road
-        ]
-        return [(int(size), least / 1000) for row_kind, size, least in rows if row_kind == kind]
+def draw(runs):
+    """Cost against size; the same figures give the same bytes."""
+    matplotlib.rcParams.update({"svg.hashsalt": "vornic", "svg.fonttype": "none", "font.size": 9})
+    figure, axes = pyplot.subplots(figsize=(5, 3), layout="constrained")
+    for name in (
+        "JSON run, Windows",
+        "JSON run, Linux",
+        "fast tensor run, Linux",
+        "direct call, Linux",
+    ):
+        call, target = name.split(", ")
+        points = [(int(n), of[call] / 1000) for (n,), of in runs[target.lower()].items()]
+        axes.loglog(*zip(*points), "o-", markersize=3, label=name)
+    axes.minorticks_off()
+    axes.set(xlabel="floats", ylabel="µs")
+    axes.grid(color="#dddddd")
+    axes.legend(fontsize=8)
+    figure.savefig(ROOT / "docs/performance.svg", metadata={"Date": None})
 
-    def panel(title, kind):
-        series = {
-            "JSON run, Linux": curve("linux", "json", kind),
-            "JSON run, Windows": curve("windows", "json", kind),
-            "direct call, Linux": curve("linux", "direct", kind),
-        }
-        return f"µs against {title}", kind == "numbers", series
 
-    kinds = {"numbers": "numbers", "inputs of 4,096": "inputs", "outputs of 300": "outputs"}
-    return plot.curves([panel(*kind) for kind in kinds.items()])
+def compare(commit, texts, runs):
+    rows = []
+    for way, title in texts["linux"]:
+        both = [texts[machine][way, title] for machine in MACHINES["read"]]
+        rows.append([title, way, joined([of["against"] / of["library"] for of in both], "×")])
+    old = {target: costs(f"{target}-old.runs", [0]) for target in TARGETS}
+    for size, of in runs["linux"].items():
+        for call in of:
+            ratios = (old[target][size][call] / runs[target][size][call] for target in TARGETS)
+            rows.append([f"{size[0]} floats", call, joined(ratios, "×")])
+    print(f"Costs of {commit} relative to today's: Linux/Windows/arm64, there in instructions\n")
+    print(table(["", "", "ratio"], rows))
 
 
 def main():
-    all_texts = {machine: texts(machine) for machine in MACHINES}
-    runs = {t: roads(f"{t}.table") for t in TARGETS}
-    figures = [f"Load of the machine when the run began: {lines('load')[0][0]}.", ""]
-    figures += ["### From a host's numbers to its numbers, µs a call", "", *host_table()]
-    figures += ["### Reading, ns a number", "", *text_table(all_texts, "read", True)]
-    figures += ["### Writing, ns a number", "", *text_table(all_texts, "write", True)]
-    figures += ["### One run from C++, µs, Linux / Windows", "", *call_table(runs)]
-    figures += ["![Cost of a run against its size](performance.svg)", ""]
-    page = DOCS / "performance.md"
-    before, rest = page.read_text().split(BEGIN)
-    page.write_text(before + BEGIN + "\n".join(figures) + END + rest.split(END)[1])
-    (DOCS / "performance.svg").write_text(draw_sizes({t: roads(f"{t}.sizes") for t in TARGETS}))
-    figures += ["### Reading as another type", "", *text_table(all_texts, "read", False)]
-    if COMMIT is not None:
-        figures += old_table(all_texts, runs)
-    print("\n".join(figures))
+    texts = {machine: costs(f"{machine}.texts", [2, 0]) for machine in MACHINES["read"]}
+    runs = {target: costs(f"{target}.runs", [0]) for target in TARGETS}
+    hosts = costs("hosts", [0, 1])
+    measured = (FOLDER / "measured").read_text().strip()
+    reading, writing = (text_table(texts, way, SHOWN[way].split("; ")) for way in LIBRARIES)
+    page = "performance.md"
+    replace(page, "hosts", f"{measured}\n\n{host_table(hosts)}")
+    replace(page, "reading", f"{reading}\n\n{range_of_leads(texts)}")
+    replace(page, "writing", writing)
+    replace(page, "runs", call_table(runs))
+    draw(runs)
+    parts = [
+        "<!-- Written by scripts/bench. docs/performance.md explains the columns. -->",
+        measured,
+        "Leads: Linux / Windows under Wine / arm64 (in instructions).",
+        *(f"To {way} a number, ns:\n\n{text_table(texts, way)}" for way in LIBRARIES),
+    ]
+    (ROOT / "bench/results.md").write_text("\n\n".join(parts) + "\n")
+    if len(sys.argv) > 2:
+        compare(sys.argv[2], texts, runs)
 
 
 main()

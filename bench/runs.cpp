@@ -1,148 +1,242 @@
-// What a run costs on each road.
+// The cost of a run: the library's run functions beside direct calls of ONNX Runtime's C API.
 //
-//   runs MODELS table        the library beside the direct call
-//   runs MODELS sizes        cost against numbers, inputs and outputs
-//   runs MODELS loop ROAD NUMBERS COUNT      one road again and again, for a profiler
+//   runs MODEL                       every call at every size
+//   runs MODEL CALL NUMBERS COUNT    one call in a loop, for a profiler
 //
-// A line of a table is: row, road, median, least, and the median of what it takes more than the
-// first road of its row; ns a call, separated by tabs.
+// MODEL doubles a vector of float32 numbers, x0 to y0. A line is: numbers, call, and the minimum over
+// interleaved rounds in ns, separated by tabs.
 
+#include <onnxruntime_c_api.h>
+#include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 
 #include <algorithm>
+#include <charconv>
 #include <chrono>
+#include <filesystem>
 #include <functional>
-#include <map>
+#include <random>
+#include <string>
+#include <vector>
 
-#include "roads.h"
+#include "onnxruntime_vornic.h"
 
 namespace {
 
-struct Road {
-    std::string name;
-    std::function<void()> call;
-    int calls = 1;  // timed together, so that the clock's step does not matter
-    std::vector<double> times = {};
+constexpr size_t kSizes[] = {1,    2,    4,    16,   64,    256,   1024,
+                             2048, 4096, 5000, 8192, 16384, 32768, 65536};
+constexpr double kSeconds = 2;  // for each size
+constexpr const char* kInput = "x0";
+constexpr const char* kOutput = "y0";
+
+const OrtApi* g_api;
+OrtSession* g_direct_session;
+OrtMemoryInfo* g_memory;
+InferenceSession* g_session;
+
+void check(OrtStatus* status) {
+    if (status == nullptr) return;
+    fprintf(stderr, "runs: %s\n", g_api->GetErrorMessage(status));
+    exit(1);
+}
+
+void check(bool success) {
+    if (success) return;
+    fprintf(stderr, "runs: %s\n", onnxruntime_vn_last_error());
+    exit(1);
+}
+
+// Both sessions run on one thread, so that they compare.
+void open_sessions(const char* model) {
+    SessionOptions* options = onnxruntime_vn_create_session_options();
+    onnxruntime_vn_session_options_set_intra_op_num_threads(options, 1);
+    g_session = onnxruntime_vn_create_session(model, options);
+    check(g_session != nullptr);
+    onnxruntime_vn_release_session_options(options);
+
+    OrtEnv* env = nullptr;
+    OrtSessionOptions* direct_options = nullptr;
+    g_api = OrtGetApiBase()->GetApi(24);
+    check(g_api->CreateEnv(ORT_LOGGING_LEVEL_WARNING, "runs", &env));
+    check(g_api->CreateSessionOptions(&direct_options));
+    check(g_api->SetIntraOpNumThreads(direct_options, 1));
+    check(g_api->CreateSession(env, std::filesystem::path(model).c_str(), direct_options,
+                               &g_direct_session));
+    g_api->ReleaseSessionOptions(direct_options);
+    check(g_api->CreateCpuMemoryInfo(OrtArenaAllocator, OrtMemTypeDefault, &g_memory));
+}
+
+// As Python and JavaScript write them: the fewest digits that identify the double.
+std::string tensor_json(const std::vector<float>& numbers) {
+    std::string text =
+        "{\"dtype\":\"float32\",\"shape\":[" + std::to_string(numbers.size()) + "],\"data\":[";
+    for (const double number : numbers) {
+        char digits[32];
+        text.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr) += ',';
+    }
+    text.back() = ']';
+    return text + "}";
+}
+
+struct Call {
+    const char* name;
+    std::function<void()> run;
+    int repeats = 1;  // timed together, so that the clock's resolution does not matter
+    double minimum = 1e12;
 };
 
-// The first call is not timed: it finds what the road before has left in the caches.
-double time_calls(const Road& road) {
-    road.call();
-    const auto start = std::chrono::steady_clock::now();
-    for (int i = 0; i < road.calls; ++i) road.call();
-    const std::chrono::duration<double, std::nano> taken = std::chrono::steady_clock::now() - start;
-    return taken.count() / road.calls;
-}
+// The same numbers, prepared for every call.
+class Input {
+public:
+    explicit Input(size_t count) : numbers_(count), shape_(static_cast<int64_t>(count)) {
+        std::mt19937 random(static_cast<unsigned>(count));
+        std::uniform_real_distribution<float> uniform(-1, 1);
+        for (float& number : numbers_) number = uniform(random);
+        const std::string text = tensor_json(numbers_);
+        feed_ = std::string("{\"") + kInput + "\":" + text + "}";
+        tensor_ = onnxruntime_vn_tensor_from_f32(numbers_.data(), static_cast<int32_t>(count),
+                                                 &shape_, 1);
+        check(tensor_ != nullptr);
+        binding_ = onnxruntime_vn_create_iobinding(g_session);
+        check(onnxruntime_vn_iobinding_bind_cpu_input_json(binding_, kInput, text.c_str()) == 1);
+        check(onnxruntime_vn_iobinding_bind_output(binding_, kOutput) == 1);
 
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
+        value_ = make_value();
+        check(g_api->CreateIoBinding(g_direct_session, &direct_binding_));
+        check(g_api->BindInput(direct_binding_, kInput, value_));
+        check(g_api->BindOutputToDevice(direct_binding_, kOutput, g_memory));
+        check_output(run_json());
+        check_output(run_tensor());
+    }
+    Input(const Input&) = delete;
+    Input& operator=(const Input&) = delete;
+    ~Input() {
+        onnxruntime_vn_release_tensor(tensor_);
+        onnxruntime_vn_release_iobinding(binding_);
+        g_api->ReleaseIoBinding(direct_binding_);
+        g_api->ReleaseValue(value_);
+    }
 
-// The roads take turns within each round, so that a slow moment of the machine meets them all.
-void measure(const std::string& row, std::vector<Road> roads, double seconds) {
-    double round = 0;
-    for (Road& road : roads) {
-        time_calls(road);  // caches and arenas get warm
-        const double once = std::max(std::min(time_calls(road), time_calls(road)), 1.0);
-        road.calls = static_cast<int>(std::clamp(100000 / once, 1.0, 1000.0));
-        round += once * road.calls;
+    std::vector<Call> calls() {
+        const auto release = onnxruntime_vn_release_result;
+        const auto fast = onnxruntime_vn_run_tensor_fast;
+        const auto bound = onnxruntime_vn_run_with_iobinding;
+        return {
+            {"direct call", [this] { run_direct(); }},
+            {"direct `RunWithBinding`",
+             [this] { check(g_api->RunWithBinding(g_direct_session, nullptr, direct_binding_)); }},
+            {"fast tensor run", [=, this] { release(fast(g_session, kInput, tensor_, nullptr)); }},
+            {"tensor run", [=, this] { release(run_tensor()); }},
+            {"JSON run", [=, this] { release(run_json()); }},
+            {"run with binding", [=, this] { release(bound(g_session, binding_, nullptr)); }},
+        };
     }
-    const int rounds = static_cast<int>(std::clamp(seconds * 1e9 / round, 5.0, 2000.0));
-    for (int i = 0; i < rounds; ++i) {
-        for (Road& road : roads) road.times.push_back(time_calls(road));
+
+private:
+    RunResult* run_json() { return onnxruntime_vn_run_json(g_session, nullptr, feed_.c_str()); }
+    RunResult* run_tensor() {
+        return onnxruntime_vn_run_tensor(g_session, kInput, tensor_, nullptr);
     }
-    for (const Road& road : roads) {
-        std::vector<double> added;
-        for (size_t i = 0; i < road.times.size(); ++i) {
-            added.push_back(road.times[i] - roads[0].times[i]);
+
+    OrtValue* make_value() {
+        OrtValue* value = nullptr;
+        check(g_api->CreateTensorWithDataAsOrtValue(g_memory, numbers_.data(),
+                                                    numbers_.size() * sizeof(float), &shape_, 1,
+                                                    ONNX_TENSOR_ELEMENT_DATA_TYPE_FLOAT, &value));
+        return value;
+    }
+
+    // As a C program uses the C API: a value over its own numbers, and the output read in place.
+    void run_direct() {
+        OrtValue* const value = make_value();
+        OrtValue* output = nullptr;
+        void* data = nullptr;
+        check(g_api->Run(g_direct_session, nullptr, &kInput, &value, 1, &kOutput, 1, &output));
+        check(g_api->GetTensorMutableData(output, &data));
+        g_api->ReleaseValue(output);
+        g_api->ReleaseValue(value);
+    }
+
+    void check_output(RunResult* result) {
+        check(result != nullptr);
+        const float* output = onnxruntime_vn_result_float_data(result);
+        const bool is_right =
+            onnxruntime_vn_result_float_count(result) == shape_ &&
+            std::equal(numbers_.begin(), numbers_.end(), output,
+                       [](float number, float doubled) { return doubled == 2 * number; });
+        if (!is_right) {
+            fprintf(stderr, "runs: a wrong output\n");
+            exit(1);
         }
-        printf("%s\t%s\t%.0f\t%.0f\t%.0f\n", row.c_str(), road.name.c_str(), median(road.times),
-               *std::min_element(road.times.begin(), road.times.end()), median(added));
+        onnxruntime_vn_release_result(result);
     }
+
+    std::vector<float> numbers_;
+    int64_t shape_;
+    std::string feed_;
+    FloatTensor* tensor_;
+    IoBinding* binding_;
+    OrtValue* value_;
+    OrtIoBinding* direct_binding_ = nullptr;
+};
+
+// The first run is not timed: it brings the caches back from the call measured before.
+double time_call(const Call& call) {
+    call.run();
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < call.repeats; ++i) call.run();
+    const std::chrono::duration<double, std::nano> taken = std::chrono::steady_clock::now() - start;
+    return taken.count() / call.repeats;
+}
+
+// The calls are interleaved in each round, so that a slow moment of the machine affects all of them.
+void measure(size_t count) {
+    Input input(count);
+    std::vector<Call> calls = input.calls();
+    double round = 0;
+    for (Call& call : calls) {
+        time_call(call);  // warms up caches and arenas
+        const double once = std::max(std::min(time_call(call), time_call(call)), 1.0);
+        call.repeats = static_cast<int>(std::clamp(100000 / once, 1.0, 1000.0));
+        round += once * call.repeats;
+    }
+    const int rounds = static_cast<int>(std::clamp(kSeconds * 1e9 / round, 5.0, 2000.0));
+    for (int i = 0; i < rounds; ++i) {
+        for (Call& call : calls) call.minimum = std::min(call.minimum, time_call(call));
+    }
+    for (const Call& call : calls) printf("%zu\t%s\t%.0f\n", count, call.name, call.minimum);
     fflush(stdout);
 }
 
-// Every road there is over one model.
-std::map<std::string, std::function<void()>> roads_of(Roads& roads) {
-    return {{"direct", [&] { roads.direct(); }},
-            {"direct, values kept", [&] { roads.direct_kept_values(); }},
-            {"direct with binding", [&] { roads.direct_binding(); }},
-            {"json", [&] { roads.json(); }},
-            {"tensor", [&] { roads.tensor(); }},
-            {"tensor fast", [&] { roads.tensor_fast(); }},
-            {"binding", [&] { roads.binding(); }}};
-}
-
-void table_row(const std::string& folder, size_t numbers, const Strings& names, double seconds) {
-    Roads roads(folder, "inputs1", 1, 1, numbers);
-    roads.check_outputs();
-    auto all = roads_of(roads);
-    std::vector<Road> wanted;
-    for (const std::string& name : names) wanted.push_back({name, all[name]});
-    measure(std::to_string(numbers), wanted, seconds);
-}
-
-// A host that has run for a while has room inside its heap. The heap of a new process ends behind its
-// last block, and some heaps give the pages there back at each free and fault them in again.
+// A host that has run for a while has free memory inside its heap. In a new process the heap ends after
+// its last block, and some heaps return the pages there at each free and fault them in again.
 void settle_heap() {
-    static void* live[64];  // small ones, so that they come behind the large
+    static void* live[64];  // small blocks, so that they come after the large ones
     void* large[8];
     for (void*& block : large) block = calloc(400, 1024);
     for (void*& block : live) block = malloc(2000);
     for (void* block : large) free(block);
 }
 
-void print_table(const std::string& folder) {
-    table_row(folder, 2,
-              {"direct", "direct, values kept", "direct with binding", "tensor fast", "tensor",
-               "json", "binding"},
-              3);
-    table_row(folder, 5000, {"direct", "json", "tensor", "tensor fast"}, 3);
-    table_row(folder, 65536, {"direct", "json", "tensor", "tensor fast"}, 3);
-}
-
-void size_row(const std::string& folder, const std::string& kind, size_t size, size_t inputs,
-              size_t outputs, size_t numbers) {
-    const std::string model =
-        kind == "numbers" ? "inputs1" : kind + std::to_string(std::max(inputs, outputs));
-    Roads roads(folder, model, inputs, outputs, numbers);
-    roads.check_outputs();
-    measure(kind + " " + std::to_string(size),
-            {{"direct", [&] { roads.direct(); }}, {"json", [&] { roads.json(); }}}, 0.5);
-}
-
-void print_sizes(const std::string& folder) {
-    for (size_t n : {1, 4, 16, 64, 256, 1024, 2048, 4096, 5000, 8192, 16384, 32768, 65536}) {
-        size_row(folder, "numbers", n, 1, 1, n);
-    }
-    for (size_t n : {1, 2, 4, 8, 16}) size_row(folder, "inputs", n, n, 1, 4096);
-    for (size_t n : {1, 2, 4, 8, 16}) size_row(folder, "outputs", n, 1, n, 300);
-}
-
-int print_usage() {
-    fprintf(stderr, "usage: runs MODELS table|sizes|loop ROAD NUMBERS COUNT\n");
-    return 2;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 3) return print_usage();
-    const std::string folder = argv[1];
-    const std::string what = argv[2];
+    if (argc != 2 && argc != 5) {
+        fprintf(stderr, "usage: runs MODEL [CALL NUMBERS COUNT]\n");
+        return 2;
+    }
     settle_heap();
-    if (what == "table") {
-        print_table(folder);
-    } else if (what == "sizes") {
-        print_sizes(folder);
-    } else if (what == "loop" && argc == 6) {
-        Roads roads(folder, "inputs1", 1, 1, static_cast<size_t>(atol(argv[4])));
-        const auto call = roads_of(roads)[argv[3]];
-        for (long i = atol(argv[5]); i > 0; --i) call();
-    } else {
-        return print_usage();
+    open_sessions(argv[1]);
+    if (argc == 2) {
+        for (const size_t size : kSizes) measure(size);
+        return 0;
+    }
+    Input input(static_cast<size_t>(atol(argv[3])));
+    for (const Call& call : input.calls()) {
+        if (strcmp(call.name, argv[2]) != 0) continue;
+        for (long i = atol(argv[4]); i > 0; --i) call.run();
     }
     return 0;
 }

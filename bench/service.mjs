@@ -1,45 +1,38 @@
-// What bench/service.py compares with: the same service with onnxruntime-node and Node's http, two workers
-// with a session of one thread each. It knows the detector's types, and checks JSON and sizes alone.
+// The service to compare with in bench/service.py: onnxruntime-node and Node's http, two workers with a session
+// of one thread each. Of a feed it checks JSON and sizes alone.
 import cluster from 'node:cluster';
 import http from 'node:http';
 import {createRequire} from 'node:module';
 
 const {InferenceSession, Tensor} = createRequire(import.meta.url)('onnxruntime-node');
 
-function tensorOf({dtype, shape, data}) {
-  return dtype === 'int64' ?
-      new Tensor(dtype, BigInt64Array.from(data, BigInt), shape) :
-      new Tensor(dtype, Float32Array.from(data), shape);
-}
-
 async function answer(session, body) {
   try {
-    const feed = Object.entries(JSON.parse(body)).map(([name, item]) => [name, tensorOf(item)]);
-    const results = await session.run(Object.fromEntries(feed));
-    const outputs = Object.entries(results).map(
-        ([name, {type, dims, data}]) => [name, {dtype: type, shape: dims, data: Array.from(data)}]);
-    return [200, {outputs: Object.fromEntries(outputs)}];
+    const feed = {};
+    for (const [name, {dtype, shape, data}] of Object.entries(JSON.parse(body))) {
+      const typed = dtype === 'int64' ? BigInt64Array.from(data, BigInt) : Float32Array.from(data);
+      feed[name] = new Tensor(dtype, typed, shape);
+    }
+    const outputs = {};
+    for (const [name, {type, dims, data}] of Object.entries(await session.run(feed))) {
+      outputs[name] = {dtype: type, shape: dims, data: Array.from(data)};
+    }
+    return [200, {outputs}];
   } catch (error) {
     return [400, {error: error.message || 'refused'}];
   }
 }
 
 if (cluster.isPrimary) {
-  for (let i = 0; i < 2; ++i) cluster.fork();
-  let told = 0;
+  let ready = 0;
   cluster.on('listening', (_, {port}) => {
-    if (++told === 2) console.log(`service: http://127.0.0.1:${port}`);
+    if (++ready === 2) console.log(`service: http://127.0.0.1:${port}`);
   });
-  cluster.on('exit', () => process.exitCode === undefined && cluster.fork());
-  cluster.on('fork', (worker) => worker.on('error', () => {}));  // killed before it was ready
-  process.on('SIGTERM', () => {
-    process.exitCode = 0;
-    cluster.disconnect(() => process.exit());
-  });
+  cluster.fork();
+  cluster.fork();
+  process.on('SIGTERM', () => cluster.disconnect(() => process.exit()));
 } else {
-  const options = {intraOpNumThreads: 1, interOpNumThreads: 1};
-  const session = await InferenceSession.create(process.argv[2], options);
-  process.on('SIGTERM', () => {});
+  const session = await InferenceSession.create(process.argv[2], {intraOpNumThreads: 1, interOpNumThreads: 1});
   const server = http.createServer((request, response) => {
     const parts = [];
     request.on('data', (part) => parts.push(part));
@@ -51,5 +44,5 @@ if (cluster.isPrimary) {
     });
   });
   process.on('disconnect', () => server.closeAllConnections());
-  server.listen(Number(process.env.PORT || 0), '127.0.0.1');
+  server.listen(0, '127.0.0.1');
 }

@@ -29,17 +29,17 @@ public final class Host {
 
     static void measure(String way, float[] expected, Way call) throws Throwable {
         var answer = new float[0];
-        long least = Long.MAX_VALUE;
+        long minimum = Long.MAX_VALUE;
         for (int i = 0; i < 200; i++) {
             long begin = System.nanoTime();
             try (var arena = Arena.ofConfined()) {
                 answer = call.run(arena);
             }
-            least = Math.min(least, System.nanoTime() - begin);
+            minimum = Math.min(minimum, System.nanoTime() - begin);
         }
         if (!Arrays.equals(answer, expected)) throw new Exception(way + ": wrong");
         var version = System.getProperty("java.version");
-        System.out.printf(Locale.ROOT, "Java %s\t%s\t%.1f%n", version, way, least / 1e3);
+        System.out.printf(Locale.ROOT, "Java %s\t%s\t%.1f%n", version, way, minimum / 1e3);
     }
 
     static MethodHandle FLOAT_DATA, RELEASE_RESULT;

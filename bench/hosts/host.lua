@@ -31,14 +31,14 @@ local function tensor()
 end
 
 local function measure(way, run)
-    local least, answer = math.huge, nil
+    local minimum, answer = math.huge, nil
     for _ = 1, 100 do
         local begin = os.clock()
         answer = run()
-        least = math.min(least, os.clock() - begin)
+        minimum = math.min(minimum, os.clock() - begin)
     end
     for i = 1, #numbers do assert(answer[i] == numbers[i] * (dtype == "float32" and 2 or 1)) end
-    print(jit.version, way, ("%.1f"):format(1e6 * least))
+    print(jit.version, way, ("%.1f"):format(1e6 * minimum))
 end
 
 measure("table.concat", json)

@@ -33,13 +33,13 @@ if ($dtype === 'float32') {
     $ways += ['json_encode, 9 digits' => fn() => $json(9), 'tensor' => $tensor];
 }
 foreach ($ways as $way => $run) {
-    $least = INF;
+    $minimum = INF;
     for ($i = 0; $i < 20; ++$i) {
         $begin = hrtime(true);
         $answer = $run();
-        $least = min($least, hrtime(true) - $begin);
+        $minimum = min($minimum, hrtime(true) - $begin);
     }
     $expected = array_map(fn($number) => $dtype === 'float32' ? 2 * $number : (float) $number, $numbers);
     $answer === $expected || exit("$way: wrong\n");
-    printf("PHP %s\t%s\t%.1f\n", PHP_VERSION, $way, $least / 1000);
+    printf("PHP %s\t%s\t%.1f\n", PHP_VERSION, $way, $minimum / 1000);
 }

@@ -1,6 +1,6 @@
 """From Python's numbers to Python's numbers, and from NumPy's: host.py LIBRARY MODEL DTYPE COUNT
 
-Each program here prints the least time in µs of a whole call: making the feed, the run, reading the answer.
+Each program here prints the minimum time of a whole call in µs: making the feed, the run, reading the output.
 """
 import json
 import pathlib
