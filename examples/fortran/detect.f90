@@ -1,8 +1,7 @@
-! How much a 125 Hz buzz sounds like speech: three chunks of 32 ms through a speech detector.
+! Runs a speech detector on three 32 ms chunks of a 125 Hz buzz. The chunks are alike; the answers
+! differ by the detector's state, which each run passes on.
 !
 ! usage: detect MODEL     (built by gfortran detect.f90 -LFOLDER -Wl,-rpath,FOLDER -lonnxruntime_vornic)
-!
-! Every chunk is the same; the answers differ by the detector's state, which each run hands on.
 program detect
   use, intrinsic :: iso_c_binding
   use, intrinsic :: iso_fortran_env, only: error_unit
