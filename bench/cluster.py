@@ -14,10 +14,10 @@ sys.path[:0] = [str(ROOT / "examples/python"), str(ROOT / "modules/python")]
 
 import cluster
 import distributed
-import roads
+import inputs
 import speech
 
-LIBRARY, MODEL = os.path.abspath(sys.argv[1]), roads.fetched(speech.MODEL)
+LIBRARY, MODEL = os.path.abspath(sys.argv[1]), inputs.find_model(speech.MODEL)
 COUNT = 400
 
 

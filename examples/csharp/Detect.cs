@@ -15,7 +15,7 @@ static class Detect {
     [DllImport("libdl.so.2")] static extern IntPtr dlopen(byte[] path, int flags);
     [DllImport("libdl.so.2")] static extern IntPtr dlerror();
     [DllImport(Library)] static extern IntPtr onnxruntime_vn_last_error();
-    [DllImport(Library)] static extern IntPtr onnxruntime_vn_create_session(byte[] model, byte[] none);
+    [DllImport(Library)] static extern IntPtr onnxruntime_vn_create_session(byte[] path, byte[] o);
     [DllImport(Library)] static extern void onnxruntime_vn_release_session(IntPtr session);
     [DllImport(Library)]
     static extern IntPtr onnxruntime_vn_run_json(IntPtr session, byte[] outputs, byte[] feed);
@@ -35,14 +35,14 @@ static class Detect {
     // Not part of Main: Mono looks a function up when it compiles the method that calls it.
     static void Run(string model) {
         var sawtooth = Enumerable.Range(0, 512).Select(i => (i % 128 - 64) / 128.0);
-        string input = Tensor("[1,512]", sawtooth.ToArray()), h = Tensor("[2,1,64]", new double[128]);
-        string rate = "{\"dtype\":\"int64\",\"shape\":[],\"data\":[16000]}", c = h;
+        string input = Tensor("[1,512]", sawtooth.ToArray());
+        string rate = "{\"dtype\":\"int64\",\"shape\":[],\"data\":[16000]}";
+        string h = Tensor("[2,1,64]", new double[128]), c = h;
         var session = Check(onnxruntime_vn_create_session(Text(model), null));
         for (int chunk = 0; chunk < 3; chunk++) {
             var feed = Text($"{{\"input\":{input},\"sr\":{rate},\"h\":{h},\"c\":{c}}}");
             var result = Check(onnxruntime_vn_run_json(session, null, feed)); // null: all outputs
-            var speech = onnxruntime_vn_result_float_at(result, 0); // of the first output
-            Console.WriteLine($"chunk {chunk}: {speech:F3}");
+            Console.WriteLine($"chunk {chunk}: {onnxruntime_vn_result_float_at(result, 0):F3}");
             var json = Copy(onnxruntime_vn_result_json(result));
             onnxruntime_vn_release_result(result);
             h = Regex.Match(json, "\"hn\":({[^}]*})").Groups[1].Value;

@@ -53,8 +53,8 @@ public final class Detect {
         try (var arena = Arena.ofConfined()) {
             // By full path, so that no other library of this name and no other runtime is found.
             library = SymbolLookup.libraryLookup(Path.of(arguments[1]).toAbsolutePath(), arena);
-            var create = function("create_session", ADDRESS, ADDRESS);
-            var session = check(create.invoke(arena.allocateFrom(arguments[0]), MemorySegment.NULL));
+            MemorySegment model = arena.allocateFrom(arguments[0]), none = MemorySegment.NULL;
+            var session = check(function("create_session", ADDRESS, ADDRESS).invoke(model, none));
             detect(session, arena);
             function("release_session", ADDRESS).invoke(session);
         } catch (Exception error) {

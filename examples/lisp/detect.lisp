@@ -30,7 +30,7 @@
   (format nil "{\"dtype\":\"~a\",\"shape\":~a,\"data\":[~{~f~^,~}]}" dtype shape numbers))
 
 (defun state-of (name json)
-  "An output's tensor in a result's text, which has the form of an input's."
+  "An output's tensor in a result's JSON. It has the form of an input's."
   (let ((start (+ (search (format nil "\"~a\":{" name) json) (length name) 3)))
     (subseq json start (1+ (position #\} json :start start)))))
 

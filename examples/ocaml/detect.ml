@@ -38,7 +38,7 @@ let tensor dtype shape numbers =
   let data = String.concat "," (List.map (Printf.sprintf "%.9g") numbers) in
   Printf.sprintf {|{"dtype":"%s","shape":%s,"data":[%s]}|} dtype shape data
 
-(* An output's tensor in a result's text, which has the form of an input's. *)
+(* An output's tensor in a result's JSON. It has the form of an input's. *)
 let state name json =
   ignore (Str.search_forward (Str.regexp ({|"|} ^ name ^ {|":\({[^}]*}\)|})) json 0);
   Str.matched_group 1 json

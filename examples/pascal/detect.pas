@@ -4,7 +4,6 @@
   usage: detect MODEL          (built by fpc -FlFOLDER -k-rpath -kFOLDER detect.pas) }
 program Detect; {$mode objfpc}{$H+}{$linklib onnxruntime_vornic}
 uses StrUtils, SysUtils;
-
 const Prefix = 'onnxruntime_vn_';
 { A pansichar that is returned is copied when it is assigned to a string. }
 function LastError: pansichar; cdecl; external name Prefix + 'last_error';
@@ -14,8 +13,7 @@ procedure ReleaseSession(Session: pointer); cdecl; external name Prefix + 'relea
 function RunJson(Session: pointer; Outputs, Feed: pansichar): pointer; cdecl;
   external name Prefix + 'run_json';
 function ResultJson(Made: pointer): pansichar; cdecl; external name Prefix + 'result_json';
-function FloatAt(Made: pointer; Index: longint): single; cdecl;
-  external name Prefix + 'result_float_at';
+function FloatAt(Made: pointer; I: int32): single; cdecl; external name Prefix + 'result_float_at';
 procedure ReleaseResult(Made: pointer); cdecl; external name Prefix + 'release_result';
 
 { Returns a handle. The error text is meaningful only after a failure. }
@@ -25,7 +23,7 @@ begin
   Result := Handle;
 end;
 
-{ An output's tensor in a result's text, which has the form of an input's. }
+{ An output's tensor in a result's JSON. It has the form of an input's. }
 function State(const Name, Json: string): string;
 begin
   Result := Copy(Json, Pos('"' + Name + '":{', Json) + Length(Name) + 3);
@@ -42,8 +40,7 @@ begin
     Str((I mod 128 - 64) / 128:0:9, Number);  { with a point in every locale }
     Samples := Samples + Number + ',';        { a trailing comma is allowed }
   end;
-  H := '{"dtype":"float32","shape":[2,1,64],"data":[' + DupeString('0,', 128) + ']}';
-  C := H;
+  H := '{"dtype":"float32","shape":[2,1,64],"data":[' + DupeString('0,', 128) + ']}'; C := H;
   Session := Check(CreateSession(pansichar(Model), nil));
   try
     for Chunk := 0 to 2 do begin

@@ -1,14 +1,9 @@
-#!/usr/bin/env ruby
-# frozen_string_literal: true
-
 # Runs a speech detector on three 32 ms chunks of a 125 Hz buzz. The chunks are alike; the answers
 # differ by the detector's state, which each run passes on.
 #
-# usage: detect.rb MODEL LIBRARY
+# usage: ruby detect.rb MODEL LIBRARY
 require "fiddle"
 require "json"
-
-class VornicError < StandardError; end
 
 class Library
   # A CONST_STRING that is returned is copied into a String.
@@ -31,10 +26,10 @@ class Library
     end
   end
 
-  # Yields a handle and releases it, whatever the block does. The error text is meaningful only after
-  # a failure.
+  # Yields a handle and releases it, whatever the block does. The error text is meaningful only
+  # after a failure.
   def with(handle, release)
-    raise VornicError, last_error.force_encoding(Encoding::UTF_8) if handle.null?
+    raise last_error.force_encoding(Encoding::UTF_8) if handle.null?
 
     yield handle
   ensure
@@ -61,9 +56,9 @@ def detect(library, model)
   end
 end
 
-abort "usage: detect.rb MODEL LIBRARY" if ARGV.length != 2
+abort "usage: ruby detect.rb MODEL LIBRARY" if ARGV.length != 2
 begin
   detect(Library.new(ARGV[1]), ARGV[0])
-rescue VornicError, Fiddle::DLError, SystemCallError => e
+rescue RuntimeError, Fiddle::DLError, SystemCallError => e
   abort "detect: #{e.message}"
 end
