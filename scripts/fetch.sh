@@ -1,6 +1,5 @@
-# How scripts/prepare fetches what does not come as a Debian package of the system's own release: npm
-# packages, packages of other Debian suites, and locales. The results go into $deps; $work is a temporary
-# folder, $log takes the output of the programs, and lacks reports what cannot be had.
+# How scripts/prepare gets what is not a Debian package of the system's release: npm packages, packages of
+# other Debian suites, and locales. $work is a temporary folder; lacks reports what cannot be had.
 
 # Whether the npm packages for $1 (demo, test or bench) have been fetched by the current lock file.
 is_fetched() {
@@ -55,8 +54,7 @@ copy_runtime() {
     cp "$build/win32/x64/onnxruntime.dll" "$deps/$2/win-x64"
 }
 
-# What npm needs to install the module for Node.js on Linux and Windows without the network: koffi, in a
-# cache of npm's own layout.
+# An npm cache from which the module for Node.js can be installed without the network.
 fill_npm_cache() {
     local system version
     version=$(cd "$work/npm" && node -p 'require("./package.json").devDependencies.koffi')
@@ -96,7 +94,7 @@ END
     fi
 }
 
-# ONNX Runtime's C header, from Debian 13; Debian 12 has none. Its function table is a prefix of version 24's.
+# ONNX Runtime's C header, from Debian 13. Its function table is a prefix of version 24's.
 fetch_header() {
     local package=$work/trixie/package
     [[ ! -e $deps/onnxruntime/include/onnxruntime_c_api.h ]] || return 0
@@ -142,10 +140,10 @@ fetch_bench() {
 # Locales for tests of hosts that do not run in English, used through LOCPATH.
 make_locales() {
     local locale
+    mkdir -p "$deps/locale"
     for locale in de_DE en_US; do
         [[ ! -e $deps/locale/$locale.UTF-8/LC_NUMERIC ]] || continue
         [[ -e /usr/share/i18n/locales/$locale ]] || continue # reported as a missing Debian package
-        mkdir -p "$deps/locale"
         localedef --no-archive -i $locale -f UTF-8 "$deps/locale/$locale.UTF-8" >>"$log" 2>&1 ||
             lacks "locale $locale.UTF-8 (see $log)"
     done

@@ -15,7 +15,7 @@ static class Detect {
     [DllImport("libdl.so.2")] static extern IntPtr dlopen(byte[] path, int flags);
     [DllImport("libdl.so.2")] static extern IntPtr dlerror();
     [DllImport(Library)] static extern IntPtr onnxruntime_vn_last_error();
-    [DllImport(Library)] static extern IntPtr onnxruntime_vn_create_session(byte[] path, byte[] o);
+    [DllImport(Library)] static extern IntPtr onnxruntime_vn_create_session(byte[] path, byte[] _);
     [DllImport(Library)] static extern void onnxruntime_vn_release_session(IntPtr session);
     [DllImport(Library)]
     static extern IntPtr onnxruntime_vn_run_json(IntPtr session, byte[] outputs, byte[] feed);

@@ -3,8 +3,8 @@
 %%
 %% usage: escript detect.erl MODEL TOOL     (TOOL is the path of onnxruntime_vornic-run)
 %%
-%% The tool runs as a port, which reads a feed and writes a result on one line each. No model can take
-%% the Erlang node down.
+%% The tool runs as a port, which reads a feed and writes a result on one line each. No model can
+%% take the Erlang node down.
 -module(detect).
 -export([main/1]).
 

@@ -1,5 +1,5 @@
-// Runs a speech detector without blocking the event loop, with a deadline for each run: on one chunk,
-// four runs at a time, and on 128 chunks at once, which the deadline interrupts.
+// Runs a speech detector without blocking the event loop, with a deadline for each run: on one
+// chunk, four runs at a time, and on 128 chunks at once, which the deadline interrupts.
 //
 // usage: node deadline.js MODEL [LIBRARY]   (needs: npm install onnxruntime-vornic-1.0.0.tgz)
 'use strict';

@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
 """Finds the share of speech in each recording, with a detector in every process of a Dask cluster.
 
-Without --scheduler the cluster runs on this machine and ends with the program. For a larger one, start
-`dask-scheduler` on one machine and `dask-worker ADDRESS --nthreads 1 --nworkers CORES` on each, with
-this folder and the module in PYTHONPATH. Workers read library, model and recordings by these paths.
+Without --scheduler the cluster runs on this machine and ends with the program. For a larger one,
+start `dask-scheduler` on one machine and `dask-worker ADDRESS --nthreads 1 --nworkers CORES` on
+each, with this folder and the module in PYTHONPATH. Workers read library, model and recordings by
+the paths given here.
 """
 import os
 
@@ -43,8 +44,8 @@ def detect(client, library, model, paths, batch):
     """Yields each recording with its share of speech, or the reason for having none."""
     client.register_worker_plugin(Detector(library, model))
     tasks = {f"batch {i}": paths[i : i + batch] for i in range(0, len(paths), batch)}
-    # Only the iterator holds the futures, and it drops each one that is done. If a result were still
-    # held when its worker dies, Dask would compute it again.
+    # Only the iterator holds the futures, and it drops each one that is done. If a result were
+    # still held when its worker dies, Dask would compute it again.
     done = distributed.as_completed(
         client.map(shares_of_speech, list(tasks.values()), key=list(tasks), pure=False),
         with_results=True,

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Finds speech in a recording with a detector, 32 ms at a time. Without --model, four ways of running
-a model are timed afterwards (compare.py)."""
+"""Finds speech in a recording with a detector, 32 ms at a time. Without --model, four ways of
+running a model are timed afterwards (compare.py)."""
 import json
 import time
 
