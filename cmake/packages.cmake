@@ -13,8 +13,8 @@ file(CONFIGURE OUTPUT packages.json @ONLY CONTENT [[{
     "architecture": "@architecture@",
     "cross": @cross@,
     "readelf": "@CMAKE_READELF@",
-    "library": "@beside_library@/@vornic_file@",
-    "runtime": "@beside_library@/@beside_library_runtime@",
+    "library": "@library_folder@/@vornic_file@",
+    "runtime": "@runtime_folder@/@runtime_name@",
     "licences": "@licences@",
     "runtime_licences": "@ONNXRUNTIME_LICENCES_NAMED@"
 }

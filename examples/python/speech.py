@@ -12,29 +12,13 @@ MODEL = "silero_vad.onnx"
 CHUNK = 512  # samples; the detector was trained on chunks of this size
 BLOCKS = "▁▂▃▄▅▆▇█"
 LINE = 75  # chunks on a line, 2.4 s
-NO_VERSION = 2**63 - 1  # what ONNX Runtime gives for a model without a version
-
-
-def print_table(rows):
-    widths = [max(map(len, column)) for column in zip(*rows)]
-    for row in rows:
-        print("  " + "  ".join(text.ljust(width) for text, width in zip(row, widths)).rstrip())
 
 
 def describe(library, session, model):
-    print(f"ONNX Runtime {library.version}, {', '.join(library.providers)}\n{model}")
-    rows = []
-    for kind, values in (("input", session.inputs), ("output", session.outputs)):
-        for value in values:
-            sizes = zip(value["shape"], value["shape_symbols"])
-            shape = ", ".join(symbol or ("?" if size < 0 else str(size)) for size, symbol in sizes)
-            rows.append((kind, value["name"], value["dtype"], f"[{shape}]"))
-    print_table(rows)
-    metadata = session.metadata
-    metadata.update(metadata.pop("custom_metadata_map", {}))
-    if metadata.get("version") == NO_VERSION:
-        metadata["version"] = ""
-    print_table([(key, " ".join(str(value).split()) or "-") for key, value in metadata.items()])
+    print(f"ONNX Runtime {library.version}\n{model}")
+    for kind, values in (("inputs", session.inputs), ("outputs", session.outputs)):
+        texts = (f"{value['name']} {value['dtype']} {value['shape']}" for value in values)
+        print(f"  {kind}: {', '.join(texts)}")
 
 
 def output_text(result, name):
