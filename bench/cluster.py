@@ -16,10 +16,10 @@ sys.path[:0] = [str(ROOT / "examples/python"), str(ROOT / "modules/python")]
 
 import cluster
 import distributed
-import roads
+import inputs
 import speech
 
-LIBRARY, MODEL = os.path.abspath(sys.argv[1]), roads.fetched(speech.MODEL)
+LIBRARY, MODEL = os.path.abspath(sys.argv[1]), inputs.find_model(speech.MODEL)
 COUNT = 400
 LOCAL = {"threads_per_worker": 1, "host": "127.0.0.1", "dashboard_address": None}
 

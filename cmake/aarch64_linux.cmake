@@ -10,6 +10,6 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 
-# With this, ctest runs the programs of the build as any other test. They find the loader and the C
-# library of arm64 through QEMU_LD_PREFIX, which the tests set to the folder above.
+# Lets ctest run the built programs. They find the loader and the C library of arm64 through
+# QEMU_LD_PREFIX, which the tests set to the folder above.
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64-static)

@@ -1,4 +1,4 @@
-# The processor that is built for, by the name that folders, files and packages have for it.
+# The target processor, as folders, files and packages name it.
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$")
     set(architecture x64)
 elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64|ARM64)$")

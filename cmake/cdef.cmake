@@ -1,5 +1,5 @@
-# onnxruntime_vornic.cdef, beside the library: the header's types and functions, one a line, without
-# comments and preprocessor. Foreign-function interfaces that read C take it as it is.
+# onnxruntime_vornic.cdef: the header's types and functions, one on each line, without comments and
+# preprocessor directives, for foreign-function interfaces that parse C.
 
 set(cdef_header "${PROJECT_SOURCE_DIR}/include/onnxruntime_vornic.h")
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${cdef_header}")

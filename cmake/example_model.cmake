@@ -1,9 +1,9 @@
-# double.onnx, which adds its input to itself: the model that the pages speak of, for the packages.
+# double.onnx, the model of the documentation, which adds its input to itself, for the packages.
 
 find_program(VORNIC_PYTHON python3 PATHS /usr/bin NO_DEFAULT_PATH)
 execute_process(COMMAND "${VORNIC_PYTHON}" -c "import onnx" RESULT_VARIABLE no_onnx OUTPUT_QUIET ERROR_QUIET)
 if(no_onnx)
-    message(STATUS "No Python with onnx: double.onnx is left out of what is installed")
+    message(STATUS "No Python module onnx: double.onnx is not installed")
 else()
     set(example_model "${CMAKE_BINARY_DIR}/example/double.onnx")
     set(make_models "${PROJECT_SOURCE_DIR}/tests/support/make_models.py")

@@ -1,5 +1,5 @@
-# What cmake --install puts where. Every path is relative to the prefix, which may be moved. The parts are
-# library, development and tools.
+# What cmake --install puts where. All paths are relative to the prefix, which may be moved. The components
+# are library, development, tools and python.
 
 include(CMakePackageConfigHelpers)
 set(deb_name onnxruntime-vornic)  # Debian allows no underscore
@@ -9,10 +9,9 @@ endif()
 include(GNUInstallDirs)
 
 option(VORNIC_INSTALL_RUNTIME
-    "Install ONNX Runtime too: on Linux in a folder of its own, where only this library finds it" ON)
+    "Install ONNX Runtime too: on Linux in a private folder, where only this library finds it" ON)
 
-# The library's own folder of the runtime comes first: the folder around it may be the system's,
-# with another ONNX Runtime.
+# The private folder comes first: the one around it may be the system's, with another ONNX Runtime.
 set(private_folder onnxruntime_vornic)
 set_target_properties(onnxruntime_vornic PROPERTIES
     INSTALL_RPATH "$ORIGIN/${private_folder};$ORIGIN")
@@ -25,26 +24,21 @@ install(TARGETS onnxruntime_vornic EXPORT onnxruntime_vornic
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 install(FILES "${PROJECT_SOURCE_DIR}/include/onnxruntime_vornic.h"
     DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
-# Beside the library, where programs that load it by its path find it.
-set(beside_library "${CMAKE_INSTALL_LIBDIR}")
-if(WIN32)
-    set(beside_library "${CMAKE_INSTALL_BINDIR}")
-endif()
-install(FILES "${CMAKE_BINARY_DIR}/onnxruntime_vornic.cdef" DESTINATION "${beside_library}")
-set(vornic_file libonnxruntime_vornic.so.${PROJECT_VERSION_MAJOR})
-set(beside_library_runtime "${private_folder}/${runtime_name}")
 if(WIN32)
     set(vornic_file onnxruntime_vornic.dll)
-    set(beside_library_runtime "${runtime_name}")
+    set(library_folder "${CMAKE_INSTALL_BINDIR}")
+    set(runtime_folder "${library_folder}")
+else()
+    set(vornic_file libonnxruntime_vornic.so.${PROJECT_VERSION_MAJOR})
+    set(library_folder "${CMAKE_INSTALL_LIBDIR}")
+    set(runtime_folder "${library_folder}/${private_folder}")
 endif()
+# Next to the library, where programs that load it by path find it.
+install(FILES "${CMAKE_BINARY_DIR}/onnxruntime_vornic.cdef" DESTINATION "${library_folder}")
 if(VORNIC_INSTALL_RUNTIME)
-    if(WIN32)
-        install(FILES "${ONNXRUNTIME_LIBRARY}" DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT library)
-    else()
-        file(REAL_PATH "${ONNXRUNTIME_LIBRARY}" runtime_file)
-        install(FILES "${runtime_file}" RENAME "${runtime_name}"
-            DESTINATION "${CMAKE_INSTALL_LIBDIR}/${private_folder}" COMPONENT library)
-    endif()
+    file(REAL_PATH "${ONNXRUNTIME_LIBRARY}" runtime_file)
+    install(FILES "${runtime_file}" RENAME "${runtime_name}" DESTINATION "${runtime_folder}"
+        COMPONENT library)
 endif()
 if(WIN32)
     include(msvc_import_library)
@@ -75,39 +69,25 @@ configure_file("${CMAKE_CURRENT_LIST_DIR}/onnxruntime_vornic.pc.in" onnxruntime_
 install(FILES "${CMAKE_BINARY_DIR}/onnxruntime_vornic.pc"
     DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 
-# Documents and examples, as far as there are any.
-foreach(document LICENSE README.md CHANGELOG.md)
-    if(EXISTS "${PROJECT_SOURCE_DIR}/${document}")
-        install(FILES "${PROJECT_SOURCE_DIR}/${document}" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
-    endif()
-endforeach()
-foreach(folder docs examples)
-    if(EXISTS "${PROJECT_SOURCE_DIR}/${folder}")
-        install(DIRECTORY "${PROJECT_SOURCE_DIR}/${folder}" DESTINATION "${CMAKE_INSTALL_DOCDIR}"
-            PATTERN __pycache__ EXCLUDE PATTERN Doxyfile EXCLUDE PATTERN "*.sed" EXCLUDE)
-    endif()
-endforeach()
-
-install(FILES "${PROJECT_SOURCE_DIR}/modules/node/README.md" DESTINATION "${CMAKE_INSTALL_DOCDIR}/modules/node")
-# The module, where the examples look for it.
-install(DIRECTORY "${PROJECT_SOURCE_DIR}/modules/python/onnxruntime_vornic"
+# Documents and examples.
+install(FILES LICENSE README.md CHANGELOG.md DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+install(DIRECTORY docs examples DESTINATION "${CMAKE_INSTALL_DOCDIR}"
+    PATTERN __pycache__ EXCLUDE PATTERN Doxyfile EXCLUDE PATTERN "*.sed" EXCLUDE)
+install(FILES modules/node/README.md DESTINATION "${CMAKE_INSTALL_DOCDIR}/modules/node")
+# The Python module, where the examples look for it.
+install(DIRECTORY modules/python/onnxruntime_vornic
     DESTINATION "${CMAKE_INSTALL_DOCDIR}/modules/python" COMPONENT python PATTERN __pycache__ EXCLUDE)
 
-# The model that the pages speak of, and a feed for it.
 if(TARGET vornic_example_model)
-    install(FILES "${example_model}" "${PROJECT_SOURCE_DIR}/examples/double.json"
-        DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples")
+    install(FILES "${example_model}" DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples")
 endif()
 
-# For authors of bindings: what the library answers, call by call, and the models that it is asked about.
-install(FILES "${PROJECT_SOURCE_DIR}/tests/script.txt" "${PROJECT_SOURCE_DIR}/tests/play.py"
-    "${PROJECT_SOURCE_DIR}/tests/caller.cpp"
-    DESTINATION "${CMAKE_INSTALL_DOCDIR}/tests")
-install(FILES "${PROJECT_SOURCE_DIR}/tests/support/make_models.py"
-    DESTINATION "${CMAKE_INSTALL_DOCDIR}/tests/support")
+# For authors of bindings: calls with the library's answers, and the models they use.
+install(FILES tests/script.txt tests/play.py tests/caller.cpp DESTINATION "${CMAKE_INSTALL_DOCDIR}/tests")
+install(FILES tests/support/make_models.py DESTINATION "${CMAKE_INSTALL_DOCDIR}/tests/support")
 
 # The licences of everything that is installed, in one file, and the texts that it refers to.
-file(READ "${PROJECT_SOURCE_DIR}/LICENSE" library_licence)
+file(READ LICENSE library_licence)
 set(runtime_licences "")
 if(VORNIC_INSTALL_RUNTIME)
     set(runtime_licences "ONNX Runtime ${ONNXRUNTIME_RELEASE}\n============\n\n${ONNXRUNTIME_LICENCES_ARE}\n\n")
@@ -127,5 +107,6 @@ if(MINGW)
     install(FILES /usr/share/doc/mingw-w64-common/copyright RENAME MinGW-w64
         DESTINATION "${CMAKE_INSTALL_DOCDIR}/licences" OPTIONAL)
 endif()
-configure_file("${CMAKE_CURRENT_LIST_DIR}/copyright.in" copyright @ONLY)
+file(CONFIGURE OUTPUT copyright @ONLY CONTENT
+    "onnxruntime_vornic\n==================\n\n@library_licence@\n@runtime_licences@")
 install(FILES "${CMAKE_BINARY_DIR}/copyright" DESTINATION "${CMAKE_INSTALL_DOCDIR}")

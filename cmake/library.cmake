@@ -6,7 +6,7 @@ if(WIN32)
 else()
     list(FILTER vornic_sources EXCLUDE REGEX "_windows\\.cpp$")
 endif()
-# What uses the processor's own registers has a source a processor; what uses its instructions, a
+# Code for the registers of a processor is in a source file for each; code for its instructions is in a
 # folder of headers.
 if(architecture STREQUAL x64)
     list(FILTER vornic_sources EXCLUDE REGEX "_arm64\\.cpp$")
@@ -17,8 +17,8 @@ set(vornic_entry_sources ${vornic_sources})
 list(FILTER vornic_entry_sources INCLUDE REGEX "/core/runtime_entry_")
 list(FILTER vornic_sources EXCLUDE REGEX "/core/runtime_entry_")
 
-# Parts that tests, proofs and benchmarks also use by themselves, without ONNX Runtime: the number
-# kernels, and reading arrays of numbers.
+# Parts that tests and benchmarks also use on their own, without ONNX Runtime: the number kernels, and
+# reading arrays of numbers.
 function(vornic_part name)
     add_library(${name} OBJECT ${ARGN})
     vornic_library_options(${name})
@@ -36,7 +36,7 @@ vornic_part(vornic_number ${vornic_number_sources})
 vornic_part(vornic_arrays ${vornic_array_sources})
 target_link_libraries(vornic_arrays PUBLIC vornic_number INTERFACE $<TARGET_OBJECTS:vornic_number>)
 
-# Everything but the way to the runtime, so that the tests can put a table of their own there.
+# Everything except the lookup of the runtime, so that the tests can substitute a function table.
 vornic_part(vornic_objects ${vornic_other_sources})
 target_link_libraries(vornic_objects PUBLIC onnxruntime_header
     INTERFACE $<TARGET_OBJECTS:vornic_number> $<TARGET_OBJECTS:vornic_arrays>)
@@ -47,15 +47,15 @@ target_include_directories(onnxruntime_vornic INTERFACE
     "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>")
 target_link_libraries(onnxruntime_vornic PRIVATE vornic_objects onnxruntime_entry)
 set_target_properties(onnxruntime_vornic PROPERTIES LINKER_LANGUAGE C)
-# CMake would add the C++ runtime for the sake of the objects' language.
+# Otherwise CMake would link the C++ runtime, because the objects are C++.
 set(CMAKE_CXX_IMPLICIT_LINK_LIBRARIES "")
 target_link_options(onnxruntime_vornic PRIVATE -Wl,--gc-sections)
 vornic_version_resource(onnxruntime_vornic onnxruntime_vornic.dll VFT_DLL
     "ONNX Runtime inference through plain C functions")
 if(WIN32)
     set_target_properties(onnxruntime_vornic PROPERTIES PREFIX "")
-    # -static: the compiler's own libraries become no dependency. The time of the build is left out
-    # so that the same sources give the same bytes.
+    # -static: no dependencies on the compiler's libraries. Without a timestamp the same sources give the
+    # same bytes.
     target_link_options(onnxruntime_vornic PRIVATE -static -static-libgcc -Wl,--no-insert-timestamp)
 else()
     set_target_properties(onnxruntime_vornic PROPERTIES
@@ -63,7 +63,7 @@ else()
         SOVERSION ${PROJECT_VERSION_MAJOR})
     target_link_options(onnxruntime_vornic PRIVATE -Wl,--as-needed)
     if(NOT VORNIC_SANITIZERS)
-        # The checkers' own functions come from the program.
+        # The program provides the sanitizers' functions.
         target_link_options(onnxruntime_vornic PRIVATE -Wl,--no-undefined)
     endif()
 endif()

@@ -2,7 +2,7 @@
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 
-# The flavour whose C++ library has std::thread, which the tests need.
+# The tests need the variant whose C++ library has std::thread.
 set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
@@ -12,8 +12,8 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 
-# Programs carry the compiler's libraries in themselves.
+# Programs contain the compiler's libraries.
 set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
 
-# With this, ctest runs the programs of the build as any other test.
+# Lets ctest run the built programs.
 set(CMAKE_CROSSCOMPILING_EMULATOR wine)

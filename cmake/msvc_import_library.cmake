@@ -1,5 +1,5 @@
-# What Microsoft's linker takes: the list of the DLL's functions (.def), as the header declares them,
-# and the import library (.lib) made from it.
+# For Microsoft's linker: a list of the DLL's functions (.def), as the header declares them, and the import
+# library (.lib) made from it.
 
 find_program(VORNIC_LLVM_DLLTOOL NAMES llvm-dlltool-14 llvm-dlltool)
 set(msvc_def "${CMAKE_BINARY_DIR}/onnxruntime_vornic.def")
@@ -18,5 +18,5 @@ if(VORNIC_LLVM_DLLTOOL)
     add_custom_target(msvc_import_library ALL DEPENDS "${msvc_lib}")
     install(FILES "${msvc_lib}" DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 else()
-    message(STATUS "No llvm-dlltool: the import library for Microsoft's linker is left out")
+    message(STATUS "No llvm-dlltool: skipping the import library for Microsoft's linker")
 endif()

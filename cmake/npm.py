@@ -1,30 +1,22 @@
-"""Makes the module for Node.js: npm.py FOLDER NAME=BUILD..., NAME a platform as Node.js calls it (linux-x64) and BUILD
-a built tree of it. The same builds give the same bytes."""
-import gzip
-import io
+"""Makes the module for Node.js: npm.py FOLDER NAME=BUILD..., where NAME is a platform as Node.js calls it
+(linux-x64) and BUILD a build folder for it. The same builds give the same bytes."""
 import json
-import os
 import pathlib
-import subprocess
+import shutil
 import sys
-import tarfile
 import tempfile
 
-ROOT = pathlib.Path(__file__).resolve().parents[1]
+import archives
+from archives import ROOT
+
 LIBRARIES = ("lib/libonnxruntime_vornic.so.1", "lib/onnxruntime_vornic/*", "bin/*.dll")
 
 
 def installed(platform, build, prefix):
-    """What the package takes from a build: its own names, and the files."""
-    subprocess.run(
-        ["cmake", "--install", build, "--strip", "--prefix", prefix],
-        check=True,
-        stdout=subprocess.DEVNULL,
-        # MinGW's strip writes a time into what it strips.
-        env={"SOURCE_DATE_EPOCH": "0", **os.environ},
-    )
+    """What the package takes from a build: names in the package, and the files."""
+    archives.install(build, prefix)
     for path in (path for pattern in LIBRARIES for path in prefix.glob(pattern)):
-        # npm leaves links out: each file is there once, under the name that is asked for.
+        # npm drops links: the package has each file once, under the name by which it is loaded.
         yield f"lib/{platform}/{path.relative_to(prefix).as_posix().split('/', 1)[1]}", path
     documents = prefix / "share/doc/onnxruntime-vornic"
     yield f"licences/{platform}", documents / "copyright"
@@ -32,30 +24,28 @@ def installed(platform, build, prefix):
         yield f"licences/{path.name}", path
 
 
-def main():
+def main(output, *builds):
     source = ROOT / "modules/node"
-    description = json.loads((source / "package.json").read_text())
+    package = json.loads((source / "package.json").read_text())
     header = (ROOT / "include/onnxruntime_vornic.h").read_text()
-    if f'_VERSION "{description["version"]}"' not in header:
-        sys.exit("npm.py: modules/node/package.json has another version than the header")
-    files = {path.relative_to(source).as_posix(): path for path in source.rglob("*") if path.is_file()}
+    if f'_VERSION "{package["version"]}"' not in header:
+        sys.exit("npm.py: the version in modules/node/package.json is not the header's")
+    files = {
+        path.relative_to(source).as_posix(): path for path in source.rglob("*") if path.is_file()
+    }
     files["LICENSE"] = ROOT / "LICENSE"
-    with tempfile.TemporaryDirectory() as work:
-        for each in sys.argv[2:]:
+    with tempfile.TemporaryDirectory() as folder:
+        work = pathlib.Path(folder)
+        for each in builds:
             platform, build = each.split("=", 1)
-            files.update(installed(platform, build, pathlib.Path(work, platform)))
-        folder = pathlib.Path(sys.argv[1])
-        folder.mkdir(parents=True, exist_ok=True)
-        archive = folder / f"{description['name']}-{description['version']}.tgz"
-        # No name and no time: gzip would write them into its head.
-        with open(archive, "wb") as out, gzip.GzipFile("", "wb", 9, out, 0) as packed:
-            with tarfile.open(fileobj=packed, mode="w", format=tarfile.USTAR_FORMAT) as tar:
-                for name, path in sorted(files.items()):
-                    entry = tarfile.TarInfo("package/" + name)
-                    content = path.read_bytes()
-                    entry.size, entry.mode = len(content), 0o644
-                    entry.mtime = 499162500  # npm's own, of 1985
-                    tar.addfile(entry, io.BytesIO(content))
+            files.update(installed(platform, build, work / platform))
+        for name, path in files.items():
+            (work / "package" / name).parent.mkdir(parents=True, exist_ok=True)
+            shutil.copyfile(path, work / "package" / name)
+        archives.level(work / "package", 499162500)  # npm's own time for all files, in 1985
+        pathlib.Path(output).mkdir(parents=True, exist_ok=True)
+        archive = f"{output}/{package['name']}-{package['version']}.tgz"
+        archives.write_tar_gz(archive, work, [f"package/{name}" for name in sorted(files)], 9)
 
 
-main()
+main(*sys.argv[1:])

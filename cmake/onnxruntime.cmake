@@ -1,4 +1,4 @@
-# ONNX Runtime: its C header, its library, and something to link its one imported function against.
+# ONNX Runtime: its C header, its library, and what to link its one imported function against.
 
 set(ONNXRUNTIME_ROOT "$ENV{ONNXRUNTIME_ROOT}" CACHE PATH
     "Folder of an official ONNX Runtime release archive (include/ and lib/); \
@@ -17,7 +17,7 @@ if(ONNXRUNTIME_ROOT)
     set(ONNXRUNTIME_LIBRARY "${ONNXRUNTIME_ROOT}/lib/${runtime_name}")
     set(ONNXRUNTIME_LICENCES
         "${ONNXRUNTIME_ROOT}/LICENSE" "${ONNXRUNTIME_ROOT}/ThirdPartyNotices.txt")
-    set(ONNXRUNTIME_LICENCES_ARE "The notices of its makers, from the release archive, follow.")
+    set(ONNXRUNTIME_LICENCES_ARE "Its own notices, from the release archive, follow.")
     if(EXISTS "${ONNXRUNTIME_ROOT}/VERSION_NUMBER")
         file(STRINGS "${ONNXRUNTIME_ROOT}/VERSION_NUMBER" ONNXRUNTIME_RELEASE)
     endif()
@@ -25,17 +25,17 @@ else()
     set(ONNXRUNTIME_INCLUDE_DIR "${PROJECT_SOURCE_DIR}/.deps/onnxruntime/include")
     set(ONNXRUNTIME_LIBRARY
         "${PROJECT_SOURCE_DIR}/.deps/onnxruntime/${fetched_folder}/${runtime_name}")
-    # The list that Debian keeps of it, and the licences that the list names only.
+    # Debian's list of licences, and the texts of those that the list only names.
     set(ONNXRUNTIME_LICENCES "${PROJECT_SOURCE_DIR}/.deps/onnxruntime/copyright")
     set(ONNXRUNTIME_LICENCES_NAMED
         /usr/share/common-licenses/Apache-2.0 /usr/share/common-licenses/MPL-2.0)
     file(READ "${PROJECT_SOURCE_DIR}/third_party/npm/package.json" manifest)
     string(JSON ONNXRUNTIME_RELEASE GET "${manifest}" dependencies onnxruntime-node)
-    set(ONNXRUNTIME_LICENCES_ARE "It is under the MIT licence; so says the npm package that it was taken from, \
-onnxruntime-node\n${ONNXRUNTIME_RELEASE}, which brings no notices. The works that are part of it have \
-licences of their own. Debian's list of\nthem, made for release 1.21, follows; licences of which only the \
-name stands there are in the folder\nlicences or, on Debian, in /usr/share/common-licenses. What counts is the file ThirdPartyNotices.txt in the release \
-archive of ${ONNXRUNTIME_RELEASE}.")
+    set(ONNXRUNTIME_LICENCES_ARE "ONNX Runtime is under the MIT licence, according to the npm package \
+that it comes from, onnxruntime-node\n${ONNXRUNTIME_RELEASE}, which contains no notices. Parts of it have \
+other licences. Debian's list of them, made for release\n1.21, follows; the texts of licences that it only \
+names are in the folder licences or, on Debian, in\n/usr/share/common-licenses. The authoritative list is \
+ThirdPartyNotices.txt in the release archive of ${ONNXRUNTIME_RELEASE}.")
 endif()
 foreach(needed "${ONNXRUNTIME_INCLUDE_DIR}/onnxruntime_c_api.h" "${ONNXRUNTIME_LIBRARY}")
     if(NOT EXISTS "${needed}")
@@ -46,18 +46,18 @@ endforeach()
 add_library(onnxruntime_header INTERFACE)
 target_include_directories(onnxruntime_header SYSTEM INTERFACE "${ONNXRUNTIME_INCLUDE_DIR}")
 if(MINGW)
-    # An annotation that MinGW's sal.h does not know.
+    # An annotation that MinGW's sal.h lacks.
     target_compile_options(onnxruntime_header INTERFACE "-D_Return_type_success_(condition)=")
 endif()
 
 # onnxruntime_entry: what the library links for OrtGetApiBase.
 add_library(onnxruntime_entry INTERFACE)
 if(WIN32)
-    # A delayed import: the library chooses the runtime at the first call.
+    # A delay import: the library chooses the runtime at the first call.
     set(import_folder "${CMAKE_BINARY_DIR}/onnxruntime_delayed")
     set(import_library "${import_folder}/libonnxruntime_delayed.a")
     file(MAKE_DIRECTORY "${import_folder}")
-    # Run in the folder, since dlltool names its symbols after the path that it writes to.
+    # Run in the folder, because dlltool names its symbols after the output path.
     add_custom_command(OUTPUT "${import_library}"
         COMMAND "${CMAKE_DLLTOOL}" --input-def "${CMAKE_CURRENT_LIST_DIR}/onnxruntime.def"
             --output-delaylib libonnxruntime_delayed.a
@@ -68,8 +68,8 @@ if(WIN32)
     add_dependencies(onnxruntime_entry onnxruntime_import)
     target_link_libraries(onnxruntime_entry INTERFACE "${import_library}")
 else()
-    # The official library gives its symbols the version of its release. Linked against it, the
-    # result would refuse every other release; linked against this stub, it takes any.
+    # The official library's symbols have the version of its release. Linked against it, the result would
+    # work with no other release; linked against this stub, it works with all.
     add_library(onnxruntime_stub SHARED "${CMAKE_CURRENT_LIST_DIR}/onnxruntime_stub.c")
     target_compile_options(onnxruntime_stub PRIVATE -fno-sanitize=all)
     target_link_options(onnxruntime_stub PRIVATE -nostdlib -fno-sanitize=all)
@@ -80,6 +80,6 @@ else()
     target_link_libraries(onnxruntime_entry INTERFACE onnxruntime_stub)
 endif()
 
-# The runtime stands beside the built library, as it does where the library is deployed.
+# The runtime next to the built library, as when deployed.
 file(CREATE_LINK "${ONNXRUNTIME_LIBRARY}" "${CMAKE_BINARY_DIR}/${runtime_name}"
      COPY_ON_ERROR SYMBOLIC)

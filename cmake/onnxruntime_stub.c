@@ -1,4 +1,4 @@
-/* Stands for ONNX Runtime's library while linking; never loaded. */
+/* Replaces ONNX Runtime's library at link time; never loaded. */
 const void* OrtGetApiBase(void);
 
 const void* OrtGetApiBase(void) { return 0; }

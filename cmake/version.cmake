@@ -1,4 +1,4 @@
-# What is read off the header: its version, which is the project's, and vornic_functions, in order.
+# From the header: its version, which must be the project's, and vornic_functions, sorted.
 
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
     "${PROJECT_SOURCE_DIR}/include/onnxruntime_vornic.h")
@@ -16,7 +16,7 @@ list(TRANSFORM vornic_functions REPLACE "\\(" "")
 list(SORT vornic_functions)
 list(REMOVE_DUPLICATES vornic_functions)
 
-# vornic_version_resource(TARGET FILE TYPE DESCRIPTION): what Windows shows among a file's properties.
+# vornic_version_resource(TARGET FILE TYPE DESCRIPTION): what Windows shows in a file's properties.
 function(vornic_version_resource target file type description)
     if(WIN32)
         enable_language(RC)

@@ -1,25 +1,20 @@
-"""Makes a wheel of the Python module: wheel.py OUTPUT MODULE VERSION READELF EFFORT NAME FOLDER [LICENCE...]
-
-FOLDER holds the files for the platform that go into the wheel beside the module, in a folder lib; its
-tag comes of what they need. NAME is that of the distribution. The same files give the same bytes.
-"""
+"""The wheels for Python: the module with the library, with ONNX Runtime and without."""
 import base64
 import hashlib
-import os
 import pathlib
 import re
-import struct
-import subprocess
+import shutil
 import sys
-import time
-import zipfile
 
-# The libraries that every distribution of a manylinux tag has (PEP 600), and what of GCC's came with
-# which glibc, at the oldest distributions that pair them: a wheel that needs it needs this glibc too.
+import archives
+
+# The libraries that every distribution of a manylinux tag has (PEP 600), and the newest symbol versions of
+# GCC's libraries by the glibc that the oldest distributions pair them with: a wheel that needs one of these
+# versions needs that glibc, too.
 SYSTEM = (
     "libc libm libdl librt libpthread libgcc_s libstdc++ ld-linux-x86-64 ld-linux-aarch64".split()
 )
-OF_GCC = [  # glibc 2.N: the last versions of GLIBCXX, CXXABI and GCC there
+GCC_VERSIONS = [  # N of glibc 2.N: GLIBCXX, CXXABI, GCC
     (17, (3, 4, 19), (1, 3, 7), (4, 8, 0)),
     (24, (3, 4, 22), (1, 3, 10), (6, 0, 0)),
     (27, (3, 4, 24), (1, 3, 11), (7, 0, 0)),
@@ -27,63 +22,12 @@ OF_GCC = [  # glibc 2.N: the last versions of GLIBCXX, CXXABI and GCC there
     (35, (3, 4, 30), (1, 3, 13), (12, 0, 0)),
     (38, (3, 4, 32), (1, 3, 14), (13, 0, 0)),
 ]
-ELF_MACHINES = {62: "x86_64", 183: "aarch64"}
-PE_MACHINES = {0x8664: "win_amd64"}
-
-
-def fail(reason):
-    sys.exit(f"wheel: {reason}")
-
-
-def linux_needs(file, readelf):
-    """The N of glibc 2.N that a file needs; None where it needs what not every system has."""
-    dynamic, versions = (
-        subprocess.run([readelf, flag, file], check=True, capture_output=True, text=True).stdout
-        for flag in ("-dW", "-VW")
-    )
-    needed = re.findall(r"\(NEEDED\).*\[(.*?)\.so", dynamic)
-    if set(needed) - {*SYSTEM, "libonnxruntime"}:
-        return None
-    found = {}
-    for name, number in re.findall(r"Name: (GLIBC|GLIBCXX|CXXABI|GCC)_([\d.]+)", versions):
-        found.setdefault(name, []).append(tuple(map(int, number.split("."))))
-    glibc = max([n[1] for n in found.get("GLIBC", [])] + [17])  # pip knows of no older one
-    for minor, *last in OF_GCC:
-        latest = (max(found.get(name, [(0,)])) for name in ("GLIBCXX", "CXXABI", "GCC"))
-        if all(have <= bound for have, bound in zip(latest, last)):
-            return max(glibc, minor)
-    return None
-
-
-def platform_tag(files, readelf):
-    """The one platform on which all the files run."""
-    platforms, minors = set(), []
-    for file in files:
-        head = file.read_bytes()[:4096]
-        if head[:4] == b"\x7fELF":
-            platforms.add(ELF_MACHINES.get(struct.unpack_from("<H", head, 18)[0]))
-            minors.append(linux_needs(file, readelf))
-        elif head[:2] == b"MZ":
-            offset = struct.unpack_from("<I", head, 60)[0]
-            platforms.add(PE_MACHINES.get(struct.unpack_from("<H", head, offset + 4)[0]))
-        else:
-            fail(f"{file} is no library")
-    if len(platforms) != 1 or None in platforms:
-        fail(f"{', '.join(map(str, files))} are not all for one platform that is known here")
-    platform = platforms.pop()
-    if not minors:
-        return platform
-    return f"linux_{platform}" if None in minors else f"manylinux_2_{max(minors)}_{platform}"
-
-
-def metadata(name, version, licences):
-    files = "".join(f"License-File: {licence.name}\n" for licence in licences)
-    return f"""Metadata-Version: 2.1
-Name: {name.replace("_", "-")}
+METADATA = """Metadata-Version: 2.1
+Name: {name}
 Version: {version}
 Summary: ONNX Runtime inference through plain C functions
 License: MIT
-{files}Classifier: License :: OSI Approved :: MIT License
+{licences}Classifier: License :: OSI Approved :: MIT License
 Classifier: Programming Language :: Python :: 3
 Classifier: Topic :: Scientific/Engineering :: Artificial Intelligence
 Classifier: Typing :: Typed
@@ -98,40 +42,80 @@ with Library().session("double.onnx") as session:
         print(result["y"]["data"])
 ```
 """
+WHEEL = """Wheel-Version: 1.0
+Generator: wheel.py ({version})
+Root-Is-Purelib: false
+Tag: {tag}
+"""
 
 
-def record_line(name, content):
+def glibc_needed(readelf, file):
+    """The N of the glibc 2.N that a file needs; None if it needs a library that not every system has."""
+    dynamic, versions = (archives.run(readelf, flag, file) for flag in ("-dW", "-VW"))
+    if {*re.findall(r"\(NEEDED\).*\[(.*?)\.so", dynamic)} - {*SYSTEM, "libonnxruntime"}:
+        return None
+    newest = {
+        "GLIBC": (2, 17),
+        "GLIBCXX": (0,),
+        "CXXABI": (0,),
+        "GCC": (0,),
+    }  # pip knows no older tag
+    for name, number in re.findall(r"Name: (GLIBC|GLIBCXX|CXXABI|GCC)_([\d.]+)", versions):
+        newest[name] = max(newest[name], tuple(map(int, number.split("."))))
+    (_, glibc, *_), *gcc = newest.values()
+    for minor, *bounds in GCC_VERSIONS:
+        if all(version <= bound for version, bound in zip(gcc, bounds)):
+            return max(glibc, minor)
+    return None
+
+
+def platform_tag(build, libraries):
+    if build.system == "windows":
+        return "win_amd64"
+    machine = {"x64": "x86_64", "arm64": "aarch64"}[build.architecture]
+    needed = [glibc_needed(build.readelf, file) for file in libraries]
+    return f"linux_{machine}" if None in needed else f"manylinux_2_{max(needed)}_{machine}"
+
+
+def record_line(name, path):
+    content = path.read_bytes()
     digest = base64.urlsafe_b64encode(hashlib.sha256(content).digest()).rstrip(b"=").decode()
     return f"{name},sha256={digest},{len(content)}\n"
 
 
-def main(output, module, version, readelf, effort, name, folder, *licences):
-    libraries = sorted(path for path in pathlib.Path(folder).iterdir())
-    module, licences = pathlib.Path(module), [pathlib.Path(licence) for licence in licences]
+def make(build, work, name, libraries, licences, output, effort):
+    module, version = archives.ROOT / "modules/python/onnxruntime_vornic", build.version
     if f'__version__ = "{version}"' not in (module / "__init__.py").read_text():
-        fail(f"the module's __version__ is not {version}")
-    tag = f"py3-none-{platform_tag(libraries, readelf)}"
-    info = f"{name}-{version}.dist-info"
-    contents = {
-        f"{module.name}/{path.name}": path.read_bytes()
-        for path in [*sorted(module.glob("*.py")), module / "py.typed"]
-    }
-    contents.update((f"{module.name}/lib/{path.name}", path.read_bytes()) for path in libraries)
-    contents[f"{info}/METADATA"] = metadata(name, version, licences).encode()
-    contents[f"{info}/WHEEL"] = (
-        f"Wheel-Version: 1.0\nGenerator: {pathlib.Path(__file__).name} ({version})\n"
-        f"Root-Is-Purelib: false\nTag: {tag}\n".encode()
-    )
-    contents.update((f"{info}/{licence.name}", licence.read_bytes()) for licence in licences)
-    record = "".join(record_line(*item) for item in contents.items()) + f"{info}/RECORD,,\n"
-    contents[f"{info}/RECORD"] = record.encode()
-    date = time.gmtime(max(int(os.environ.get("SOURCE_DATE_EPOCH", time.time())), 315532800))[:6]
-    with zipfile.ZipFile(f"{output}/{name}-{version}-{tag}.whl", "w") as wheel:
-        for path, content in contents.items():
-            entry = zipfile.ZipInfo(path, date)
-            entry.create_system, entry.external_attr = 3, 0o100644 << 16
-            wheel.writestr(entry, content, zipfile.ZIP_DEFLATED, int(effort))
+        sys.exit(f"wheel.py: the module's __version__ is not {version}")
+    tag, info = f"py3-none-{platform_tag(build, libraries)}", f"{name}-{version}.dist-info"
+    files = {f"{module.name}/{path.name}": path for path in module.iterdir() if path.is_file()}
+    files.update((f"{module.name}/lib/{path.name}", path) for path in libraries)
+    files.update((f"{info}/{licence}", path) for licence, path in licences.items())
+    for folder in (work / module.name / "lib", work / info):
+        folder.mkdir(parents=True, exist_ok=True)
+    for path, source in files.items():
+        shutil.copyfile(source, work / path)
+    names = "".join(f"License-File: {licence}\n" for licence in licences)
+    values = {"name": name.replace("_", "-"), "version": version, "licences": names}
+    (work / info / "METADATA").write_text(METADATA.format(**values))
+    (work / info / "WHEEL").write_text(WHEEL.format(version=version, tag=tag))
+    paths = [*sorted(files), f"{info}/METADATA", f"{info}/WHEEL"]
+    record = "".join(record_line(path, work / path) for path in paths)
+    (work / info / "RECORD").write_text(f"{record}{info}/RECORD,,\n")
+    archives.level(work)
+    wheel = output / f"{name}-{version}-{tag}.whl"
+    archives.write_zip(wheel, work, [*paths, f"{info}/RECORD"], effort)
 
 
-if __name__ == "__main__":
-    main(*sys.argv[1:]) if len(sys.argv) > 7 else sys.exit(__doc__)
+def make_both(build, work, output, effort):
+    archives.install(build.folder, work / "prefix", "library")
+    library, runtime = work / "prefix" / build.library, work / "prefix" / build.runtime
+    licences = {path.name: path for path in map(pathlib.Path, build.licences.split(";"))}
+    bare = "onnxruntime_vornic_noruntime"
+    make(build, work / bare, bare, [library], licences, output, effort)
+    if runtime.exists():
+        more = [pathlib.Path(path) for path in build.runtime_licences.split(";") if path]
+        licences.update((path.name, path) for path in more)
+        licences = {"LICENSES": pathlib.Path(build.folder, "copyright"), **licences}
+        name, libraries = "onnxruntime_vornic", [library, runtime]
+        make(build, work / name, name, libraries, licences, output, effort)

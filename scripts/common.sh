@@ -1,4 +1,4 @@
-# What the scripts begin with: they go to the root of the checkout, $root, and their head is their help.
+# Sourced by all scripts. Changes to the root of the checkout, $root. A script's head comment is its help.
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 script=$root/scripts/${BASH_SOURCE[1]##*/}
@@ -13,7 +13,7 @@ misused() {
     exit 2
 }
 
-# Answers -h and --help, and refuses other options and more arguments than $1.
+# Handles -h and --help; rejects other options and more than $1 arguments.
 take_arguments() {
     local argument
     for argument in "${@:2}"; do
@@ -25,7 +25,7 @@ take_arguments() {
     [[ $(($# - 1)) -le $1 ]] || misused
 }
 
-# Runs a command; what it says goes into the log $1, and is shown when it fails.
+# Runs a command with its output in the log $1, which is shown if the command fails.
 quietly() {
     local log=$1
     mkdir -p "${log%/*}"
@@ -35,7 +35,7 @@ quietly() {
     fi
 }
 
-# Builds the preset $1, or of it what follows: --target NAME.
+# Builds the preset $1, or what --target NAME... after it names.
 build() {
     quietly "build/$1.log" configure_and_build "$@" || {
         echo "${script##*/}: the build of $1 failed (build/$1.log)" >&2
@@ -47,7 +47,7 @@ configure_and_build() {
     cmake --preset "$1" && cmake --build --preset "$@"
 }
 
-# The first of these commands that is there.
+# The first of these commands that is installed.
 first_of() {
     local name
     for name in "$@"; do

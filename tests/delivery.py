@@ -262,7 +262,7 @@ def packages():
     """Whatever is made, unpacked and used where it was unpacked."""
     with tempfile.TemporaryDirectory() as folder:
         work = pathlib.Path(folder)
-        output(given.cmake, f"-DOUTPUT={work}/packages", "-DEFFORT=1", "-DCONTACT=Some One <one@example.test>", "-P", given.build / "packages.cmake")
+        output("/usr/bin/python3", given.source / "cmake/package.py", given.build, work / "packages", "--effort=1", "--contact=Some One <one@example.test>")
         debs, (archive,), wheels = (sorted((work / "packages").glob(kind)) for kind in ("*.deb", "*.[tz]*", "*.whl"))
         python_wheels(work, *wheels)
         check("for Debian", [] if windows else ["libonnxruntime-vornic-dev", "libonnxruntime-vornic1", "onnxruntime-vornic-tools", "python3-onnxruntime-vornic"],

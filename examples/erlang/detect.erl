@@ -1,10 +1,10 @@
-%% How much a 125 Hz buzz sounds like speech: three chunks of 32 ms through a speech detector.
+%% Runs a speech detector on three 32 ms chunks of a 125 Hz buzz. The chunks are alike; the answers
+%% differ by the detector's state, which each run passes on.
 %%
 %% usage: escript detect.erl MODEL TOOL     (TOOL is the path of onnxruntime_vornic-run)
 %%
-%% The tool runs as a port: a feed a line goes out, a result a line comes back. Nothing that a model
-%% does can take the Erlang node down. Every chunk is the same; the answers differ by the detector's
-%% state, which each run hands on.
+%% The tool runs as a port, which reads a feed and writes a result on one line each. No model can
+%% take the Erlang node down.
 -module(detect).
 -export([main/1]).
 
@@ -12,7 +12,7 @@ main([Model, Tool]) ->
     try detect(Model, Tool)
     catch
         throw:Text -> fail(Text);
-        error:Reason -> fail(io_lib:format("~s: ~p", [Tool, Reason])) % of open_port, as enoent
+        error:Reason -> fail(io_lib:format("~s: ~p", [Tool, Reason])) % open_port's, such as enoent
     end;
 main(_) -> fail("usage: escript detect.erl MODEL TOOL").
 
@@ -21,7 +21,7 @@ fail(Text) ->
     halt(1).
 
 detect(Model, Tool) ->
-    %% A result has less than 65,536 bytes, so that every line arrives whole.
+    %% A result has fewer than 65,536 bytes, so every line arrives whole.
     Port = open_port({spawn_executable, filename:absname(Tool)},
                      [{args, [Model, "-", "output", "hn", "cn", "--lines"]},
                       {line, 65536}, binary, exit_status]),
@@ -39,7 +39,7 @@ step(Port, Samples, {H, C}, Chunk) ->
     io:format("chunk ~b: ~.3f~n", [Chunk, number(Speech)]),
     {output("hn", Result), output("cn", Result)}.
 
-%% The answer to a feed, whose text holds no line break. An error of the library's is the caller's.
+%% The result for a feed, which must not contain a line break. Throws the library's errors.
 ask(Port, Feed) ->
     port_command(Port, [Feed, $\n]),
     receive
@@ -54,12 +54,12 @@ tensor(Type, Shape, Numbers) ->
     Data = lists:join(",", [float_to_list(Number, [{decimals, 9}]) || Number <- Numbers]),
     io_lib:format("{\"dtype\":\"~s\",\"shape\":~s,\"data\":[~s]}", [Type, Shape, Data]).
 
-%% An output's tensor in a result, which has the form of an input's.
+%% An output's tensor in a result. It has the form of an input's.
 output(Name, Result) -> find("\"" ++ Name ++ "\":({[^}]*})", Result).
 
 find(Pattern, Text) ->
     {match, [Found]} = re:run(Text, Pattern, [{capture, all_but_first, binary}]),
     Found.
 
-%% binary_to_float wants the fraction that 1e-05 lacks.
+%% binary_to_float requires a fraction, which 1e-05 lacks.
 number(Text) -> binary_to_float(re:replace(Text, "^-?\\d+(?=e|$)", "&.0", [{return, binary}])).

@@ -1,33 +1,16 @@
-! How much a 125 Hz buzz sounds like speech: three chunks of 32 ms through a speech detector.
+! Runs a speech detector on three 32 ms chunks of a 125 Hz buzz. The chunks are alike; the answers
+! differ by the detector's state, which each run passes on.
 !
-! usage: detect MODEL     (built by gfortran detect.f90 -LFOLDER -Wl,-rpath,FOLDER -lonnxruntime_vornic)
-!
-! Every chunk is the same; the answers differ by the detector's state, which each run hands on.
+! usage: detect MODEL     (built by
+!   gfortran onnxruntime_vornic.f90 detect.f90 -LFOLDER -Wl,-rpath,FOLDER -lonnxruntime_vornic)
 program detect
-  use, intrinsic :: iso_c_binding
   use, intrinsic :: iso_fortran_env, only: error_unit
+  use onnxruntime_vornic
   implicit none
-  interface  ! Handles and texts that are returned are type(c_ptr).
-    type(c_ptr) function create_session(model, options) bind(c, name='onnxruntime_vn_create_session')
-      import; character(kind=c_char), intent(in) :: model(*); type(c_ptr), value :: options
+  interface
+    integer(c_size_t) function strlen(text) bind(c)
+      import; type(c_ptr), value :: text
     end function
-    type(c_ptr) function run_json(session, names, feed) bind(c, name='onnxruntime_vn_run_json')
-      import; type(c_ptr), value :: session; character(kind=c_char), intent(in) :: names(*), feed(*)
-    end function
-    type(c_ptr) function result_json(result) bind(c, name='onnxruntime_vn_result_json')
-      import; type(c_ptr), value :: result
-    end function
-    real(c_float) function float_at(result, at) bind(c, name='onnxruntime_vn_result_float_at')
-      import; type(c_ptr), value :: result; integer(c_int32_t), value :: at
-    end function
-    type(c_ptr) function last_error() bind(c, name='onnxruntime_vn_last_error'); import; end function
-    subroutine release_result(result) bind(c, name='onnxruntime_vn_release_result')
-      import; type(c_ptr), value :: result
-    end subroutine
-    subroutine release_session(session) bind(c, name='onnxruntime_vn_release_session')
-      import; type(c_ptr), value :: session
-    end subroutine
-    integer(c_size_t) function strlen(text) bind(c); import; type(c_ptr), value :: text; end function
   end interface
   character(1024) :: model
   character(:), allocatable :: samples, h, c, json
@@ -42,16 +25,16 @@ program detect
   if (.not. c_associated(session)) call fail(copy(last_error()))
   do chunk = 0, 2
     result = run_json(session, '["output","hn","cn"]' // c_null_char, '{"input":' // samples // &
-      ',"sr":{"dtype":"int64","shape":[],"data":[16000]},"h":' // h // ',"c":' // c // '}' // c_null_char)
-    if (.not. c_associated(result)) call release_session(session)
+      ',"sr":{"dtype":"int64","shape":[],"data":[16000]},"h":' // h // ',"c":' // c // '}' // &
+      c_null_char)
     if (.not. c_associated(result)) call fail(copy(last_error()))
-    print '("chunk ", i0, ": ", f5.3)', chunk, float_at(result, 0)  ! of the output named first
+    print '("chunk ", i0, ": ", f5.3)', chunk, float_at(result, 0)  ! of the first output
     json = copy(result_json(result)); h = output('"hn":'); c = output('"cn":')
     call release_result(result)
   end do
   call release_session(session)
 contains
-  subroutine fail(text)  ! The error text means something after a failure only.
+  subroutine fail(text)  ! The error text is meaningful only after a failure.
     character(*), intent(in) :: text
     write(error_unit, '(2a)') 'detect: ', text; stop 1
   end subroutine
@@ -61,14 +44,14 @@ contains
     call c_f_pointer(text, bytes, [strlen(text)]); allocate(character(size(bytes)) :: copy)
     do at = 1, size(bytes); copy(at:at) = bytes(at); end do
   end function
-  function output(key)  ! An output's tensor in a result's text, which has the form of an input's.
+  function output(key)  ! An output's tensor in a result, which has the form of an input's.
     character(*), intent(in) :: key; character(:), allocatable :: output
     output = json(index(json, key) + len(key):); output = output(:index(output, '}'))
   end function
   function tensor(shape, numbers)
     character(*), intent(in) :: shape; real, intent(in) :: numbers(:)
     character(:), allocatable :: tensor; character(13 * size(numbers)) :: data
-    write(data, '(*(f12.9, :, ","))') numbers  ! the blanks in front are allowed
+    write(data, '(*(f12.9, :, ","))') numbers  ! leading blanks are allowed
     tensor = '{"dtype":"float32","shape":' // shape // ',"data":[' // trim(data) // ']}'
   end function
 end program

@@ -1,84 +1,62 @@
-// How much a 125 Hz buzz sounds like speech: three chunks of 32 ms through a speech detector.
+// Runs a speech detector on three 32 ms chunks of a 125 Hz buzz. The chunks are alike; the answers
+// differ by the detector's state, which each run passes on.
 //
 // usage: java --enable-native-access=ALL-UNNAMED Detect.java MODEL LIBRARY     (Java 22 or later)
-//
-// Every chunk is the same; the answers differ by the detector's state, which each run hands on.
-import static java.lang.foreign.ValueLayout.*;
-
+import static java.lang.foreign.ValueLayout.ADDRESS;
 import java.lang.foreign.*;
 import java.lang.invoke.MethodHandle;
 import java.nio.file.Path;
-import java.util.Locale;
-import java.util.stream.*;
+import java.util.stream.IntStream;
 
 public final class Detect {
+    static final String TENSOR = "{\"dtype\":\"%s\",\"shape\":%s,\"data\":[%s]}";
     static SymbolLookup library;
 
-    /** A function by its result's type, null for none, and its arguments' types. */
-    static MethodHandle function(String name, MemoryLayout result, MemoryLayout... arguments) {
+    /** A function that takes pointers, and returns one unless it releases its argument. */
+    static MethodHandle function(String name, MemoryLayout... pointers) {
+        var type = FunctionDescriptor.of(ADDRESS, pointers);
+        if (name.startsWith("release_")) type = type.dropReturnLayout();
         var address = library.find("onnxruntime_vn_" + name).orElseThrow();
-        var type = FunctionDescriptor.ofVoid(arguments);
-        if (result != null) type = type.changeReturnLayout(result);
         return Linker.nativeLinker().downcallHandle(address, type);
     }
 
-    static String copy(MemorySegment borrowed) {
-        return borrowed.reinterpret(Long.MAX_VALUE).getString(0);  // C gives no length.
+    static String copy(Object text) { // C gives no length.
+        return ((MemorySegment) text).reinterpret(Long.MAX_VALUE).getString(0);
     }
 
-    /** Hands on a handle. The error text means something after a failure only. */
-    static MemorySegment check(MemorySegment handle) throws Throwable {
-        if (handle.address() != 0) return handle;
-        var text = copy((MemorySegment) function("last_error", ADDRESS).invokeExact());
-        throw new Exception(text.isEmpty() ? "refused without a reason" : text);
+    /** Returns the handle. The error text is meaningful only after a failure. */
+    static Object check(Object handle) throws Throwable {
+        if (!handle.equals(MemorySegment.NULL)) return handle;
+        throw new Exception(copy(function("last_error").invoke()));
     }
 
-    static String tensor(String dtype, String shape, Stream<?> numbers) {
-        var data = numbers.map(Object::toString).collect(Collectors.joining(","));
-        return "{\"dtype\":\"%s\",\"shape\":%s,\"data\":[%s]}".formatted(dtype, shape, data);
-    }
-
-    static void detect(MemorySegment session, Arena arena) throws Throwable {
-        var run = function("run_json", ADDRESS, ADDRESS, ADDRESS, ADDRESS);
-        var floatAt = function("result_float_at", JAVA_FLOAT, ADDRESS, JAVA_INT);
-        var resultJson = function("result_json", ADDRESS, ADDRESS);
-        var release = function("release_result", null, ADDRESS);
-        var sawtooth = IntStream.range(0, 512).mapToObj(i -> (i % 128 - 64) / 128.0);
-        var input = tensor("float32", "[1,512]", sawtooth);
-        var rate = tensor("int64", "[]", Stream.of(16000));
-        String h = tensor("float32", "[2,1,64]", Stream.generate(() -> 0).limit(128)), c = h;
-        var names = arena.allocateFrom("[\"output\",\"hn\",\"cn\"]");
+    static void detect(Object session, Arena arena) throws Throwable {
+        MethodHandle run = function("run_json", ADDRESS, ADDRESS, ADDRESS),
+            json = function("result_json", ADDRESS), release = function("release_result", ADDRESS);
+        var samples = IntStream.range(0, 512).mapToObj(i -> "" + (i % 128 - 64) / 128.0).toList();
+        var input = TENSOR.formatted("float32", "[1,512]", String.join(",", samples));
+        var rate = TENSOR.formatted("int64", "[]", "16000");
+        String h = TENSOR.formatted("float32", "[2,1,64]", "0" + ",0".repeat(127)), c = h;
         for (int chunk = 0; chunk < 3; chunk++) {
             var feed = "{\"input\":%s,\"sr\":%s,\"h\":%s,\"c\":%s}".formatted(input, rate, h, c);
-            var result = check(
-                (MemorySegment) run.invokeExact(session, names, arena.allocateFrom(feed)));
-            try {
-                // The first float32 output is the one named first.
-                float probability = (float) floatAt.invokeExact(result, 0);
-                System.out.printf(Locale.ROOT, "chunk %d: %.3f%n", chunk, probability);
-                var json = copy((MemorySegment) resultJson.invokeExact(result));
-                h = json.replaceFirst(".*\"hn\":(\\{[^}]*}).*", "$1");
-                c = json.replaceFirst(".*\"cn\":(\\{[^}]*}).*", "$1");
-            } finally {
-                release.invokeExact(result);
-            }
+            var result = check(run.invoke(session, MemorySegment.NULL, arena.allocateFrom(feed)));
+            var text = copy(json.invoke(result));
+            release.invoke(result);
+            var probability = text.replaceFirst(".*\"output\":[^}]*\\[([^]]*)]}.*", "$1");
+            System.out.println("chunk %d: %.3f".formatted(chunk, Float.valueOf(probability)));
+            h = text.replaceFirst(".*\"hn\":(\\{[^}]*}).*", "$1");
+            c = text.replaceFirst(".*\"cn\":(\\{[^}]*}).*", "$1");
         }
     }
 
     public static void main(String[] arguments) throws Throwable {
         try (var arena = Arena.ofConfined()) {
-            if (arguments.length != 2) throw new Exception("usage: Detect.java MODEL LIBRARY");
-            // By full path, so that no other library of this name, and no other runtime, is found.
+            // By full path, so that no other library of this name and no other runtime is found.
             library = SymbolLookup.libraryLookup(Path.of(arguments[1]).toAbsolutePath(), arena);
-            var create = function("create_session", ADDRESS, ADDRESS, ADDRESS);
-            var release = function("release_session", null, ADDRESS);
-            var model = arena.allocateFrom(arguments[0]);
-            var session = check((MemorySegment) create.invokeExact(model, MemorySegment.NULL));
-            try {
-                detect(session, arena);
-            } finally {
-                release.invokeExact(session);
-            }
+            MemorySegment model = arena.allocateFrom(arguments[0]), none = MemorySegment.NULL;
+            var session = check(function("create_session", ADDRESS, ADDRESS).invoke(model, none));
+            detect(session, arena);
+            function("release_session", ADDRESS).invoke(session);
         } catch (Exception error) {
             System.err.println("detect: " + error.getMessage());
             System.exit(1);

@@ -1,7 +1,7 @@
-// Runs beside JavaScript's own loop, each with a deadline: a speech detector on one chunk, four runs
-// at a time, and on 128 chunks at once, which a deadline ends in the middle.
+// Runs a speech detector without blocking the event loop, with a deadline for each run: on one
+// chunk, four runs at a time, and on 128 chunks at once, which the deadline interrupts.
 //
-// usage: node deadline.js MODEL [LIBRARY]   (needs: npm install onnxruntime-vornic-1.0.0.tgz where it lies)
+// usage: node deadline.js MODEL [LIBRARY]   (needs: npm install onnxruntime-vornic-1.0.0.tgz)
 'use strict';
 
 const { Library, feedJson, tensor } = require('onnxruntime-vornic');
@@ -14,9 +14,10 @@ function feedOf(chunks) {
 }
 
 async function main(model, file) {
-    const session = new Library(file).session(model, { intraOpNumThreads: 1 }); // The runs are the parallelism.
+    // One thread in each run, since the runs are parallel.
+    const session = new Library(file).session(model, { intraOpNumThreads: 1 });
     const [one, many, answers] = [feedOf(1), feedOf(128), new Set()];
-    // The first number of a run on another thread. The signal ends it at its next node.
+    // Runs on another thread and gives the first number. The signal stops a run at its next node.
     const run = async (feed, ms) => {
         const signal = AbortSignal.timeout(ms);
         const result = await session.runAsync(feed, { outputs: ['output'], signal });
@@ -27,7 +28,9 @@ async function main(model, file) {
     let [ticks, runs] = [0, 0];
     const timer = setInterval(() => { ticks++; }, 1);
     const keepRunning = async (until) => {
-        for (; performance.now() < until; runs++) answers.add((await run(one, 1000)).toFixed(3));
+        for (; performance.now() < until; runs++) {
+            answers.add((await run(one, 1000)).toFixed(3));
+        }
     };
     await Promise.all(new Array(4).fill(performance.now() + 1000).map(keepRunning));
     clearInterval(timer);

@@ -1,8 +1,7 @@
-// How much a 125 Hz buzz sounds like speech: three chunks of 32 ms through a speech detector.
+// Runs a speech detector on three 32 ms chunks of a 125 Hz buzz. The chunks are alike; the answers
+// differ by the detector's state, which each run passes on.
 //
-// usage: node detect.js MODEL [LIBRARY]     (needs: npm install onnxruntime-vornic-1.0.0.tgz where it lies)
-//
-// Every chunk is the same; the answers differ by the detector's state, which each run hands on.
+// usage: node detect.js MODEL [LIBRARY]     (needs: npm install onnxruntime-vornic-1.0.0.tgz)
 'use strict';
 
 const { Library, tensor } = require('onnxruntime-vornic');
@@ -13,8 +12,7 @@ function detect(library, model) {
     const feed = {
         input: tensor('float32', [1, 512], sawtooth),
         sr: tensor('int64', [], [16000]),
-        h: zeros,
-        c: zeros,
+        h: zeros, c: zeros,
     };
     const session = library.session(model);
     try {

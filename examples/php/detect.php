@@ -1,33 +1,25 @@
 <?php
-// How much a 125 Hz buzz sounds like speech: three chunks of 32 ms through a speech detector.
+// Runs a speech detector on three 32 ms chunks of a 125 Hz buzz. The chunks are alike; the answers
+// differ by the detector's state, which each run passes on.
 //
 // usage: php detect.php MODEL LIBRARY          (on the command line FFI is enabled by default)
-//
-// Every chunk is the same; the answers differ by the detector's state, which each run hands on.
 declare(strict_types=1);
 
 function load(string $path): FFI
 {
-    // By full path, so that no other library of this name, and no other runtime, is found.
+    // By full path, so that no other library of this name and no other runtime is found.
     $file = realpath($path);
     if ($file === false) {
         throw new RuntimeException("$path does not exist");
     }
-    // A result of const char * is copied into a PHP string before the call returns.
-    $declarations = file_get_contents(dirname($file) . '/onnxruntime_vornic.cdef');
-    $library = FFI::cdef($declarations, $file);
-    check($library, $library->onnxruntime_vn_available());
-    return $library;
+    // A const char* that is returned is copied into a PHP string.
+    return FFI::cdef(file_get_contents(dirname($file) . '/onnxruntime_vornic.cdef'), $file);
 }
 
-/** Hands on a handle or a 1. The error text means something after a failure only. */
-function check(FFI $library, FFI\CData|int|null $outcome): FFI\CData|int
+/** Returns a handle. The error text is meaningful only after a failure. */
+function check(FFI $library, ?FFI\CData $handle): FFI\CData
 {
-    if ($outcome === null || $outcome === 0) {
-        $text = $library->onnxruntime_vn_last_error();
-        throw new RuntimeException($text !== '' ? $text : 'refused without a reason');
-    }
-    return $outcome;
+    return $handle ?? throw new RuntimeException($library->onnxruntime_vn_last_error());
 }
 
 function detect(FFI $library, string $model): void
@@ -37,19 +29,15 @@ function detect(FFI $library, string $model): void
     $feed = [
         'input' => ['dtype' => 'float32', 'shape' => [1, 512], 'data' => $sawtooth],
         'sr' => ['dtype' => 'int64', 'shape' => [], 'data' => [16000]],
-        'h' => $zeros,
-        'c' => $zeros,
+        'h' => $zeros, 'c' => $zeros,
     ];
     $session = check($library, $library->onnxruntime_vn_create_session($model, null));
     try {
         for ($chunk = 0; $chunk < 3; $chunk++) {
             $json = json_encode($feed, JSON_THROW_ON_ERROR);
             $result = check($library, $library->onnxruntime_vn_run_json($session, null, $json));
-            try {
-                $json = $library->onnxruntime_vn_result_json($result);
-            } finally {
-                $library->onnxruntime_vn_release_result($result);
-            }
+            $json = $library->onnxruntime_vn_result_json($result);
+            $library->onnxruntime_vn_release_result($result);
             $outputs = json_decode($json, true, 512, JSON_THROW_ON_ERROR)['outputs'];
             printf("chunk %d: %.3F\n", $chunk, $outputs['output']['data'][0]);
             [$feed['h'], $feed['c']] = [$outputs['hn'], $outputs['cn']];

@@ -1,23 +1,21 @@
 #!/usr/bin/env python3
-"""How much of each recording is speech? A detector in every process of a cluster, of Dask's making.
+"""Finds the share of speech in each recording, with a detector in every process of a Dask cluster.
 
-Without --scheduler the cluster is on this machine and ends with the program. For a larger one, start
-`dask-scheduler` on one machine and on each, with this folder and the module in PYTHONPATH, `dask-worker ADDRESS
---nthreads 1 --nworkers CORES`. Library, model and recordings are read there, by the paths given here.
+Without --scheduler the cluster runs on this machine and ends with the program. For a larger one,
+start `dask-scheduler` on one machine and `dask-worker ADDRESS --nthreads 1 --nworkers CORES` on
+each, with this folder and the module in PYTHONPATH. Workers read library, model and recordings by
+the paths given here.
 """
-import argparse
 import os
-import sys
 
 import distributed
-import recording
-import roads
+import inputs
 import speech
 from onnxruntime_vornic import Library, VornicError
 
 
 class Detector(distributed.WorkerPlugin):
-    """Makes the session of each process that joins, also of one that takes the place of another."""
+    """Creates a session in every worker process, including those that replace others."""
 
     name = "detector"
 
@@ -25,15 +23,15 @@ class Detector(distributed.WorkerPlugin):
         self.library, self.model = library, model
 
     def setup(self, worker):
-        # Side by side, sessions of one thread are the quickest.
+        # Side by side, sessions with one thread each are the fastest.
         worker.detector = Library(self.library).session(self.model, threads=1)
 
 
 def share_of_speech(path):
     session = distributed.get_worker().detector
     try:
-        chunks, _ = speech.detect(session, recording.load(path))
-    except (VornicError, recording.RecordingError) as error:
+        chunks, _ = speech.detect(session, inputs.load(path))
+    except (VornicError, inputs.RecordingError) as error:
         return str(error)
     return sum(p > 0.5 for p in chunks) / len(chunks) if chunks else "too short"
 
@@ -43,11 +41,11 @@ def shares_of_speech(paths):
 
 
 def detect(client, library, model, paths, batch):
-    """The share of speech in each recording, or why there is none, in the order of their coming."""
+    """Yields each recording with its share of speech, or the reason for having none."""
     client.register_worker_plugin(Detector(library, model))
     tasks = {f"batch {i}": paths[i : i + batch] for i in range(0, len(paths), batch)}
-    # The futures are nobody's but the iterator's, which lets go of each that is done. A result that
-    # is held on to would be worked out again when the worker that has it dies.
+    # Only the iterator holds the futures, and it drops each one that is done. If a result were
+    # still held when its worker dies, Dask would compute it again.
     done = distributed.as_completed(
         client.map(shares_of_speech, list(tasks.values()), key=list(tasks), pure=False),
         with_results=True,
@@ -56,36 +54,28 @@ def detect(client, library, model, paths, batch):
     for future, answers in done:
         if future.status == "finished":
             yield from answers.items()
-        else:  # Dask gives a batch up whose workers died several times.
+        else:  # Dask gives up a batch whose workers died several times.
             yield from ((path, "its workers died") for path in tasks[future.key])
 
 
 def main():
-    parser = argparse.ArgumentParser(prog="cluster", description=__doc__)
-    parser.add_argument("recordings", nargs="+", help=recording.TAKES)
-    parser.add_argument("--library", help="the library's file")
-    parser.add_argument(
-        "--model", help=f"another detector (default: {speech.MODEL}, where scripts/demo has put it)"
-    )
-    parser.add_argument(
-        "--scheduler", metavar="ADDRESS", help="that of a cluster which runs already"
-    )
+    parser = inputs.parser("cluster", __doc__, speech.MODEL)
+    parser.add_argument("recordings", nargs="+", help=inputs.FORMAT)
+    parser.add_argument("--scheduler", metavar="ADDRESS", help="of a running cluster")
     parser.add_argument("--workers", type=int, default=os.cpu_count(), help="processes, without it")
-    parser.add_argument("--batch", type=int, default=10, help="recordings a task, 10 unless given")
+    parser.add_argument("--batch", type=int, default=10, help="recordings a task (default: 10)")
     given = parser.parse_args()
-    model = given.model or roads.fetched(speech.MODEL)
+    model = given.model or inputs.find_model(speech.MODEL)
     cluster = given.scheduler or distributed.LocalCluster(
         n_workers=given.workers, threads_per_worker=1, host="127.0.0.1", dashboard_address=None
     )
     with distributed.Client(cluster) as client:
         for path, share in detect(client, given.library, model, given.recordings, given.batch):
-            print(
+            share = (
                 f"{share:6.0%}  {path}" if isinstance(share, float) else f"     -  {path}: {share}"
             )
+            print(share)
 
 
 if __name__ == "__main__":
-    try:
-        main()
-    except VornicError as error:
-        sys.exit(f"cluster: {error}")
+    inputs.run("cluster", main)

@@ -1,9 +1,8 @@
 #!/usr/bin/env python3
-"""How much a 125 Hz buzz sounds like speech: three chunks of 32 ms through a speech detector.
+"""Runs a speech detector on three 32 ms chunks of a 125 Hz buzz. The chunks are alike; the answers
+differ by the detector's state, which each run passes on.
 
 usage: detect.py MODEL [LIBRARY]
-
-Every chunk is the same; the answers differ by the detector's state, which each run hands on.
 """
 import os
 import sys

@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
-"""A web service around a model, for Linux: POST a feed to /, get the outputs; GET /healthz.
+"""A web service that runs a model, for Linux: POST a feed to / to get the outputs; GET /healthz.
 
-Each worker is a process with a session of one thread; one that is killed is replaced. At SIGTERM, or
-when the first process is gone, they answer what they have received, and end within 5 s."""
+Each worker is a process with a single-threaded session; a worker that is killed is replaced. On
+SIGTERM, or when the parent process is gone, workers answer what they have received and exit within
+5 s."""
 import argparse
 import http.server
 import json
@@ -13,7 +14,7 @@ import time
 
 from onnxruntime_vornic import Library, VornicError, VornicTimeout, check_feed
 
-# A worker's own. Runs are made in turn: the reason of a failure is then that of the run.
+# Each worker has its own. Runs take turns, so that the error text belongs to the run that failed.
 TURN, ENDING = threading.Lock(), threading.Event()
 SIGNALS = {signal.SIGTERM, signal.SIGINT, signal.SIGCHLD}
 
@@ -29,8 +30,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
         length, limit = self.headers.get("Content-Length", ""), self.given.limit
         size = int(length) if length.isdecimal() and len(length) < 13 else -1
         if "Transfer-Encoding" in self.headers or not 0 <= size <= limit:
-            self.close_connection = True  # its rest is not read
-            self.reply(413, {"error": f"a request must say its length, at most {limit} bytes"})
+            self.close_connection = True  # the body is not read
+            self.reply(413, {"error": f"a request must state its length, at most {limit} bytes"})
         elif len(body := self.rfile.read(size)) == size:
             self.reply(*self.answer(body, time.monotonic() + self.given.timeout))
 
@@ -52,11 +53,11 @@ class Handler(http.server.BaseHTTPRequestHandler):
         self.wfile.write(text)
 
 
-def work(server, given, first):
+def work(server, given, parent):
     Handler.given, Handler.session = given, Library().session(given.model, threads=1)
     Handler.inputs, server.daemon_threads = Handler.session.inputs, False
-    end = lambda: (os.read(first, 1), ENDING.set(), server.shutdown())
-    threading.Thread(target=end, daemon=True).start()  # once the first process is gone
+    end = lambda: (os.read(parent, 1), ENDING.set(), server.shutdown())
+    threading.Thread(target=end, daemon=True).start()  # when the parent process is gone
     server.serve_forever(0.1)
     server.server_close()  # waits for the connections
 
@@ -65,19 +66,21 @@ def serve(given):
     signal.pthread_sigmask(signal.SIG_BLOCK, SIGNALS)
     server = http.server.ThreadingHTTPServer(("127.0.0.1", given.port), Handler)
     server.socket.listen(1024)
-    server.socket.setblocking(False)  # another worker may have taken the connection
+    server.socket.setblocking(False)  # another worker may have accepted the connection
     print(f"service: http://127.0.0.1:{server.server_port}", flush=True)
-    (first, alive), workers, failed = os.pipe(), set(), False
+    (parent, alive), workers, failed = os.pipe(), set(), False
     while not failed:
         while len(workers) < given.workers:
             if (worker := os.fork()) == 0:
-                raise SystemExit(os.close(alive) or work(server, given, first))
+                raise SystemExit(os.close(alive) or work(server, given, parent))
             workers.add(worker)
         if signal.sigwait(SIGNALS) != signal.SIGCHLD:
             break
         ended = dict(filter(any, [os.waitpid(worker, os.WNOHANG) for worker in workers]))
         workers -= set(ended)
-        failed = any(map(os.WIFEXITED, ended.values()))  # not killed: it could not start
+        failed = any(
+            map(os.WIFEXITED, ended.values())
+        )  # exited rather than killed: it could not start
     os.close(alive)
     return any([failed, *(os.waitpid(worker, 0)[1] for worker in workers)])
 

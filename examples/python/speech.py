@@ -1,46 +1,28 @@
 #!/usr/bin/env python3
-"""Where is speech in a recording? A detector run through onnxruntime_vornic, 32 ms at a time."""
-import argparse
+"""Finds speech in a recording with a detector, 32 ms at a time. Without --model, four ways of
+running a model are timed afterwards (compare.py)."""
 import json
-import sys
 import time
 
-import recording
-import roads
+import compare
+import inputs
 from onnxruntime_vornic import Library, VornicError, feed_json, tensor
 
 MODEL = "silero_vad.onnx"
-CHUNK = 512  # Samples; the detector was trained on chunks of this size.
+CHUNK = 512  # samples; the detector was trained on chunks of this size
 BLOCKS = "▁▂▃▄▅▆▇█"
-LINE = 75  # Chunks on a line, 2.4 s.
-NO_VERSION = 2**63 - 1  # How ONNX Runtime says that a model has none.
-
-
-def table(rows):
-    """Rows of texts as columns of even width."""
-    widths = [max(map(len, column)) for column in zip(*rows)]
-    for row in rows:
-        print("  " + "  ".join(text.ljust(width) for text, width in zip(row, widths)).rstrip())
+LINE = 75  # chunks on a line, 2.4 s
 
 
 def describe(library, session, model):
-    print(f"ONNX Runtime {library.version}, {', '.join(library.providers)}\n{model}")
-    rows = []
-    for kind, values in (("input", session.inputs), ("output", session.outputs)):
-        for value in values:
-            sizes = zip(value["shape"], value["shape_symbols"])
-            shape = ", ".join(symbol or ("?" if size < 0 else str(size)) for size, symbol in sizes)
-            rows.append((kind, value["name"], value["dtype"], f"[{shape}]"))
-    table(rows)
-    metadata = session.metadata
-    metadata.update(metadata.pop("custom_metadata_map", {}))
-    if metadata.get("version") == NO_VERSION:
-        metadata["version"] = ""
-    table([(key, " ".join(str(value).split()) or "-") for key, value in metadata.items()])
+    print(f"ONNX Runtime {library.version}\n{model}")
+    for kind, values in (("inputs", session.inputs), ("outputs", session.outputs)):
+        texts = (f"{value['name']} {value['dtype']} {value['shape']}" for value in values)
+        print(f"  {kind}: {', '.join(texts)}")
 
 
 def output_text(result, name):
-    """An output as it stands in a result's text, which can be fed to the next run as it is."""
+    """An output as JSON, cut from a result. The next run takes it as an input."""
     begin = result.index("{", result.index(f'"{name}":'))
     text = result[begin : result.index("}", begin) + 1]
     if text.startswith('{"error"'):
@@ -51,12 +33,11 @@ def output_text(result, name):
 def detect(session, samples):
     """The probability of speech in each whole chunk, and the seconds spent in the library."""
     probabilities, inside = [], 0.0
-    rate = tensor("int64", [], [recording.RATE])
+    rate = tensor("int64", [], [inputs.RATE])
     h = c = json.dumps(tensor("float32", [2, 1, 64], [0] * 128))
     for start in range(0, len(samples) - CHUNK + 1, CHUNK):
         chunk = tensor("float32", [1, CHUNK], samples[start : start + CHUNK])
-        # The state goes in as the text that came out: reading and writing it here would take longer
-        # than the run.
+        # The state stays text: converting it in Python would take longer than the run.
         feed = feed_json({"input": chunk, "sr": rate})[:-1] + f',"h":{h},"c":{c}}}'
         begin = time.perf_counter()
         with session.run(feed, ["output", "hn", "cn"]) as result:
@@ -67,73 +48,46 @@ def detect(session, samples):
     return probabilities, inside
 
 
-def time_marks(first, count):
-    """The line below count chunks: a mark where each half second begins."""
-    line, half = "", recording.RATE // 2
-    for sample in range(0, (first + count) * CHUNK, half):
-        place = sample // CHUNK - first
-        if place >= 0:
-            line = line.ljust(place) + f"|{sample / recording.RATE:g}s"
-    return line
-
-
 def show(probabilities):
-    line = "".join(BLOCKS[min(max(int(p * 8), 0), 7)] for p in probabilities)
-    for first in range(0, len(line), LINE):
-        part = line[first : first + LINE]
-        print(f"\n  {part}\n  {time_marks(first, len(part))}")
+    """Prints a block for each chunk, and below it a mark at every half second."""
+    half = inputs.RATE // 2
+    for first in range(0, len(probabilities), LINE):
+        part, marks = probabilities[first : first + LINE], ""
+        for sample in range(0, (first + len(part)) * CHUNK, half):
+            if sample // CHUNK >= first:
+                marks = marks.ljust(sample // CHUNK - first) + f"|{sample / inputs.RATE:g}s"
+        blocks = "".join(BLOCKS[min(max(int(p * 8), 0), 7)] for p in part)
+        print(f"\n  {blocks}\n  {marks}")
 
 
 def speech(library, model, path):
-    samples = recording.load(path)
-    length = 1000 * CHUNK // recording.RATE
-    if len(samples) < CHUNK:
-        raise recording.RecordingError(f"{path} is shorter than one chunk of {length} ms")
+    samples = inputs.load(path)
+    chunks, length = len(samples) // CHUNK, 1000 * CHUNK // inputs.RATE
+    if chunks == 0:
+        raise inputs.RecordingError(f"{path} is shorter than one chunk of {length} ms")
     with library.session(model, threads=1) as session:
         describe(library, session, model)
         begin = time.perf_counter()
         probabilities, inside = detect(session, samples)
-        whole = time.perf_counter() - begin
-    chunks = len(samples) // CHUNK
+        total = time.perf_counter() - begin
     print(f"\nSpeech in {path}, {chunks} chunks of {length} ms")
     show(probabilities)
     print(
-        f"\n{1000 * whole / chunks:.2f} ms a chunk, {1000 * inside / chunks:.2f} ms of it in the "
-        f"library: {chunks * length / 1000 / whole:.0f} times faster than real time"
+        f"\n{1000 * total / chunks:.2f} ms a chunk, {1000 * inside / chunks:.2f} ms of it in the "
+        f"library: {chunks * length / 1000 / total:.0f} times faster than real time"
     )
-
-
-def arguments():
-    parser = argparse.ArgumentParser(
-        prog="speech",
-        description=__doc__,
-        epilog="Without --model, four ways of running a model are timed afterwards (roads.py).",
-    )
-    recording.add_argument(parser)
-    parser.add_argument(
-        "--model",
-        help="another speech detector with the same inputs and outputs "
-        f"(default: {MODEL}, where scripts/demo has put it)",
-    )
-    parser.add_argument("--library", help=roads.LIBRARY)
-    return parser.parse_args()
 
 
 def main():
-    sys.stdout.reconfigure(encoding="utf-8")
-    given = arguments()
-    try:
-        library = Library(given.library)
-        speech(library, given.model or roads.fetched(MODEL), given.recording)
-        if given.model is None:
-            print()
-            roads.compare(library, roads.fetched(roads.MODEL), given.recording)
-    except (VornicError, recording.RecordingError) as error:
-        sys.stdout.flush()
-        print(f"speech: {error}", file=sys.stderr)
-        return 1
-    return 0
+    parser = inputs.parser("speech", __doc__, MODEL)
+    parser.add_argument("recording", nargs="?", default=inputs.RECORDING, help=inputs.FORMAT)
+    given = parser.parse_args()
+    library = Library(given.library)
+    speech(library, given.model or inputs.find_model(MODEL), given.recording)
+    if given.model is None:
+        print()
+        compare.compare(library, inputs.find_model(compare.MODEL), given.recording)
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    inputs.run("speech", main)

@@ -1,18 +1,12 @@
-#!/usr/bin/env ruby
-# frozen_string_literal: true
-
-# How much a 125 Hz buzz sounds like speech: three chunks of 32 ms through a speech detector.
+# Runs a speech detector on three 32 ms chunks of a 125 Hz buzz. The chunks are alike; the answers
+# differ by the detector's state, which each run passes on.
 #
-# usage: detect.rb MODEL LIBRARY
-#
-# Every chunk is the same; the answers differ by the detector's state, which each run hands on.
+# usage: ruby detect.rb MODEL LIBRARY
 require "fiddle"
 require "json"
 
-class VornicError < StandardError; end
-
 class Library
-  # A result of CONST_STRING is copied into a String before the call returns.
+  # A CONST_STRING that is returned is copied into a String.
   TYPES = {
     "void" => Fiddle::TYPE_VOID,
     "int32_t" => Fiddle::TYPE_INT32_T,
@@ -21,7 +15,7 @@ class Library
   }.tap { |types| types.default = Fiddle::TYPE_VOIDP }.freeze
 
   def initialize(path)
-    # By full path, so that no other library of this name, and no other runtime, is found.
+    # By full path, so that no other library of this name and no other runtime is found.
     path = File.expand_path(path)
     loaded = Fiddle.dlopen(path)
     File.read("#{File.dirname(path)}/onnxruntime_vornic.cdef")
@@ -30,20 +24,14 @@ class Library
       function = Fiddle::Function.new(loaded["onnxruntime_vn_#{name}"], kinds, TYPES[result])
       define_singleton_method(name) { |*values| function.call(*values) }
     end
-    check(available)
   end
 
-  # Hands on a handle or a 1. The error text means something after a failure only.
-  def check(outcome)
-    return outcome unless outcome.is_a?(Fiddle::Pointer) ? outcome.null? : outcome.zero?
+  # Yields a handle and releases it, whatever the block does. The error text is meaningful only
+  # after a failure.
+  def with(handle, release)
+    raise last_error.force_encoding(Encoding::UTF_8) if handle.null?
 
-    text = last_error.force_encoding(Encoding::UTF_8)
-    raise VornicError, text.empty? ? "refused without a reason" : text
-  end
-
-  # Yields a handle and releases it, whatever the block does.
-  def owned(handle, release)
-    yield check(handle)
+    yield handle
   ensure
     public_send(release, handle)
   end
@@ -55,13 +43,12 @@ def detect(library, model)
   feed = {
     input: { dtype: "float32", shape: [1, 512], data: sawtooth },
     sr: { dtype: "int64", shape: [], data: [16_000] },
-    h: zeros,
-    c: zeros
+    h: zeros, c: zeros
   }
-  library.owned(library.create_session(model, nil), :release_session) do |session|
+  library.with(library.create_session(model, nil), :release_session) do |session|
     3.times do |chunk|
-      run = library.run_json(session, nil, JSON.generate(feed))
-      json = library.owned(run, :release_result) { |result| library.result_json(result) }
+      result = library.run_json(session, nil, JSON.generate(feed))
+      json = library.with(result, :release_result) { library.result_json(result) }
       outputs = JSON.parse(json)["outputs"]
       puts format("chunk %d: %.3f", chunk, outputs["output"]["data"][0])
       feed.update(h: outputs["hn"], c: outputs["cn"])
@@ -69,9 +56,9 @@ def detect(library, model)
   end
 end
 
-abort "usage: detect.rb MODEL LIBRARY" if ARGV.length != 2
+abort "usage: ruby detect.rb MODEL LIBRARY" if ARGV.length != 2
 begin
   detect(Library.new(ARGV[1]), ARGV[0])
-rescue VornicError, Fiddle::DLError, SystemCallError => e
+rescue RuntimeError, Fiddle::DLError, SystemCallError => e
   abort "detect: #{e.message}"
 end
