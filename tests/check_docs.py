@@ -25,12 +25,18 @@ def check(what, wrong):
 def messages():
     for source in map(pathlib.Path.read_text, (root / "src").glob("*/*.*")):
         yield from re.findall(MEMBER, source)
-        texts = (re.sub(r'\\"error\\":|\\"', "", literal) for literal in re.findall(LITERAL, source, re.DOTALL))
+        texts = (
+            re.sub(r'\\"error\\":|\\"', "", literal)
+            for literal in re.findall(LITERAL, source, re.DOTALL)
+        )
         yield from (re.sub("%[sd]", "...", text) for text in texts if re.fullmatch(MESSAGE, text))
 
 
 def headings(page):
-    return [re.sub(r"[^\w -]", "", text.lower()).replace(" ", "-") for text in re.findall(r"^#+ (.*)", page.read_text(), re.MULTILINE)]
+    return [
+        re.sub(r"[^\w -]", "", text.lower()).replace(" ", "-")
+        for text in re.findall(r"^#+ (.*)", page.read_text(), re.MULTILINE)
+    ]
 
 
 cells = re.findall(r"^\| (`.*?) \|", (root / "docs/troubleshooting.md").read_text(), re.MULTILINE)
@@ -43,9 +49,13 @@ with tempfile.TemporaryDirectory() as folder:
     done = subprocess.run([doxygen, "-"], cwd=root, input=settings, text=True, capture_output=True)
     reference = "".join(page.read_text() for page in pathlib.Path(folder).rglob("*_8h.html"))
 check("Doxygen", done.stderr.splitlines() or ["failed"] * (done.returncode != 0))
-code = re.sub(r"/\*.*?\*/", "", (root / "include/onnxruntime_vornic.h").read_text(), flags=re.DOTALL)
+code = re.sub(
+    r"/\*.*?\*/", "", (root / "include/onnxruntime_vornic.h").read_text(), flags=re.DOTALL
+)
 functions = set(re.findall(r"\bonnxruntime_vn_\w+(?=\()", code))
-check("not in the reference", {name for name in functions if f"</span>{name}()</h2>" not in reference})
+check(
+    "not in the reference", {name for name in functions if f"</span>{name}()</h2>" not in reference}
+)
 
 for page in [*root.glob("*.md"), *root.glob("docs/*.md")]:
     for path, heading in re.findall(r"\]\((?!https?:)([^)#]*)#?([^)]*)", page.read_text()):
@@ -55,9 +65,19 @@ for page in [*root.glob("*.md"), *root.glob("docs/*.md")]:
 with tempfile.TemporaryDirectory() as folder:
     Image.new("RGB", (320, 200), "lime").save(f"{folder}/photo.jpg")
     os.symlink(f"{models}/image.onnx", f"{folder}/image.onnx")
-    environment = {**os.environ, "PYTHONPATH": f"{root}/modules/python", "ONNXRUNTIME_VORNIC_LIBRARY": library}
+    environment = {
+        **os.environ,
+        "PYTHONPATH": f"{root}/modules/python",
+        "ONNXRUNTIME_VORNIC_LIBRARY": library,
+    }
     program = re.search("```python\n(.*?)```", (root / "docs/images.md").read_text(), re.DOTALL)[1]
-    done = subprocess.run([sys.executable, "-c", program], cwd=folder, env=environment, text=True, capture_output=True)
+    done = subprocess.run(
+        [sys.executable, "-c", program], cwd=folder, env=environment, text=True, capture_output=True
+    )
     check("docs/images.md", [done.stdout + done.stderr] * (done.stdout != "1\n"))
-print(*failures, f"{len(written)} messages, {len(functions)} functions, {len(failures)} failures", sep="\n")
+print(
+    *failures,
+    f"{len(written)} messages, {len(functions)} functions, {len(failures)} failures",
+    sep="\n",
+)
 sys.exit(len(failures) > 0)
