@@ -6,6 +6,7 @@ import argparse
 import array
 import contextlib
 import itertools
+import os
 import pathlib
 import re
 import signal
@@ -14,14 +15,16 @@ import sys
 import tempfile
 
 CALL = re.compile(
-    r"(?:\$(\w+) = )?(\w+)((?: '[^']*'| [\w$:.,-]+)*?)"  # kind, name, arguments
-    r"(?: -> (\.\.\.)?('[^']*'|[\w:.,+-]+?)(\.\.\.)?)?( !(?: (.*))?)?",  # answer, error
+    r"(?:\$(?P<kind>\w+) = )?(?P<name>\w+)(?P<arguments>(?: '[^']*'| [\w$:.,-]+)*?)"
+    r"(?: -> (?P<begins>\.\.\.)?(?P<answer>'[^']*'|[\w:.,+-]+?)(?P<goes_on>\.\.\.)?)?"
+    r"(?P<fails> !(?: (?P<error>.*))?)?",
     re.DOTALL,
 )
 EARLIER = "invalid shape_json"  # the last error that is set before each call
+APPEND = "session_options_append_execution_provider"
 CLEARS_ERROR = "(run_json|run_tensor|run_with_|tensor_|create_session$|session_end_profiling).*"
 NOT_IN_THREADS = ("get_available_providers_json", "session_end_profiling")
-FIELDS, WIRE = "\t\n\r", "\1\2\3"
+TO_WIRE, FROM_WIRE = str.maketrans("\t\n\r", "\1\2\3"), str.maketrans("\1\2\3", "\t\n\r")
 
 
 def floats(numbers):
@@ -37,15 +40,14 @@ def shortened(text):
     return shown(text if len(text) <= 600 else text[:400] + " ... " + text[-150:])
 
 
-def difference(expected, got):
+def difference(one, other, names=("expected", "got")):
     """Both texts around the first byte that differs, and a mark below it."""
-    pairs = enumerate(zip(expected, got))
-    at = next((k for k, (a, b) in pairs if a != b), min(len(expected), len(got)))
+    at = len(os.path.commonprefix([one, other]))
     start = max(at - 60, 0)
-    cut = "... " * (start > 0)
-    lines = [cut + shown(text[start : start + 200]) for text in (expected, got)]
-    mark = " " * len(cut + shown(got[start:at])) + f"^ byte {at}"
-    return "\n".join(map("".join, zip(("  expected  ", "  got       ", 12 * " "), (*lines, mark))))
+    same = "... " * (start > 0) + shown(one[start:at])
+    lines = [f"  {name:<10}{same}" for name in names]
+    ends = [shown(text[at : at + 140]) for text in (one, other)]
+    return f"{lines[0]}{ends[0]}\n{lines[1]}{ends[1]}\n{' ' * len(lines[0])}^ byte {at}"
 
 
 class Program:
@@ -63,12 +65,9 @@ class Program:
         return [self.answer() for _ in requests]
 
     def send(self, requests):
-        wire = str.maketrans(FIELDS, WIRE)
+        lines = ("\t".join(field.translate(TO_WIRE) for field in each) + "\n" for each in requests)
         with contextlib.suppress(OSError):  # if the program has ended, answer() reports it
-            for request in requests:
-                print(
-                    *(field.translate(wire) for field in request), sep="\t", file=self.process.stdin
-                )
+            self.process.stdin.writelines(lines)
             self.process.stdin.flush()
 
     def answer(self):
@@ -78,10 +77,8 @@ class Program:
         line = self.process.stdout.readline()
         if not line.endswith("\n"):
             status = self.end()
-            sys.exit(
-                f"FAILED: {self.where}\n  the program answered {line!r} and exited with {status}"
-            )
-        return line[:-1].translate(str.maketrans(WIRE, FIELDS))
+            sys.exit(f"FAILED: {self.where}\n  got       {line!r}, and exit status {status}")
+        return line[:-1].translate(FROM_WIRE)
 
     def close(self):
         with contextlib.suppress(OSError):
@@ -101,25 +98,16 @@ class Call:
     """A call of a script with the answer and the last error that are expected."""
 
     def __init__(self, place, text):
-        parts = CALL.fullmatch(text) or sys.exit(f"{place}: this is not a call: {text}")
-        self.place, self.text = place, text
-        (
-            self.kind,
-            self.name,
-            arguments,
-            self.begins,
-            answer,
-            self.goes_on,
-            fails,
-            error,
-        ) = parts.groups()
-        self.arguments = re.findall(r"'[^']*'|[^ ]+", arguments)
-        is_null = answer == "null" or self.kind and fails and not answer
+        parts = CALL.fullmatch(text) or sys.exit(f"FAILED: {place}: this is not a call: {text}")
+        vars(self).update(parts.groupdict(), place=place, text=text)
+        self.arguments = re.findall(r"'[^']*'|[^ ]+", self.arguments)
+        is_null = self.answer == "null" or self.kind and self.fails and not self.answer
         clears = re.fullmatch(CLEARS_ERROR, self.name) and not is_null
-        self.error = (error or "") if fails else "" if clears else EARLIER
-        self.setter = "session_end_profiling" if error == EARLIER else "tensor_zeros_f32"
-        default = "0" if fails else "something" if self.kind else "anything"
-        self.answer = "nothing" if is_null else answer or default
+        # This call sets EARLIER; where EARLIER is expected, the other sets something else.
+        self.setter = "session_end_profiling" if self.error == EARLIER else "tensor_zeros_f32"
+        self.error = (self.error or "") if self.fails else "" if clears else EARLIER
+        default = "0" if self.fails else "something" if self.kind else "anything"
+        self.answer = "nothing" if is_null else self.answer or default
         self.is_text = self.answer[0] == "'"
         self.type = "p" if self.kind or is_null else "t" if self.is_text else "i"
         if self.answer.startswith("f32:"):
@@ -130,33 +118,20 @@ class Call:
         if self.type not in "pit":
             return got != "nothing" and floats(got) == floats(self.answer)
         if self.begins:
-            return got.endswith(self.answer[1:-1])
-        if self.goes_on:
-            return got.startswith(self.answer[:-1])
-        return self.answer == "anything" or got == (
-            self.answer[:-1] if self.is_text else self.answer
+            return got.endswith(self.answer[1:])
+        return (
+            got.startswith(self.answer[:-1]) if self.goes_on else self.answer in (got, "anything")
         )
 
-    def is_as_expected(self, got, error):
-        """Prints the failure if it is not. An error of None, and ONNX Runtime's words, go unchecked."""
-        if self.matches(got) and error in (None, self.error, *self.own_words(error or "")):
-            return True
-        got += "'" * self.is_text
-        texts = [
-            answer
-            + (
-                ""
-                if error is None
-                else "; last error: " + (text or "empty").replace(EARLIER, "unchanged")
-            )
-            for answer, text in ((self.answer, self.error), (got, error or ""))
-        ]
-        print(f"FAILED: {self.place}\n  call      {shortened(self.text)}")
-        print(difference(*texts), flush=True)
-        return False
-
-    def own_words(self, error):
-        return [error] * (error.partition(" failed: ")[0] + " failed" == self.error)
+    def check(self, got, error):
+        """Whether both are as expected; prints what is not. ONNX Runtime's words may be left out."""
+        wrong = [] if self.matches(got) else [(self.answer, got)]
+        if self.error not in (error, error.partition(" failed: ")[0] + " failed"):
+            wrong.append(("last error: " + (text or "none") for text in (self.error, error)))
+        if wrong:
+            print(f"FAILED: {self.place}\n  call      {shortened(self.text)}")
+            print(*itertools.starmap(difference, wrong), sep="\n", flush=True)
+        return not wrong
 
 
 class Player:
@@ -217,10 +192,11 @@ class Player:
         if call:
             got = answers[3] if call.kind and call.is_text else answers[1]
             # Other threads set the last error too.
-            self.check(call, got, None if self.threads else answers[2][1:])
+            error = call.error if self.threads else answers[2][1:]
+            self.check(call, got + "'" * call.is_text, error)
 
     def check(self, call, got, error):
-        self.failed += not call.is_as_expected(got, error)
+        self.failed += not call.check(got, error)
 
     def end(self):
         """Whether every answer, those of the threads included, and the exit status were right."""
@@ -253,20 +229,19 @@ def lines_of(path):
 
 
 def spelled(text, words):
-    """The text in each of its choices, with every <...> replaced from the inside."""
-    choice = choices = 0
-    while choice <= choices:
+    """The text in each of its choices, with every <...> replaced, the innermost first."""
+    choice, choices = 0, 1
+    while choice < choices:
         made = text
         while part := re.search("<((?:[^<>-]|-(?!>)|->)*)>", made):
             options, (times, star, piece) = part[1].split("|"), part[1].partition("*")
-            choices = max(choices, len(options) - 1)
+            choices = max(choices, len(options))
             if len(options) > 1:
                 new = options[choice % len(options)]
-            elif star:
-                new = int(times) * piece
+            elif re.fullmatch("x[0-9a-f]{2}", times):
+                new = chr(int(times[1:], 16))
             else:
-                byte = re.fullmatch("x([0-9a-f]{2})", times)
-                new = chr(int(byte[1], 16)) if byte else words[times]
+                new = int(times) * piece if star else words[times]
             made = made[: part.start()] + new + made[part.end() :]
         yield made
         choice += 1
@@ -277,19 +252,17 @@ def scenes(path, models):
     words, title, calls = {"models": models}, "", []
     for place, text, rows in lines_of(path):
         if bool(rows) != ("<1>" in text):
-            sys.exit(f"{place}: a line with <1> needs rows, and no other line may have any")
-        times, text = re.fullmatch(r"(?:(\d+)x )?(.*)", text).groups()
+            sys.exit(f"FAILED: {place}: a line with <1> needs rows, and no other may have any")
         if text.startswith("== "):
             yield title, calls, words.copy()
             title, model = f"{place}: {text[3:]}", re.search(r"\((\w+\.onnx)\)", text)
-            rows, text = (
-                [],
-                f"$session = create_session '<models>/{model[1]}' null" if model else "",
+            calls = (
+                [(place, f"$session = create_session '{models}/{model[1]}' null")] if model else []
             )
-            calls = [(place, made) for made in spelled(text, words) if made]
         elif definition := re.fullmatch(r"([\w|]+): (.*)", text):
             words.update(dict.fromkeys(definition[1].split("|"), definition[2]))
         else:
+            times, text = re.fullmatch(r"(?:(\d+)x )?(.*)", text).groups()
             for place, row in rows or [(place, "")]:
                 cells = row.split(" | ")
                 filled = re.sub(r"<(\d)>", lambda column: cells[int(column[1]) - 1], text)
@@ -299,30 +272,27 @@ def scenes(path, models):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--provider", help="is appended to the options of sessions without any")
-    parser.add_argument(
-        "--threads", type=int, default=0, help="as many as PROGRAM is told to start"
-    )
-    parser.add_argument("--rounds", type=int, default=1, help="how often the script is played")
-    parser.add_argument("--then", choices=["leave", "unload"], help="done after each round")
-    parser.add_argument("script")
-    parser.add_argument("models", help="a folder that make_models.py has filled")
-    parser.add_argument("program", nargs=argparse.REMAINDER, help="with its arguments")
+    add = parser.add_argument
+    add("--provider", help="is appended to the options of sessions without any")
+    add("--threads", type=int, default=0, help="the number that PROGRAM is told to start")
+    add("--rounds", type=int, default=1, help="how often the script is played")
+    add("--then", choices=["leave", "unload"], help="what is done after each round")
+    add("script")
+    add("models", help="a folder that make_models.py has filled")
+    add("program", nargs=argparse.REMAINDER, help="with its arguments")
     given = parser.parse_args()
-    if not pathlib.Path(
-        given.models.removeprefix("Z:"), "double.onnx"
-    ).exists():  # Z: is Wine's root
-        parser.error(f"{given.models} holds no double.onnx: make_models.py FOLDER makes the models")
+    model = given.models + "/double.onnx"
+    if not os.path.exists(model.removeprefix("Z:")):  # Wine's name of the root
+        parser.error(f"there is no {model}: make_models.py FOLDER makes the models")
     player = Player(Program(given.program), given.threads, given.provider)
+    ask = player.program.ask
     for number in range(given.rounds):
         # Threads share this session, WebGPU needs one on the CPU besides its own, and the call binds
         # ONNX Runtime, which clears the last error.
-        ask = player.program.ask
-        ask([("shared", "p", "create_session", f"'{given.models}/double.onnx", "null")])
+        ask([("shared", "p", "create_session", "'" + model, "null")])
         if given.provider:
-            append = "session_options_append_execution_provider"
             ask([("provided", "p", "create_session_options")])
-            ask([("", "i", append, "$provided", "'" + given.provider)])
+            ask([("", "i", APPEND, "$provided", "'" + given.provider)])
         for _, calls, _ in scenes(given.script, given.models):
             player.release()
             for call in calls:
