@@ -24,7 +24,7 @@ class Watcher(play.Player):
         if not self.collects:
             super().check(call, got, error)
         elif call.answer != "anything":
-            got = re.sub(r"(_profile_).*", r"\1", got.lstrip("'"))  # a time follows
+            got = re.sub(r"(_profile_).*", r"\1", got.strip("'"))  # a time follows
             self.answers += got + (" ! " + error) * (error != play.EARLIER) + "|"
 
     def scene(self, title, calls, what="the scene", refusals="0 0 0"):
@@ -43,9 +43,7 @@ class Watcher(play.Player):
         if not is_met:
             print(f"FAILED: {title}: {fault}", flush=True)
             if well is not None:
-                print(
-                    f"  without   {play.shortened(well)}\n  with      {play.shortened(self.answers)}"
-                )
+                print(play.difference(well, self.answers, ("without", "with")), flush=True)
 
     def refuse(self, title, calls, words):
         """Plays a scene again and again, each time with another refusal, which must show."""
