@@ -4,7 +4,6 @@ import os
 import pathlib
 import re
 import shlex
-import string
 import subprocess
 import sys
 import tempfile

@@ -8,19 +8,8 @@ import sys
 import tempfile
 
 import play
-from delivery import (
-    DETECTS,
-    check,
-    declared,
-    detector,
-    drive,
-    finish,
-    given,
-    models,
-    output,
-    run,
-    windows,
-)
+from delivery import DETECTS, check, declared, finish, output, run
+from delivery import detector, drive, given, models, windows
 
 deps, platform = given.source / ".deps", "win32-x64" if windows else "linux-x64"
 program = [*given.runner, deps / "node/node.exe"] if windows else ["node"]

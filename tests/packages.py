@@ -7,19 +7,8 @@ import shutil
 import sys
 import tempfile
 
-from delivery import (
-    DETECTS,
-    DOUBLES,
-    check,
-    detector,
-    drive,
-    exe,
-    finish,
-    given,
-    output,
-    run,
-    windows,
-)
+from delivery import DETECTS, DOUBLES, check, finish, output, run
+from delivery import detector, drive, exe, given, windows
 
 DEBS = "libonnxruntime-vornic-dev libonnxruntime-vornic1 onnxruntime-vornic-tools"
 PIP = "/usr/bin/python3 -m pip "

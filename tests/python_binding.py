@@ -200,11 +200,26 @@ def check_examples():
             check(f"{run} examples in {name}", 0, wrong)
 
 
+def ctype(declared):
+    """What ctypes calls the type of a C declaration."""
+    if "*" in declared:
+        return ctypes.c_char_p if declared.startswith("const char*") else ctypes.c_void_p
+    return {"int32_t": ctypes.c_int32, "float": ctypes.c_float, "void": None}[declared.split()[0]]
+
+
+def check_signatures():
+    """Every function is declared to ctypes as the header declares it, and has been called."""
+    declared, cdef = {}, pathlib.Path(sys.argv[2]).with_name("onnxruntime_vornic.cdef").read_text()
+    for result, name, arguments in re.findall(r"(.*?) ?onnxruntime_vn_(\w+)\((.*)\);", cdef):
+        types = [result] + [each for each in arguments.split(", ") if each != "void"]
+        declared[name] = tuple(map(ctype, types))
+        check(f"the signature of {name}", declared[name], _native.SIGNATURES[name])
+    check("functions that were called", sorted(declared), sorted(set(called)))
+
+
 for name in _native.SIGNATURES:
     setattr(library.functions, name, counted(name, getattr(library.functions, name)))
 for part in (check_feeds, check_lifetimes, check_tensors, check_options, check_examples):
     part()
-header = (root / "include/onnxruntime_vornic.h").read_text()
-declared = set(re.findall(r"\bonnxruntime_vn_(\w+)\(", header))
-check("functions of the header that were not called", set(), declared.symmetric_difference(called))
+check_signatures()
 sys.exit(len(failures) > 0)
