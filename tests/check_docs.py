@@ -1,83 +1,91 @@
-"""Checks the docs: check_docs.py CHECKOUT DOXYGEN LIBRARY MODELS. Every text that the library can write is in
-docs/troubleshooting.md and no other, every function is in the reference, which Doxygen builds without a warning, every link
-leads somewhere, and the programs of docs/images.md know a green image from others."""
+"""Checks the docs: check_docs.py CHECKOUT DOXYGEN LIBRARY MODELS
+
+Every message that the library can write is in docs/troubleshooting.md and no other, every function is
+in the reference, which Doxygen builds without a warning, every link has a target, and the program of
+docs/images.md recognizes a green image.
+"""
 import os
 import pathlib
 import re
 import subprocess
 import sys
 import tempfile
+
 from PIL import Image
 
-# What a source file holds between quotes; characters and comments are passed over.
+# The text between quotes in a source file; characters and comments are passed over.
 LITERAL = r'"((?:[^"\\\n]|\\.)*)"|\'(?:[^\'\\\n]|\\.)+\'|//[^\n]*|/\*.*?\*/|#include[^\n]*'
 # A sentence, or the name of a function of ONNX Runtime, which begins "X failed: ...".
 MESSAGE = r"[^%:].* .*|Run|(?!OrtGetApiBase|CPUExecution)[A-Z][a-z]+[A-Z]\w+"
-# A member of the metadata, which stands for the function that gets it.
+# A member of the metadata stands for the function that gets it.
 MEMBER = r'\{"(\w+)", g_api->'
-root, doxygen, library, models, failures = pathlib.Path(sys.argv[1]), *sys.argv[2:], []
+root, doxygen, library, models = pathlib.Path(sys.argv[1]).resolve(), *sys.argv[2:]
+failures = []
 
 
 def check(what, wrong):
-    failures.extend(f"{what}: {item}" for item in sorted(wrong))
+    failures.extend(f"FAILED: {what}: {item}" for item in sorted(wrong))
 
 
 def messages():
     for source in map(pathlib.Path.read_text, (root / "src").glob("*/*.*")):
         yield from re.findall(MEMBER, source)
-        texts = (
-            re.sub(r'\\"error\\":|\\"', "", literal)
-            for literal in re.findall(LITERAL, source, re.DOTALL)
-        )
-        yield from (re.sub("%[sd]", "...", text) for text in texts if re.fullmatch(MESSAGE, text))
+        for literal in re.findall(LITERAL, source, re.DOTALL):
+            text = re.sub(r'\\"error\\":|\\"', "", literal)
+            if re.fullmatch(MESSAGE, text):
+                yield re.sub("%[sd]", "...", text)
+
+
+def check_messages():
+    page = (root / "docs/troubleshooting.md").read_text()
+    cells = re.findall(r"^\| (`.*?) \|", page, re.MULTILINE)
+    listed, written = set(re.findall("`(.*?)`", "".join(cells))), set(messages())
+    check("not in docs/troubleshooting.md", written - listed)
+    check("in docs/troubleshooting.md, but not in the sources", listed - written)
+    return len(written)
+
+
+def check_reference():
+    with tempfile.TemporaryDirectory() as folder:
+        settings = (root / "docs/Doxyfile").read_text() + f"\nOUTPUT_DIRECTORY = {folder}\n"
+        command = dict(cwd=root, input=settings, text=True, capture_output=True)
+        done = subprocess.run([doxygen, "-"], **command)
+        reference = "".join(page.read_text() for page in pathlib.Path(folder).rglob("*_8h.html"))
+    check("Doxygen", done.stderr.splitlines() or ["failed"] * (done.returncode != 0))
+    header = (root / "include/onnxruntime_vornic.h").read_text()
+    code = re.sub(r"/\*.*?\*/", "", header, flags=re.DOTALL)
+    functions = set(re.findall(r"\bonnxruntime_vn_\w+(?=\()", code))
+    missing = {name for name in functions if f"</span>{name}()</h2>" not in reference}
+    check("not in the reference", missing)
 
 
 def headings(page):
-    return [
-        re.sub(r"[^\w -]", "", text.lower()).replace(" ", "-")
-        for text in re.findall(r"^#+ (.*)", page.read_text(), re.MULTILINE)
-    ]
+    texts = re.findall(r"^#+ (.*)", page.read_text(), re.MULTILINE)
+    return [re.sub(r"[^\w -]", "", text.lower()).replace(" ", "-") for text in texts]
 
 
-cells = re.findall(r"^\| (`.*?) \|", (root / "docs/troubleshooting.md").read_text(), re.MULTILINE)
-listed, written = set(re.findall("`(.*?)`", "".join(cells))), set(messages())
-check("not in docs/troubleshooting.md", written - listed)
-check("in docs/troubleshooting.md, but not in the sources", listed - written)
+def check_links():
+    for page in [*root.glob("*.md"), *root.glob("docs/*.md"), *root.glob("tests/*.md")]:
+        for path, heading in re.findall(r"\]\((?!https?:)([^)#]*)#?([^)]*)", page.read_text()):
+            target = page.parent / path if path else page
+            if not target.exists() or heading and heading not in headings(target):
+                check(f"{page.name} has a link without a target", [f"{path}#{heading}"])
 
-with tempfile.TemporaryDirectory() as folder:
-    settings = (root / "docs/Doxyfile").read_text() + f"\nOUTPUT_DIRECTORY = {folder}\n"
-    done = subprocess.run([doxygen, "-"], cwd=root, input=settings, text=True, capture_output=True)
-    reference = "".join(page.read_text() for page in pathlib.Path(folder).rglob("*_8h.html"))
-check("Doxygen", done.stderr.splitlines() or ["failed"] * (done.returncode != 0))
-code = re.sub(
-    r"/\*.*?\*/", "", (root / "include/onnxruntime_vornic.h").read_text(), flags=re.DOTALL
-)
-functions = set(re.findall(r"\bonnxruntime_vn_\w+(?=\()", code))
-check(
-    "not in the reference", {name for name in functions if f"</span>{name}()</h2>" not in reference}
-)
 
-for page in [*root.glob("*.md"), *root.glob("docs/*.md")]:
-    for path, heading in re.findall(r"\]\((?!https?:)([^)#]*)#?([^)]*)", page.read_text()):
-        target = page.parent / path if path else page
-        if not target.exists() or heading and heading not in headings(target):
-            check(f"{page.name} links to nothing", [f"{path}#{heading}"])
-with tempfile.TemporaryDirectory() as folder:
-    Image.new("RGB", (320, 200), "lime").save(f"{folder}/photo.jpg")
-    os.symlink(f"{models}/image.onnx", f"{folder}/image.onnx")
-    environment = {
-        **os.environ,
-        "PYTHONPATH": f"{root}/modules/python",
-        "ONNXRUNTIME_VORNIC_LIBRARY": library,
-    }
+def check_image_program():
+    environment = {"PYTHONPATH": f"{root}/modules/python", "ONNXRUNTIME_VORNIC_LIBRARY": library}
     program = re.search("```python\n(.*?)```", (root / "docs/images.md").read_text(), re.DOTALL)[1]
-    done = subprocess.run(
-        [sys.executable, "-c", program], cwd=folder, env=environment, text=True, capture_output=True
-    )
+    with tempfile.TemporaryDirectory() as folder:
+        Image.new("RGB", (320, 200), "lime").save(f"{folder}/photo.jpg")
+        os.symlink(f"{models}/image.onnx", f"{folder}/image.onnx")
+        settings = dict(cwd=folder, env={**os.environ, **environment}, text=True)
+        done = subprocess.run([sys.executable, "-c", program], capture_output=True, **settings)
     check("docs/images.md", [done.stdout + done.stderr] * (done.stdout != "1\n"))
-print(
-    *failures,
-    f"{len(written)} messages, {len(functions)} functions, {len(failures)} failures",
-    sep="\n",
-)
+
+
+count = check_messages()
+check_reference()
+check_links()
+check_image_program()
+print(*failures, f"{count} messages, {len(failures)} failures", sep="\n")
 sys.exit(len(failures) > 0)
