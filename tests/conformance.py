@@ -17,15 +17,14 @@ sys.path.append(str(pathlib.Path(__file__).resolve().parents[1] / "modules/pytho
 from onnxruntime_vornic import Library, VornicError, tensor
 
 CARRIED = "float32 float64 int8 int16 int32 int64 uint8 uint16 uint32 uint64 bool string".split()
-# ONNX Runtime alone gives other answers than the test's data, to the bit as the library does, or
-# random ones.
+# ONNX Runtime without the library differs from the data too, by the same bits, or is random.
 OTHERWISE = """test_(bernoulli(_double|_seed)?(_expanded)?|dft(_axis|_inverse)?|stft(_with_window)?
 |maxunpool_export_with_output_shape|resize_downsample_scales_(cubic|linear)_align_corners
 |training_dropout(_default)?(_mask)?)"""
 
 
 class Skip(Exception):
-    """Why a test cannot be run to its end."""
+    """The reason why a test cannot be completed."""
 
 
 def read_tensors(folder, kind, infos):
