@@ -1,4 +1,4 @@
-"""What the checks of the delivered files share: CMake's settings, check() and ways to run programs."""
+"""What the checks of the delivered files and the docs share: CMake's settings, check() and run()."""
 import argparse
 import os
 import pathlib
@@ -9,11 +9,12 @@ import sys
 import tempfile
 
 parser = argparse.ArgumentParser()
-for name in "build source library runtime old cmake cc nm objdump readelf".split():
+for name in "build source library runtime old cmake cc nm objdump readelf doxygen".split():
     parser.add_argument("--" + name, type=pathlib.Path)
 parser.add_argument("--runner", type=shlex.split)  # what runs the target's programs
 parser.add_argument("--toolchain")
 parser.add_argument("--objects", nargs="*")  # of which the library is made
+parser.add_argument("--feeds", nargs=2, type=int, default=(3000, 1))  # random ones, and their seed
 given = parser.parse_args()
 windows = given.library.suffix == ".dll"
 drive, exe = ("Z:", ".exe") if windows else ("", "")

@@ -1,7 +1,7 @@
-"""Checks the Python module: python_binding.py CHECKOUT LIBRARY MODELS [COUNT [SEED]]
+"""Checks the Python module.
 
-The examples of its docs run, and by the end every function of the header has been called. Of COUNT
-random feeds, most of them damaged, each that check_feed accepts must run, on exactly its tensors.
+The examples of its docs run, and by the end every function of the header has been called. Of random
+feeds, most of them damaged, each that check_feed accepts must run, on exactly its tensors.
 """
 import array
 import ctypes
@@ -9,18 +9,17 @@ import doctest
 import json
 import math
 import os
-import pathlib
 import random
 import re
 import sys
 
-root = pathlib.Path(sys.argv[1]).resolve()
-sys.path.insert(0, str(root / "modules/python"))
+from delivery import check, finish, given, models
+
+sys.path.insert(0, str(given.source / "modules/python"))
 import onnxruntime_vornic as binding
 from onnxruntime_vornic import _feeds, _native
 
-library, tensor = binding.Library(sys.argv[2]), binding.tensor
-count, seed = map(int, (sys.argv[4:] + ["3000", "1"][len(sys.argv[4:]) :]))
+library, tensor, (count, seed) = binding.Library(given.library), binding.tensor, given.feeds
 random.seed(seed)
 WORDS = ["dtype", "data", '"shape":[9]', '{"data":[9]}', "\\", "é\n\1", "n" * 4095]
 JUNK = [None, True, -1, 256, 1.0, 0.5, 2**53 + 1, 10**400, 1e39, math.nan, [], [1], [[1]], {}]
@@ -39,14 +38,7 @@ in_string {"dtype":"string","shape":[64000000],"data":["a"]} ! shape must be who
 in_string {"dtype":"string","shape":[1],"data":["LONG"]} ! data holds a string of more than 4095
 in_int32 {"dtype":"int32","shape":[1],"data":[0.5]} ! data must be whole numbers
 more {"dtype":"int32","shape":[0],"data":[]} ! the model has no such input"""
-failures, called = [], []
-
-
-def check(what, expected, got):
-    if got == expected:
-        return print(f"ok: {what}")
-    print(f"FAILED: {what}\n  expected  {expected!r:.1000}\n  got       {got!r:.1000}")
-    failures.append(what)
+called = []
 
 
 def counted(name, function):
@@ -54,7 +46,7 @@ def counted(name, function):
 
 
 def model(name, **settings):
-    return library.session(f"{sys.argv[3]}/{name}.onnx", **settings)
+    return library.session(models / f"{name}.onnx", **settings)
 
 
 def refusal(call, *arguments):
@@ -128,8 +120,7 @@ def check_feeds():
             name, text, reason = line.replace(" ", " ! ", 1).split(" ! ")
             feed = {**empty, name: json.loads(text.replace("LONG", 2048 * "é"))}
             said = refusal(binding.check_feed, feed, session.inputs)
-            begin = f"input '{name}': {reason}"
-            check(f"{name} {text}", begin, said[: len(begin)])
+            check(f"{name} {text}", f"input '{name}': {reason}.*", said)
 
 
 def check_lifetimes():
@@ -191,8 +182,8 @@ def run_until(options, session, seconds):
 
 
 def check_examples():
-    os.environ["ONNXRUNTIME_VORNIC_LIBRARY"] = os.path.abspath(sys.argv[2])
-    os.chdir(sys.argv[3])
+    os.environ["ONNXRUNTIME_VORNIC_LIBRARY"] = str(given.library)
+    os.chdir(models)
     with library.session("double.onnx") as session:
         names = {**vars(binding), "library": library, "session": session, "os": os}
         for name in [name for name in sorted(sys.modules) if name.startswith("onnxruntime_vornic")]:
@@ -209,12 +200,12 @@ def ctype(declared):
 
 def check_signatures():
     """Every function is declared to ctypes as the header declares it, and has been called."""
-    declared, cdef = {}, pathlib.Path(sys.argv[2]).with_name("onnxruntime_vornic.cdef").read_text()
-    for result, name, arguments in re.findall(r"(.*?) ?onnxruntime_vn_(\w+)\((.*)\);", cdef):
+    cdef = (given.build / "onnxruntime_vornic.cdef").read_text()
+    declared = re.findall(r"(.*?) ?onnxruntime_vn_(\w+)\((.*)\);", cdef)
+    for result, name, arguments in declared:
         types = [result] + [each for each in arguments.split(", ") if each != "void"]
-        declared[name] = tuple(map(ctype, types))
-        check(f"the signature of {name}", declared[name], _native.SIGNATURES[name])
-    check("functions that were called", sorted(declared), sorted(set(called)))
+        check(f"signature of {name}", [*map(ctype, types)], [*_native.SIGNATURES[name]])
+    check("functions called", sorted(name for _, name, _ in declared), sorted(set(called)))
 
 
 for name in _native.SIGNATURES:
@@ -222,4 +213,4 @@ for name in _native.SIGNATURES:
 for part in (check_feeds, check_lifetimes, check_tensors, check_options, check_examples):
     part()
 check_signatures()
-sys.exit(len(failures) > 0)
+finish()
