@@ -25,8 +25,8 @@ OrtSession* open_directly(const OrtApi* api, const std::string& path) {
     check(api, api->CreateSessionOptions(&options));
     check(api, api->SetIntraOpNumThreads(options, 1));
     check(api, api->SetSessionGraphOptimizationLevel(options, ORT_ENABLE_ALL));
-    NativePath native;
-    if (!vnort_native_path(path.c_str(), &native)) abort();
+    vornic::NativePath native;
+    if (!vornic::native_path(path.c_str(), &native)) abort();
     OrtSession* session = nullptr;
     check(api, api->CreateSession(env, native.text, options, &session));
     api->ReleaseSessionOptions(options);
@@ -71,7 +71,7 @@ void check(const OrtApi* api, OrtStatus* status) {
 
 Roads::Roads(const std::string& folder, const std::string& name, size_t inputs, size_t outputs,
              size_t numbers)
-    : api_(vnort_runtime_entry()->GetApi(24)) {
+    : api_(vornic::runtime_entry()->GetApi(24)) {
     std::mt19937 random(static_cast<unsigned>(numbers));
     std::uniform_real_distribution<float> uniform(-1, 1);
     for (size_t i = 0; i < inputs; ++i) inputs_.push_back("x" + std::to_string(i));

@@ -20,6 +20,8 @@
 #include "session/provider_options.h"
 #include "support/platform.h"
 
+using namespace vornic;
+
 #define HOLDS(truth) ((truth) ? void() : stop(__LINE__, #truth))
 
 namespace {
@@ -38,7 +40,7 @@ void fuzz_json(const char* text, size_t) {
     static const Name names[] = {"x", "a{\"b", "data", "", "in_string", "output"};
     static ProviderOptions options;
     FeedItem items[6];
-    vnort_find_feed_items(text, names, 6, items);
+    find_feed_items(text, names, 6, items);
     for (uint64_t i = 0; i < 6; ++i) {
         const std::string name = std::string("\"") + names[i] + '"';
         const char* found = strstr(text, name.c_str());
@@ -51,7 +53,7 @@ void fuzz_json(const char* text, size_t) {
         const bool is_parsed = vnort_parse_input_tensor_body(items[i], names[i], &entry);
         HOLDS(is_parsed ? entry.rank <= kMaxRank && entry.element_count <= kMaxElements
                         : entry.data == nullptr && entry.strings == nullptr && !entry.value);
-        if (is_parsed) vnort_free_input_tensors(&entry, 1);
+        if (is_parsed) free_elements(entry);
     }
     double numbers[kMaxRank];
     const char* selected[kMaxOutputs];
@@ -108,7 +110,7 @@ void check_read(const char* text) {
     if (strncasecmp(text + is_signed, "nan", 3) == 0) return;
     char* end = nullptr;
     const double expected = strtod(text, &end);
-    const NumberRead got = vnort_read_number(text);
+    const NumberRead got = read_number(text);
     const bool is_judged = fabs(expected) >= 0x1p-1022 || strpbrk(text, "xX") == nullptr;
     const bool is_same = std::bit_cast<uint64_t>(got.value) == std::bit_cast<uint64_t>(expected);
     HOLDS(got.end == end && (end == text || !is_judged || is_same));
@@ -119,16 +121,15 @@ void check_written(double value) {
     const float single = static_cast<float>(value);
     char room[kNumberRoom], expected[64];
     for (const int digits : {9, 17}) {
-        char* const end =
-            digits == 9 ? vnort_write_float32(room, single) : vnort_write_float64(room, value);
+        char* const end = digits == 9 ? write_float32(room, single) : write_float64(room, value);
         snprintf(expected, sizeof expected, "%.*g", digits, digits == 9 ? double{single} : value);
         HOLDS(std::string(room, end) == (isnan(value) ? "nan" : expected));
         if (!isnan(value)) check_read(expected);
     }
     const uint64_t bits = std::bit_cast<uint64_t>(value), whole = bits >> bits % 64;
-    HOLDS(std::to_string(whole) == std::string(room, vnort_write_uint64(room, whole)));
+    HOLDS(std::to_string(whole) == std::string(room, write_uint64(room, whole)));
     const int64_t negative = static_cast<int64_t>(0 - whole);
-    HOLDS(std::to_string(negative) == std::string(room, vnort_write_int64(room, negative)));
+    HOLDS(std::to_string(negative) == std::string(room, write_int64(room, negative)));
 }
 
 // A number in each line; and numbers made of the text's bits.
@@ -136,7 +137,7 @@ void fuzz_numbers(const char* text, size_t size) {
     for (const char* line = text; line != nullptr; line = strchr(line, '\n')) {
         line += *line == '\n';
         check_read(line);
-        check_written(vnort_read_number(line).value);
+        check_written(read_number(line).value);
     }
     std::mt19937_64 random(std::hash<std::string_view>()({text, size}));
     for (int i = 0; i < 8; ++i) {

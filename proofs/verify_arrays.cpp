@@ -32,6 +32,8 @@
 #include "json/number_block.h"
 #include "number/number_writer.h"
 
+using namespace vornic;
+
 namespace {
 
 using Random = std::mt19937_64;
@@ -138,7 +140,7 @@ std::string near_float(uint32_t bits, Random& random) {
     uint64_t chance = random();
     char text[kNumberRoom];
     const double near = chance % 4 == 0 ? number : number / 2 + next / 2;
-    std::string result(text, vnort_write_float64(text, chance % 8 < 4 ? near : -near));
+    std::string result(text, write_float64(text, chance % 8 < 4 ? near : -near));
     chance >>= 8;
     const size_t point = result.find('.');
     size_t end = std::min(result.find('e'), result.size());
@@ -219,7 +221,7 @@ void check_way(const char* how, const char* text, const Result& expected, Read r
     static std::vector<Number> numbers;
     numbers.resize(kMost + 2);
     uint64_t count = 0;
-    vnort_clear_error();
+    clear_error();
     const int32_t is_read = read(numbers.data(), &count);
     if (is_read != expected.is_read || count != expected.count || expected.error != g_error) {
         const auto told = [](int32_t good, uint64_t n, const char* error) {
@@ -238,15 +240,15 @@ void check_way(const char* how, const char* text, const Result& expected, Read r
 
 void check_floats(const char* text, const char* end, int64_t capacity, const Result& expected) {
     check_way<double>("to doubles", text, expected, [&](double* to, uint64_t* count) {
-        return vnort_read_numbers(text, end, capacity, count, to);
+        return read_numbers(text, end, capacity, count, to);
     });
     check_way<float>("to floats", text, expected, [&](float* to, uint64_t* count) {
-        return vnort_read_numbers(text, end, capacity, count, to);
+        return read_numbers(text, end, capacity, count, to);
     });
 }
 
 void check(const char* text, int64_t capacity, const Result& expected) {
-    const NumberArrayExtent extent = vnort_number_array_extent(text);
+    const NumberArrayExtent extent = number_array_extent(text);
     if (const char* const from = strchr(text, '[')) {
         const char* const end = from + strcspn(from, "]");
         const auto commas = static_cast<uint64_t>(std::count(from, end, ','));
@@ -257,13 +259,13 @@ void check(const char* text, int64_t capacity, const Result& expected) {
     }
     check_floats(text, extent.end, capacity, expected);
     check_way<double>("one by one", text, expected, [&](double* to, uint64_t* count) {
-        return vnort_read_numbers(text, nullptr, capacity, count, to);
+        return read_numbers(text, nullptr, capacity, count, to);
     });
     check_way<double>("in parts", text, expected, [&](double* to, uint64_t* count) {
         const auto take = [](void* all, int64_t first, const double* part, int64_t taken) {
             std::copy(part, part + taken, static_cast<double*>(all) + first);
         };
-        return vnort_read_numbers(text, extent.end, capacity, count, {take, to});
+        return read_numbers(text, extent.end, capacity, count, {take, to});
     });
 }
 

@@ -22,6 +22,8 @@
 #include "number/number_writer.h"
 #include "number/power_of_ten.h"
 
+using namespace vornic;
+
 namespace {
 
 std::mutex g_mismatch;
@@ -38,7 +40,7 @@ uint64_t bits_of(double value) { return std::bit_cast<uint64_t>(value); }
 void check_read(const char* text) {
     char* expected_end = nullptr;
     const double expected = strtod(text, &expected_end);
-    const NumberRead got = vnort_read_number(text);
+    const NumberRead got = read_number(text);
     if (bits_of(got.value) == bits_of(expected) && got.end == expected_end) return;
     g_mismatch.lock();
     printf("MISMATCH reading %s\n  expected %a (%.17g) end %td\n  got      %a (%.17g) end %td\n",
@@ -63,10 +65,10 @@ void check_float_text(double value, int digits, const char* got, const char* end
 
 void check_write_float(float value) {
     char text[kNumberRoom + 1];
-    char* const end = vnort_write_float32(text, value);
+    char* const end = write_float32(text, value);
     check_float_text(static_cast<double>(value), 9, text, end);
     *end = '\0';
-    const NumberRead back = vnort_read_number(text);
+    const NumberRead back = read_number(text);
     const float got = static_cast<float>(back.value);
     if (back.end == end &&
         (std::isnan(value) ? std::isnan(got)
@@ -81,7 +83,7 @@ void check_write_float(float value) {
 
 void check_write_double(double value) {
     char text[kNumberRoom + 1];
-    char* const end = vnort_write_float64(text, value);
+    char* const end = write_float64(text, value);
     check_float_text(value, 17, text, end);
     *end = '\0';
     if (!std::isnan(value)) check_read(text);
@@ -91,10 +93,10 @@ void check_write_double(double value) {
 void check_write_integer(uint64_t value) {
     char text[kNumberRoom + 1], expected[32];
     snprintf(expected, sizeof expected, "%llu", static_cast<unsigned long long>(value));
-    check_text(expected, static_cast<double>(value), text, vnort_write_uint64(text, value));
+    check_text(expected, static_cast<double>(value), text, write_uint64(text, value));
     const auto negative = static_cast<int64_t>(0 - value);
     snprintf(expected, sizeof expected, "%lld", static_cast<long long>(negative));
-    check_text(expected, static_cast<double>(negative), text, vnort_write_int64(text, negative));
+    check_text(expected, static_cast<double>(negative), text, write_int64(text, negative));
 }
 
 // Splits count calls among the threads, each with a generator whose seed is its part's number.
@@ -178,7 +180,7 @@ void check_hexadecimal(std::mt19937_64& random) {
     strtod(text, &end);
     const double expected =
         round_exactly(static_cast<uint128_t>(whole) << 63 | fraction >> 1, exponent - 63);
-    const NumberRead got = vnort_read_number(text);
+    const NumberRead got = read_number(text);
     if (bits_of(got.value) == bits_of(expected) && got.end == end) return;
     g_mismatch.lock();
     printf("MISMATCH reading %s\n  expected %a\n  got      %a\n", text, expected, got.value);

@@ -1,8 +1,8 @@
 """Checks the docs.
 
 Every message that the library can write is in docs/troubleshooting.md and no other, every function is
-in the reference, which Doxygen builds without a warning, every link has a target, and the program of
-docs/images.md recognizes a green image.
+in the reference, which Doxygen builds without a warning, every link has a target, and the programs of
+docs/images.md tell a red image from a green one.
 """
 import os
 import pathlib
@@ -11,7 +11,7 @@ import subprocess
 import sys
 import tempfile
 
-from delivery import check, declared, finish, given, models
+from delivery import check, declared, finish, given, models, run
 from PIL import Image
 
 # The text between quotes in a source file; characters and comments are passed over.
@@ -66,22 +66,24 @@ def check_links():
     check("links without a target", [], missing)
 
 
-def check_image_program():
-    environment = {
-        "PYTHONPATH": f"{root}/modules/python",
-        "ONNXRUNTIME_VORNIC_LIBRARY": str(given.library),
-    }
-    program = re.search("```python\n(.*?)```", (root / "docs/images.md").read_text(), re.DOTALL)[1]
-    with tempfile.TemporaryDirectory() as folder:
-        Image.new("RGB", (320, 200), "lime").save(f"{folder}/photo.jpg")
-        os.symlink(f"{models}/image.onnx", f"{folder}/image.onnx")
-        settings = dict(cwd=folder, env={**os.environ, **environment}, text=True)
-        done = subprocess.run([sys.executable, "-c", program], capture_output=True, **settings)
-    check("the program of docs/images.md", "1\n", done.stdout + done.stderr)
+def check_image_programs():
+    page = (root / "docs/images.md").read_text()
+    environment = {**os.environ, "ONNXRUNTIME_VORNIC_LIBRARY": str(given.library)}
+    environment["PYTHONPATH"] = f"{root}/modules/python"
+    environment["NODE_PATH"] = f"{root}/.deps/node/node_modules"
+    for language, *command in (("python", sys.executable, "-c"), ("js", "node", "-e")):
+        program = re.search(f"```{language}\n(.*?)```", page, re.DOTALL)[1]
+        for index, colour in enumerate(("red", "lime")):
+            with tempfile.TemporaryDirectory() as folder:
+                Image.new("RGB", (320, 200), colour).save(f"{folder}/photo.jpg")
+                os.symlink(models / "image.onnx", f"{folder}/image.onnx")
+                status, out, err = run(*command, program, cwd=folder, env=environment)
+            what = f"the program of docs/images.md in {language}, on {colour}"
+            check(what, (0, f"{index}\n", ".*"), (status, out, err))
 
 
 check_messages()
 check_reference()
 check_links()
-check_image_program()
+check_image_programs()
 finish()

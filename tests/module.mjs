@@ -27,11 +27,11 @@ const REFUSED = [
     [x({ shape: [65536, 2] }), numbers, 'more than 65536'],
     [x({ data: [1] }), numbers, 'must have 2 items'],
     ...[128, -129, 1e400, NaN].map((n) => [x({ data: [1, n] }), numbers, 'from -128 to 127']),
-    ...[true, '1', null, [1]].map((n) => [x({ data: [1, n] }), numbers, 'numbers alone']),
+    ...[true, '1', null, [1]].map((n) => [x({ data: [1, n] }), numbers, 'only numbers']),
     [x({ data: [1, 0.5] }), numbers, 'whole'],
     [{ n: tensor('int64', [], [2 ** 53]) }, [input('n', 'int64', [])], 'beyond 2^53'],
     [{ n: tensor('float32', [], [2 ** 128 - 2 ** 103]) }, [input('n', 'float32', [])], 'finite'],
-    ...[['\ud800', 'surrogate'], ['\0', 'zero byte'], ['é'.repeat(2048), '4095'], [1, 'strings alone']].map(
+    ...[['\ud800', 'surrogate'], ['\0', 'zero byte'], ['é'.repeat(2048), '4095'], [1, 'only strings']].map(
         ([text, why]) => [{ s: tensor('string', [], [text]) }, [input('s', 'string', [])], why]),
     [{ s: tensor('string', [], ['"n"']), n: tensor('string', [], ['"s"']) },
         [input('s', 'string', []), input('n', 'string', [])], null],

@@ -214,9 +214,9 @@ COMMAND(const char*, end)() {
     return text.c_str();
 }
 COMMAND(const char*, provider_options)(const char* options) {
-    static ProviderOptions list;
+    static vornic::ProviderOptions list;
     text.clear();
-    if (!vnort_parse_provider_options(options, &list)) return nullptr;
+    if (!vornic::vnort_parse_provider_options(options, &list)) return nullptr;
     for (uint64_t i = 0; i < list.count; ++i) {
         text += std::string(list.keys[i]) + "=" + list.values[i] + ";";
     }
@@ -232,9 +232,9 @@ void* operator new(size_t size) {
 void operator delete(void* block) noexcept { __real_free(block); }
 void operator delete(void* block, size_t) noexcept { __real_free(block); }
 
-void vnort_forget_runtime() {}
+void vornic::forget_runtime() {}
 
-const OrtApiBase* vnort_runtime_entry() {
+const OrtApiBase* vornic::runtime_entry() {
     static const OrtApiBase base = {
         [](uint32_t version) noexcept -> const OrtApi* {
             return !pretends["no table"].empty() || version != 24 ? nullptr : &table;

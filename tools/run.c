@@ -11,7 +11,7 @@
 
 enum { OK = 0, FAILED = 1, MISUSED = 2, UNWRITTEN = 3 };
 
-/* What a run is given: a feed, or a tensor for the one input that a model has. */
+/* The input of a run: a feed, or a tensor for the model's only input. */
 typedef struct {
     const InferenceSession* session;
     const char* outputs;
@@ -25,20 +25,20 @@ static int complain(const char* what, const char* why) {
     return FAILED;
 }
 
-/* The library's own text; a few of its refusals come without one. */
+/* Prints the library's message; a few failures set none. */
 static int library_failed(void) {
     const char* text = onnxruntime_vn_last_error();
     return complain(text[0] ? text : "no reason given",
                     text[0] ? "" : "is a \"shape\" or \"data\" missing?");
 }
 
-/* A text that has reached its limit has been cut there. */
+/* The library cuts a text that reaches its limit. */
 static int check_cut(const char* what, const char* text, size_t limit) {
     return strlen(text) < limit ? OK : complain(what, "warning: cut at the text's limit");
 }
 
 static int describe(const InferenceSession* session) {
-    const char* reason = onnxruntime_vn_last_error(); /* left by making the session */
+    const char* reason = onnxruntime_vn_last_error(); /* set by session creation */
     int status = reason[0] ? complain("warning: the description is incomplete", reason) : OK;
     const struct {
         const char* name;
@@ -55,7 +55,7 @@ static int describe(const InferenceSession* session) {
     return status;
 }
 
-/* Prints the result of a run, or stores the microseconds that the run took. */
+/* Runs once; prints the result or, if `taken` is given, stores the microseconds. */
 static int run_once(const Run* run, double* taken) {
     double start = microseconds();
     RunResult* result =
@@ -84,7 +84,7 @@ static int by_size(const void* left, const void* right) {
 static int time_runs(const Run* run, int runs) {
     double* times = malloc(((size_t)runs + 1) * sizeof *times);
     if (times == NULL) return complain("out of memory", "");
-    int status = run_once(run, &times[runs]); /* does not count */
+    int status = run_once(run, &times[runs]); /* warm-up, not counted */
     for (int i = 0; i < runs && status == OK; ++i) status = run_once(run, &times[i]);
     if (status == OK) {
         qsort(times, (size_t)runs, sizeof *times, by_size);
@@ -96,7 +96,7 @@ static int time_runs(const Run* run, int runs) {
     return status;
 }
 
-/* The tensor of zeros for a model with one float32 input; null for any other. */
+/* A tensor of zeros if the model has one float32 input; otherwise null. */
 static FloatTensor* zero_tensor(const char* inputs, char input[256]) {
     Value value, second;
     char shape[512];
@@ -108,73 +108,73 @@ static FloatTensor* zero_tensor(const char* inputs, char input[256]) {
     return onnxruntime_vn_tensor_zeros_f32(shape);
 }
 
-/* Runs, or prints a feed, where the command line named no feed. */
-static int use_zeros(const Wanted* wanted, Run* run) {
+/* Without a feed on the command line: times runs on zeros, or prints a feed of zeros. */
+static int use_zeros(const Options* options, Run* run) {
     const char* inputs = onnxruntime_vn_get_inputs_json(run->session);
     const char* why;
-    FloatTensor* tensor = wanted->zeros ? NULL : zero_tensor(inputs, run->input);
+    FloatTensor* tensor = options->zeros ? NULL : zero_tensor(inputs, run->input);
     char* feed = tensor == NULL ? zero_feed(inputs, &why) : NULL;
     int status = OK;
     if (feed == NULL && tensor == NULL) {
         status = complain("no feed", why);
         name_values("input", inputs);
-    } else if (wanted->zeros) {
+    } else if (options->zeros) {
         puts(feed);
         status = check_cut("inputs", inputs, 2040);
     } else {
         run->feed = feed;
         run->tensor = tensor;
-        status = time_runs(run, wanted->runs);
+        status = time_runs(run, options->runs);
     }
     onnxruntime_vn_release_tensor(tensor);
     free(feed);
     return status;
 }
 
-static int use_session(const Wanted* wanted, Run* run) {
-    if (run->feed == NULL && !wanted->zeros && wanted->runs == 0) return describe(run->session);
+static int use_session(const Options* options, Run* run) {
+    if (run->feed == NULL && !options->zeros && options->runs == 0) return describe(run->session);
     clear_last_error();
-    if (run->feed == NULL) return use_zeros(wanted, run);
-    return wanted->runs > 0 ? time_runs(run, wanted->runs) : run_once(run, NULL);
+    if (run->feed == NULL) return use_zeros(options, run);
+    return options->runs > 0 ? time_runs(run, options->runs) : run_once(run, NULL);
 }
 
-static int use_model(const Wanted* wanted, Run* run) {
-    InferenceSession* session = onnxruntime_vn_create_session(wanted->model, wanted->session);
+static int use_model(const Options* options, Run* run) {
+    InferenceSession* session = onnxruntime_vn_create_session(options->model, options->session);
     if (session == NULL) return library_failed();
     run->session = session;
-    int status = use_session(wanted, run);
+    int status = use_session(options, run);
     onnxruntime_vn_release_session(session);
     return status;
 }
 
-/* Answers a feed a line. */
-static int use_lines(const Wanted* wanted, const char* outputs) {
+/* --lines */
+static int use_lines(const Options* options, const char* outputs) {
     const char* why = NULL;
-    FILE* feeds = open_feed(wanted->feed, &why);
-    if (feeds == NULL) return complain(wanted->feed, why);
-    InferenceSession* session = onnxruntime_vn_create_session(wanted->model, wanted->session);
+    FILE* feeds = open_feed(options->feed, &why);
+    if (feeds == NULL) return complain(options->feed, why);
+    InferenceSession* session = onnxruntime_vn_create_session(options->model, options->session);
     int status = FAILED;
     if (session == NULL) {
         library_failed();
     } else if (answer_lines(session, outputs, feeds, &why)) {
         status = OK;
     } else if (why != NULL) {
-        complain(wanted->feed, why);
+        complain(options->feed, why);
     }
     onnxruntime_vn_release_session(session);
     if (feeds != stdin) fclose(feeds);
     return status;
 }
 
-static int use_arguments(const Wanted* wanted) {
-    char* names = names_json(wanted->outputs, wanted->output_count);
+static int use_arguments(const Options* options) {
+    char* names = names_json(options->outputs, options->output_count);
     if (names == NULL) return complain("out of memory", "");
     const char* why = NULL;
-    char* feed = wanted->feed != NULL && !wanted->lines ? read_feed(wanted->feed, &why) : NULL;
+    char* feed = options->feed != NULL && !options->lines ? read_feed(options->feed, &why) : NULL;
     Run run = {.outputs = names, .feed = feed};
-    int status = why != NULL     ? complain(wanted->feed, why)
-                 : wanted->lines ? use_lines(wanted, names)
-                                 : use_model(wanted, &run);
+    int status = why != NULL      ? complain(options->feed, why)
+                 : options->lines ? use_lines(options, names)
+                                  : use_model(options, &run);
     free(feed);
     free(names);
     return status;
@@ -189,22 +189,23 @@ static int print_version(void) {
 
 int main(int argc, char** argv) {
     argv = set_up(&argc, argv);
-    Wanted wanted = {.session = onnxruntime_vn_create_session_options(), .fault = "not understood"};
-    if (argv == NULL || wanted.session == NULL) return complain("out of memory", "");
-    int count = take_arguments(&wanted, argv);
+    Options options = {.session = onnxruntime_vn_create_session_options(),
+                       .fault = "not understood"};
+    if (argv == NULL || options.session == NULL) return complain("out of memory", "");
+    int count = take_arguments(&options, argv);
     int status = OK;
-    if (wanted.help) {
+    if (options.help) {
         print_usage(stdout);
-    } else if (wanted.version) {
+    } else if (options.version) {
         status = print_version();
     } else if (count > 0) {
-        status = use_arguments(&wanted);
+        status = use_arguments(&options);
     } else {
         print_usage(stderr);
-        complain(wanted.fault, wanted.wrong);
+        complain(options.fault, options.culprit);
         status = MISUSED;
     }
-    onnxruntime_vn_release_session_options(wanted.session);
+    onnxruntime_vn_release_session_options(options.session);
     if (fflush(stdout) == 0 && !ferror(stdout)) return status;
     complain("cannot write the output", "");
     return UNWRITTEN;

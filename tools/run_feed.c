@@ -9,11 +9,11 @@
 
 enum { MAX_NUMBERS = 65536, MAX_INPUTS = 16, MAX_NAME = 127, SHAPE_SIZE = 16 * 21 };
 
-/* In bytes: twice what 16 inputs of 65,536 numbers can take. A power of two. */
+/* In bytes: a power of two, and twice the size of 16 inputs of 65,536 numbers. */
 static const size_t MAX_FEED = (size_t)64 << 20;
 
-/* Reads the text behind a key such as "name":" up to its closing quote. Inside of texts quotes have a
- * backslash, so that no key is found there. */
+/* Reads the string after a key such as "name":", up to its closing quote. Quotes inside strings are
+ * escaped, so no key is found there. */
 static const char* read_member(const char* at, const char* key, char* text, size_t size) {
     at = at != NULL ? strstr(at, key) : NULL;
     if (at == NULL) return NULL;
@@ -62,7 +62,7 @@ void name_values(const char* what, const char* description) {
     }
 }
 
-/* Appends an input of zeros. */
+/* Writes an input of zeros and returns its end. */
 static char* write_zeros(char* at, const Value* value, const char** why) {
     char shape[SHAPE_SIZE];
     int64_t count = 1;
@@ -83,7 +83,8 @@ static char* write_zeros(char* at, const Value* value, const char** why) {
     return at + sprintf(at, "]}");
 }
 
-/* Whether an input's name is a word of tensors: found inside of an earlier one, it would be mistaken. */
+/* Whether an input's name is also a word in tensors. The library, which searches for names, would
+ * find it inside an earlier tensor, so such inputs come first. */
 static int is_word(const char* name) {
     static const char* const words[] = {"dtype",  "shape",  "data",   "float32", "float64",
                                         "int8",   "int16",  "int32",  "int64",   "uint8",
@@ -122,18 +123,18 @@ char* zero_feed(const char* inputs, const char** why) {
 }
 
 static char* read_text(FILE* file, const char** why) {
-    size_t room = 4096, length = 0;
-    char* text = malloc(room);
+    size_t capacity = 4096, length = 0;
+    char* text = malloc(capacity);
     while (text != NULL) {
-        length += fread(text + length, 1, room - length, file);
-        if (length < room || room >= MAX_FEED) break;
-        char* larger = realloc(text, room *= 2);
+        length += fread(text + length, 1, capacity - length, file);
+        if (length < capacity || capacity >= MAX_FEED) break;
+        char* larger = realloc(text, capacity *= 2);
         if (larger == NULL) free(text);
         text = larger;
     }
     *why = text == NULL                         ? "out of memory"
            : ferror(file)                       ? strerror(errno)
-           : length == room                     ? "too large"
+           : length == capacity                 ? "too large"
            : memchr(text, '\0', length) != NULL ? "not a text"
                                                 : NULL;
     if (*why == NULL) {

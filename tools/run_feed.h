@@ -1,4 +1,4 @@
-/* What a model wants, read out of the library's descriptions, and feeds for it. */
+/* Reads the library's descriptions of a model, and makes and reads feeds. */
 #ifndef RUN_FEED_H
 #define RUN_FEED_H
 
@@ -6,7 +6,7 @@
 #include <stdint.h>
 #include <stdio.h>
 
-/* An input or output. A dimension that each run chooses is -1. */
+/* An input or output. A dimension that may differ from run to run is -1. */
 typedef struct {
     char name[256];
     char dtype[16];
@@ -14,25 +14,25 @@ typedef struct {
     int rank;
 } Value;
 
-/* Takes the next value out of a description: where the rest of it begins, null after the last. */
+/* Reads the next value of a description and returns the rest of it; null if there is none. */
 const char* next_value(const char* description, Value* value);
 
-/* Writes the shape as [1,3], with 1 for -1 unless asked to keep it. */
+/* Writes a shape such as [1,3]; -1 is written as 1 unless `keep` is set. */
 void write_shape(char* text, size_t size, const Value* value, int keep);
 
-/* A feed of zeros for these inputs, or null with the reason. The caller frees it. */
+/* A feed of zeros for these inputs; null with the reason in *why. The caller frees it. */
 char* zero_feed(const char* inputs, const char** why);
 
-/* Names the values of a description on standard error, with their types and shapes. */
+/* Lists the values of a description on standard error, with their types and shapes. */
 void name_values(const char* what, const char* description);
 
-/* The file, open for reading, - for standard input, or null with the reason. */
+/* Opens a file for reading, - for standard input; null with the reason. */
 FILE* open_feed(const char* name, const char** why);
 
-/* The text of a file, - for standard input, or null with the reason. The caller frees it. */
+/* Reads a file, - for standard input; null with the reason. The caller frees the text. */
 char* read_feed(const char* name, const char** why);
 
-/* The names as a JSON array, [] for none. The caller frees it; null when there is no memory. */
+/* The names as a JSON array, [] for none; null if out of memory. The caller frees it. */
 char* names_json(char** names, int count);
 
 #endif

@@ -10,10 +10,10 @@ enum { FIRST_SIZE = 1 << 16, MAX_READ = 1 << 30, MAX_RESULT = 65535 };
 
 #define CONTROLS "\1\2\3\4\5\6\7\b\t\n\v\f\r\16\17\20\21\22\23\24\25\26\27\30\31\32\33\34\35\36\37"
 
-/* What has been read and not yet handed out. */
+/* A file and the bytes read from it that next_line has not returned yet. */
 typedef struct {
     FILE* file;
-    char* buffer; /* of size bytes, and one for a terminator */
+    char* buffer; /* size bytes, and one for a terminator */
     size_t size;
     size_t begin, end;
 } Reader;
@@ -22,7 +22,7 @@ void clear_last_error(void) {
     onnxruntime_vn_release_tensor(onnxruntime_vn_tensor_zeros_f32("[1]"));
 }
 
-/* Makes space after what is there; 0 when there is no memory. */
+/* Makes space after the buffered bytes; 0 if out of memory. */
 static int make_space(Reader* reader) {
     size_t length = reader->end - reader->begin;
     if (reader->begin > 0) memmove(reader->buffer, reader->buffer + reader->begin, length);
@@ -37,8 +37,8 @@ static int make_space(Reader* reader) {
     return 1;
 }
 
-/* Reads what there is, without waiting for more as fread would. Gives 0 at the end, and with the
- * reason when it failed. */
+/* Reads whatever is available, without waiting for a full buffer as fread would. Returns 0 at the
+ * end of the file and on failure, then with the reason. */
 static int read_more(Reader* reader, const char** why) {
     if (!make_space(reader)) {
         *why = "out of memory";
@@ -52,8 +52,8 @@ static int read_more(Reader* reader, const char** why) {
     return got > 0;
 }
 
-/* The next line without its line break, terminated; null after the last one, and with the reason when
- * it could not be read. A last line needs no line break. */
+/* The next line, terminated, without its line break. Null after the last line and on failure, then
+ * with the reason. The last line may lack a line break. */
 static char* next_line(Reader* reader, size_t* length, const char** why) {
     char* line_feed = NULL;
     size_t searched = 0;
@@ -73,7 +73,7 @@ static char* next_line(Reader* reader, size_t* length, const char** why) {
     return line;
 }
 
-/* The length of the UTF-8 character at text, 0 for bytes that are none. */
+/* The length of the UTF-8 character at `text`; 0 if it is not valid UTF-8. */
 static size_t character_length(const char* text) {
     const unsigned char* at = (const unsigned char*)text;
     size_t length = at[0] < 0x80 ? 1 : at[0] < 0xc2 ? 0 : at[0] < 0xe0 ? 2 : at[0] < 0xf0 ? 3 : 4;
@@ -86,7 +86,7 @@ static size_t character_length(const char* text) {
     return overlong || surrogate || too_large ? 0 : length;
 }
 
-/* The text as a JSON string. It may hold what a feed held, or be cut inside of a character. */
+/* Prints a message as JSON. It may quote parts of a feed, and may be cut inside a character. */
 static void print_error(const char* text) {
     fputs("{\"error\":\"", stdout);
     while (*text != '\0') {
@@ -104,8 +104,8 @@ static void print_error(const char* text) {
     puts("\"}");
 }
 
-/* The result as one line. Its control characters, line breaks among them, all stand in strings, where
- * the library leaves them as they are. */
+/* Prints a result as one line. Control characters, including line breaks, occur only in strings,
+ * where the library does not escape them. */
 static void print_result(const char* json) {
     for (;;) {
         size_t plain = strcspn(json, CONTROLS);
@@ -117,7 +117,7 @@ static void print_result(const char* json) {
     putchar('\n');
 }
 
-/* Prints the line for one feed; 0 when it is an error. */
+/* Prints the line for one feed; 0 if it is an error. */
 static int answer(const InferenceSession* session, const char* outputs, const char* feed,
                   size_t length) {
     int is_text = memchr(feed, '\0', length) == NULL;
@@ -150,7 +150,7 @@ int answer_lines(const InferenceSession* session, const char* outputs, FILE* fee
     clear_last_error();
     while (!ferror(stdout) && (feed = next_line(&reader, &length, why)) != NULL) {
         good &= answer(session, outputs, feed, length);
-        /* Whoever sends feeds by a pipe may wait for each answer. */
+        /* The sender at the other end of a pipe may be waiting for this answer. */
         if (!is_file) fflush(stdout);
     }
     free(reader.buffer);

@@ -1,4 +1,4 @@
-/* Many feeds, one a line. */
+/* Runs many feeds, one per line. */
 #ifndef RUN_LINES_H
 #define RUN_LINES_H
 
@@ -6,12 +6,12 @@
 
 #include "onnxruntime_vornic.h"
 
-/* Empties the last-error text: a refusal without a text must not show an earlier one. */
+/* Clears the last-error text, so that a silent failure does not show an earlier message. */
 void clear_last_error(void);
 
-/* Reads feeds from the file, to its end, and prints a line for each, in order: the result or the error.
- * Gives 1 when every feed had a result and every line could be printed; 0 otherwise, with the reason
- * when reading ended early. */
+/* Reads feeds up to the end of the file and prints a line for each, in order: the result or the
+ * error. Returns 1 if every feed had a result and every line was printed; otherwise 0, with the
+ * reason if reading failed. */
 int answer_lines(const InferenceSession* session, const char* outputs, FILE* feeds,
                  const char** why);
 

@@ -6,24 +6,24 @@
 
 #include "onnxruntime_vornic.h"
 
-/* The command line. */
 typedef struct {
     const char* model;
-    const char* feed; /* the name of its file, or null */
-    char** outputs;   /* the names wanted */
+    const char* feed; /* the name of a file; null for none */
+    char** outputs;   /* the names selected */
     int output_count;
-    int help, version; /* whether to print these */
-    int zeros;         /* whether to print a feed of zeros */
-    int lines;         /* whether each line of the feed is one */
-    int runs;          /* how many to time */
+    int help, version; /* print these */
+    int zeros;         /* print a feed of zeros */
+    int lines;         /* each line of the file is a feed */
+    int runs;          /* number of runs to time */
     SessionOptions* session;
-    const char* fault; /* what is wrong with the command line */
-    const char* wrong; /* and in which argument, or "" */
-} Wanted;
+    const char* fault;   /* what is wrong with the command line */
+    const char* culprit; /* the argument that is wrong, or "" */
+} Options;
 
-/* Sorts the arguments: the options into wanted, whose session options and fault are set, the others to
- * the front of argv. Gives their number, or -1 when something is wrong. */
-int take_arguments(Wanted* wanted, char** argv);
+/* Parses the command line into `options`, whose session and fault are set already, and moves the
+ * arguments that are not options to the front of argv. Returns their number; -1 for a wrong command
+ * line. */
+int take_arguments(Options* options, char** argv);
 
 void print_usage(FILE* to);
 

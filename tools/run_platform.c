@@ -9,7 +9,7 @@
 
 #include <shellapi.h>
 
-/* main's own arguments have lost what the system's code page cannot hold. */
+/* The arguments given to main lack the characters that the system's code page does not have. */
 char** set_up(int* count, char** arguments) {
     wchar_t** wide = CommandLineToArgvW(GetCommandLineW(), count);
     arguments = wide != NULL ? calloc((size_t)*count + 1, sizeof *arguments) : NULL;
@@ -35,10 +35,10 @@ FILE* open_file(const char* name) {
 }
 
 double microseconds(void) {
-    LARGE_INTEGER ticks, a_second;
+    LARGE_INTEGER ticks, frequency;
     QueryPerformanceCounter(&ticks);
-    QueryPerformanceFrequency(&a_second);
-    return (double)ticks.QuadPart * 1e6 / (double)a_second.QuadPart;
+    QueryPerformanceFrequency(&frequency);
+    return (double)ticks.QuadPart * 1e6 / (double)frequency.QuadPart;
 }
 #else
 #include <signal.h>

@@ -1,6 +1,6 @@
 /// <reference lib="esnext.disposable" />
 
-/** The element types that have a form in JSON. */
+/** The element types that have a JSON form. */
 export type DType =
     | 'float32' | 'float64' | 'int8' | 'int16' | 'int32' | 'int64'
     | 'uint8' | 'uint16' | 'uint32' | 'uint64' | 'bool' | 'string';
@@ -10,7 +10,7 @@ type Numbers =
     | Float32Array | Float64Array | Int8Array | Int16Array | Int32Array | BigInt64Array
     | Uint8Array | Uint8ClampedArray | Uint16Array | Uint32Array | BigUint64Array;
 
-/** An input of a JSON run or a binding: flat data in row-major order, [] as the shape of a scalar. */
+/** An input of a JSON run or a binding. data is flat, in row-major order; a scalar has the shape []. */
 export interface Tensor {
     dtype: DType | 'float' | 'double' | 'int' | 'boolean' | 'str';
     shape: readonly number[];
@@ -21,8 +21,8 @@ export interface Tensor {
 export type Feed = Readonly<Record<string, Tensor>>;
 
 /**
- * An output. data is missing after a fast run; error alone stands for what could not be read. Integers
- * beyond 2^53 are rounded: Result.text has them whole.
+ * An output. After a fast run data is missing; an output that cannot be represented has only error. Integers
+ * beyond 2^53 are rounded; Result.text has them in full.
  */
 export interface Output {
     dtype: DType;
@@ -31,7 +31,7 @@ export interface Output {
     error?: string;
 }
 
-/** The description of an input or output: -1 is a dimension that each run chooses. */
+/** An input or output of a model; -1 in its shape is a dimension that each run chooses. */
 export interface Description {
     name: string;
     type: string;
@@ -54,13 +54,13 @@ export type ExecutionMode = 'sequential' | 'parallel' | number;
 export type Provider = string | readonly [name: string, options?: Record<string, unknown>];
 
 export interface SessionSettings {
-    /** Threads used inside one operator; 0 leaves their number to ONNX Runtime. */
+    /** Threads that one operator uses; 0 lets ONNX Runtime choose. */
     intraOpNumThreads?: number;
-    /** Threads used to run operators side by side. */
+    /** Threads that run operators in parallel, with the execution mode 'parallel'. */
     interOpNumThreads?: number;
     graphOptimizationLevel?: GraphOptimizationLevel;
     executionMode?: ExecutionMode;
-    /** The beginning of the profile file's path, true for a default, or false. */
+    /** A prefix for the profile's path, true for the default one, or false. */
     profiling?: string | boolean;
     cpuMemArena?: boolean;
     memPattern?: boolean;
@@ -68,20 +68,20 @@ export interface SessionSettings {
     logVerbosityLevel?: number;
     /** 0 verbose, 1 info, 2 warning, 3 error, 4 fatal. */
     logSeverityLevel?: number;
-    /** Execution providers in the order in which they are asked, at most 8. */
+    /** Execution providers in order of preference, at most 8. */
     providers?: readonly Provider[];
 }
 
 export interface RunSettings {
     logVerbosityLevel?: number;
     logSeverityLevel?: number;
-    /** Stands in the log lines of the run. */
+    /** Appears in the log messages of the run. */
     tag?: string;
     terminate?: boolean;
 }
 
 export interface OutputChoice {
-    /** The names of the outputs wanted, in that order; all unless given. */
+    /** The outputs to compute, by name and in this order; all by default. */
     outputs?: readonly string[];
 }
 
@@ -91,35 +91,35 @@ export interface WithOptions {
 
 export interface WithSignal extends WithOptions {
     /**
-     * Ends the run at its next node; the promise is then rejected with the signal's reason. Where options
-     * are given, they are what is told to terminate, and stay so for their other runs.
+     * Ends the run at its next node and rejects the promise with the signal's reason. If options are
+     * given, it sets their terminate, which ends their other runs too and stays set.
      */
     signal?: AbortSignal;
 }
 
 export interface TensorRunChoice extends OutputChoice {
-    /** Writes no numbers as text: see Result.floats. */
+    /** Does not convert numbers to text: read them from Result.floats. */
     fast?: boolean;
 }
 
-/** What went wrong, in the library's words or in those of this module. */
+/** A failure, with the message of the library or of this module. */
 export class VornicError extends Error {}
 
-/** Something of the library's: released by close(), by using, or some time after it was collected. */
+/** An object of the library, released by close(), by using, or some time after garbage collection. */
 declare abstract class Owned {
     readonly library: Library;
-    /** The address, for library.functions; throws after close(). */
+    /** The address, to pass to library.functions; throws after close(). */
     readonly handle: bigint;
     readonly closed: boolean;
     /**
-     * Releases it; a second time does nothing. Asynchronous runs under way, bindings and views of its
-     * memory keep what they use until they have ended.
+     * Releases the object; idempotent. Asynchronous runs in progress, bindings and views of its memory
+     * keep what they use alive.
      */
     close(): void;
     [Symbol.dispose](): void;
 }
 
-/** A function of the C library, without the prefix onnxruntime_vn_. */
+/** A function of the C library. */
 export interface NativeFunction {
     (...args: any[]): any;
     async(...args: any[]): void;
@@ -128,8 +128,8 @@ export interface NativeFunction {
 /** The loaded library. */
 export class Library {
     /**
-     * Loads the file given, else that of ONNXRUNTIME_VORNIC_LIBRARY, else the one that came with this
-     * module, else what the system's loader finds.
+     * Loads file, else that of ONNXRUNTIME_VORNIC_LIBRARY, else the one that this module includes, else
+     * the one that the system's loader finds.
      */
     constructor(file?: string);
     readonly file: string;
@@ -137,25 +137,25 @@ export class Library {
     readonly version: string;
     /** The execution providers that ONNX Runtime was built with. */
     readonly providers: string[];
-    /** All 58 functions of the library, by their names without the prefix. */
+    /** All 58 functions of the C library, by their names without onnxruntime_vn_. */
     readonly functions: Readonly<Record<string, NativeFunction>>;
-    /** Hands on a handle or a 1; throws the library's reason for a null or a 0. */
+    /** Returns the handle or 1 that a function returned; throws the library's reason for null or 0. */
     check<T>(outcome: T): NonNullable<T>;
     sessionOptions(settings?: SessionSettings): SessionOptions;
     runOptions(settings?: RunSettings): RunOptions;
-    /** A session for a model file. */
+    /** Loads a model file. */
     session(model: string, options?: SessionOptions | SessionSettings): Session;
-    /** The same on another thread. */
+    /** Loads a model file on another thread. */
     sessionAsync(model: string, options?: SessionOptions | SessionSettings): Promise<Session>;
-    /** A float32 tensor over a copy of the numbers; a Float32Array is copied as it is. */
+    /** A float32 tensor over a copy of values; a Float32Array is fastest. */
     tensor(values: Float32Array | Iterable<number>, shape: readonly number[]): FloatTensor;
     /** A float32 tensor of zeros. */
     zeros(shape: readonly number[]): FloatTensor;
-    /** A float32 tensor to be written to by its data. */
+    /** A float32 tensor whose data can be written. */
     allocate(shape: readonly number[]): FloatTensor;
 }
 
-/** Settings for any number of sessions; each method returns the options. */
+/** Settings for any number of sessions; methods can be chained. */
 export class SessionOptions extends Owned {
     constructor(library: Library, settings?: SessionSettings);
     intraOpNumThreads(count: number): this;
@@ -172,13 +172,13 @@ export class SessionOptions extends Owned {
     providers(list: readonly Provider[]): this;
 }
 
-/** Settings for any number of runs; each method returns the options. */
+/** Settings for any number of runs; methods can be chained. */
 export class RunOptions extends Owned {
     constructor(library: Library, settings?: RunSettings);
     logVerbosityLevel(level: number): this;
     logSeverityLevel(level: number): this;
     tag(text: string): this;
-    /** Ends every run that uses the options at its next node; false takes it back. */
+    /** Ends every run with these options at its next node; false undoes it. */
     terminate(on?: boolean): this;
 }
 
@@ -188,30 +188,30 @@ export class Session extends Owned {
     readonly inputs: Description[];
     readonly outputs: Description[];
     readonly metadata: Metadata;
-    /** Runs on a feed or its text ready made. */
+    /** Runs the model on a feed or its JSON text. */
     run(feed: Feed | string, choice?: OutputChoice & WithOptions): Result;
     runAsync(feed: Feed | string, choice?: OutputChoice & WithSignal): Promise<Result>;
-    /** Runs a model with one float32 input without writing its numbers as text. */
+    /** Runs a model with one float32 input, without converting it to text. */
     runTensor(input: string, tensor: FloatTensor, choice?: TensorRunChoice): Result;
     runTensorAsync(input: string, tensor: FloatTensor, choice?: TensorRunChoice): Promise<Result>;
     binding(): Binding;
-    /** Ends profiling; the path of the profile file, "" when the session was not profiling. */
+    /** Ends profiling and returns the path of the profile, "" if the session was not profiling. */
     endProfiling(): string;
 }
 
-/** What a run gave. Iterating gives names and outputs. */
+/** The outputs of a run. Iterates over pairs of name and output. */
 export class Result extends Owned implements Iterable<[string, Output]> {
     private constructor();
-    /** The outputs as the library wrote them. */
+    /** The outputs as JSON, as the library wrote them. */
     readonly text: string;
-    /** Every output by name, read anew each time. */
+    /** The outputs by name, parsed at each access. */
     readonly outputs: Record<string, Output>;
     /**
-     * A copy of the first float32 output; empty where there is none. Scalars do not count, and a run with
-     * a binding has none.
+     * A copy of the first float32 output; empty if there is none. Scalars do not count, and a run with a
+     * binding has none.
      */
     readonly floats: Float32Array;
-    /** The same without a copy: not to be written to. It may be used after close(). */
+    /** The same without a copy; read-only, and valid after close(). */
     readonly floatView: Float32Array;
     readonly floatShape: number[];
     readonly floatCount: number;
@@ -223,14 +223,11 @@ export class Result extends Owned implements Iterable<[string, Output]> {
 export class FloatTensor extends Owned {
     private constructor();
     readonly shape: number[];
-    /**
-     * The numbers of a tensor of Library.allocate, to be written to between runs. It may be used after
-     * close().
-     */
+    /** The elements of a tensor from Library.allocate, writable between runs and valid after close(). */
     readonly data: Float32Array;
 }
 
-/** Inputs and outputs attached once for many runs; each method but run returns the binding. */
+/** Inputs and outputs bound once for many runs; methods other than the runs can be chained. */
 export class Binding extends Owned {
     private constructor();
     bindInput(name: string, tensor: Tensor): this;
@@ -239,21 +236,24 @@ export class Binding extends Owned {
     clearOutputs(): this;
     synchronizeInputs(): this;
     synchronizeOutputs(): this;
-    /** What the latest run gave, by name. */
+    /** The outputs of the last run by name. */
     readonly outputs: Record<string, Output>;
     run(choice?: WithOptions): Result;
-    /** One at a time for each binding. */
+    /** A binding takes one run at a time. */
     runAsync(choice?: WithSignal): Promise<Result>;
 }
 
 /** An input tensor. An output of a run has the same form and can be fed as it is. */
 export function tensor(dtype: Tensor['dtype'], shape: Iterable<number>, data: Tensor['data']): Tensor;
 
-/** The text of a feed. Whether the tensors suit the model is not looked at; see checkFeed. */
+/** The JSON text of a feed. Refuses feeds that the library would misread; see checkFeed for the rest. */
 export function feedJson(feed: Feed): string;
 
 /**
- * The text of a feed that somebody else made, as JSON.parse gives it, checked against Session.inputs.
- * Throws a VornicError that names the input and what is wrong with it.
+ * The JSON text of an untrusted feed, checked against Session.inputs. The feed is what JSON.parse returned.
+ * It must have exactly the inputs described, each with only dtype, shape and data: the dtype described,
+ * dimensions that fit, and as many elements as they require. Elements that would arrive changed are
+ * refused, apart from fractions rounded to float32 or float64. The VornicError names the input and says
+ * what is wrong with it.
  */
 export function checkFeed(feed: unknown, inputs: readonly Description[]): string;

@@ -1,4 +1,4 @@
-// The run on what is bound: no feed, no selection.
+// The run with a binding: inputs and outputs are those bound.
 #include "binding/io_binding.h"
 #include "core/allocator.h"
 #include "core/bounded_text.h"
@@ -8,6 +8,8 @@
 #include "core/status.h"
 #include "onnxruntime_vornic.h"
 #include "run/run_outputs.h"
+
+using namespace vornic;
 
 namespace {
 
@@ -45,21 +47,21 @@ OutputSelection labels_of(const IoBinding* binding) {
 RunResult* onnxruntime_vn_run_with_iobinding(const InferenceSession* session, IoBinding* binding,
                                              const OrtRunOptions* options) {
     const HostStateScope host;
-    if (!host.is_set_aside()) return nullptr;
-    if (!vnort_is_usable(session) || !vnort_is_usable(binding)) {
-        vnort_set_error("invalid InferenceSession or IoBinding");
+    if (!host.is_entered()) return nullptr;
+    if (!is_usable(session) || !is_usable(binding)) {
+        set_error("invalid InferenceSession or IoBinding");
         return nullptr;
     }
     if (!run(session, binding, options)) return nullptr;
-    OrtAllocator* allocator = vnort_default_allocator();
+    OrtAllocator* allocator = default_allocator();
     if (allocator == nullptr) return nullptr;
     BoundValues outputs(allocator, {});
     if (!fetch(binding, allocator, &outputs)) return nullptr;
-    OwnedResult result = vnort_new_result();
+    OwnedResult result = new_result();
     if (result == nullptr) return nullptr;
-    vnort_write_outputs(result.get(), labels_of(binding), outputs.elements(), outputs.count(),
-                        {.data = true, .strings = true, .capture = false});
-    vnort_copy_text(binding->outputs_json, result->json);
-    vnort_clear_error();
+    write_outputs(result.get(), labels_of(binding), outputs.elements(), outputs.count(),
+                  {.data = true, .strings = true, .capture = false});
+    copy_text(binding->outputs_json, result->json);
+    clear_error();
     return result.release();
 }

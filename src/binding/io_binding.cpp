@@ -11,20 +11,22 @@
 #include "onnxruntime_vornic.h"
 #include "run/input_values.h"
 
+using namespace vornic;
+
 namespace {
 
-// The name under which ONNX Runtime knows a bound input.
+// The name by which ONNX Runtime knows a bound input.
 const char* bound_name(const IoBinding* binding, uint64_t index) {
     const char* whole = binding->whole_names[index];
     return whole != nullptr ? whole : binding->inputs[index].name;
 }
 
-// Keeps the name of the next input where its entry has only the beginning of it.
+// Keeps a copy of the next input's name if it is too long for its entry.
 int32_t keep_whole_name(IoBinding* binding, const char* name) {
     const size_t length = strlen(name);
     if (length < kNameCapacity) return 1;
     char* copy = static_cast<char*>(malloc(length + 1));
-    if (copy == nullptr) return vnort_fail("out of memory");
+    if (copy == nullptr) return fail("out of memory");
     memcpy(copy, name, length + 1);
     binding->whole_names[binding->input_count] = copy;
     return 1;
@@ -35,29 +37,30 @@ void free_whole_name(IoBinding* binding, uint64_t index) {
     binding->whole_names[index] = nullptr;
 }
 
-// ONNX Runtime may keep a value that it refuses, and once it has refused a name it refuses every
-// bind, storing its value all the same. Only clearing ends both, so what was accepted is bound anew.
-// An input that is then refused is missing from the next run, which says so.
-void bind_accepted_anew(IoBinding* binding) {
+// ONNX Runtime may keep a value although it refuses to bind it, and after refusing one name it
+// refuses every later bind, storing those values too. Only clearing the inputs ends this, so the
+// accepted ones are bound again. If one of them is refused this time, the next run reports it as
+// missing.
+void rebind_accepted(IoBinding* binding) {
     g_api->ClearBoundInputs(binding->io_binding);
     for (uint64_t i = 0; i < binding->input_count; ++i) {
-        vnort_ignore_status(g_api->BindInput(binding->io_binding, bound_name(binding, i),
-                                             binding->inputs[i].value));
+        ignore_status(g_api->BindInput(binding->io_binding, bound_name(binding, i),
+                                       binding->inputs[i].value));
     }
 }
 
-// Makes the value of the next entry and binds it. The entry keeps what was made, bound or not.
+// Creates the value of the next entry and binds it. The entry owns the value even if binding fails.
 int32_t make_and_bind(IoBinding* binding, const char* name, InputTensor* entry) {
-    if (!vnort_make_input_values(entry, 1) || !keep_whole_name(binding, name)) return 0;
+    if (!make_input_values(entry, 1) || !keep_whole_name(binding, name)) return 0;
     if (vnort_status_ok(g_api->BindInput(binding->io_binding, name, entry->value), "BindInput")) {
         return 1;
     }
-    bind_accepted_anew(binding);
+    rebind_accepted(binding);
     free_whole_name(binding, binding->input_count);
     return 0;
 }
 
-// Frees all that the inputs own, once ONNX Runtime has dropped them.
+// Frees everything the inputs own. ONNX Runtime must have dropped them first.
 void free_inputs(IoBinding* binding) {
     vnort_free_input_tensors(binding->inputs, binding->input_count);
     for (uint64_t i = 0; i < binding->input_count; ++i) free_whole_name(binding, i);
@@ -66,17 +69,17 @@ void free_inputs(IoBinding* binding) {
 }  // namespace
 
 IoBinding* onnxruntime_vn_create_iobinding(const InferenceSession* session) {
-    if (!vnort_is_usable(session) || !vnort_init()) {
-        vnort_set_error("invalid InferenceSession");
+    if (!is_usable(session) || !vnort_init()) {
+        set_error("invalid InferenceSession");
         return nullptr;
     }
-    HeapBlock<IoBinding> binding = vnort_allocate_zeroed<IoBinding>(1);
+    HeapBlock<IoBinding> binding = allocate_zeroed<IoBinding>(1);
     if (binding == nullptr) {
-        vnort_set_error("out of memory");
+        set_error("out of memory");
         return nullptr;
     }
     binding->session = session;
-    vnort_copy_text(binding->outputs_json, "{}");
+    copy_text(binding->outputs_json, "{}");
     if (!vnort_status_ok(g_api->CreateIoBinding(session->session, &binding->io_binding),
                          "CreateIoBinding")) {
         return nullptr;
@@ -87,15 +90,15 @@ IoBinding* onnxruntime_vn_create_iobinding(const InferenceSession* session) {
 int32_t onnxruntime_vn_iobinding_bind_cpu_input_json(IoBinding* binding, const char* name,
                                                      const char* tensor_json) {
     const DefaultFloatState float_state;
-    if (!vnort_is_usable(binding) || name == nullptr || tensor_json == nullptr) return 0;
+    if (!is_usable(binding) || name == nullptr || tensor_json == nullptr) return 0;
     if (binding->input_count == kMaxInputs) return 0;
     const char* brace = strchr(tensor_json, '{');
     if (brace == nullptr) {
-        vnort_set_error("tensor_json must be an object");
+        set_error("tensor_json must be an object");
         return 0;
     }
     InputTensor* entry = &binding->inputs[binding->input_count];
-    if (!vnort_parse_input_tensor_body(vnort_find_feed_item(brace), name, entry)) return 0;
+    if (!vnort_parse_input_tensor_body(find_feed_item(brace), name, entry)) return 0;
     if (!make_and_bind(binding, name, entry)) {
         vnort_free_input_tensors(entry, 1);
         return 0;
@@ -105,20 +108,20 @@ int32_t onnxruntime_vn_iobinding_bind_cpu_input_json(IoBinding* binding, const c
 }
 
 int32_t onnxruntime_vn_iobinding_bind_output(IoBinding* binding, const char* name) {
-    if (!vnort_is_usable(binding) || name == nullptr) return 0;
+    if (!is_usable(binding) || name == nullptr) return 0;
     if (binding->output_count == kMaxOutputs) return 0;
-    OwnedMemoryInfo memory = vnort_cpu_memory();
+    OwnedMemoryInfo memory = cpu_memory();
     if (memory == nullptr) return 0;
     OrtStatus* status = g_api->BindOutputToDevice(binding->io_binding, name, memory.get());
     memory.reset();
     if (!vnort_status_ok(status, "BindOutputToDevice")) return 0;
-    vnort_copy_text(binding->output_names[binding->output_count], name);
+    copy_text(binding->output_names[binding->output_count], name);
     ++binding->output_count;
     return 1;
 }
 
 int32_t onnxruntime_vn_iobinding_clear_inputs(IoBinding* binding) {
-    if (!vnort_is_usable(binding)) return 0;
+    if (!is_usable(binding)) return 0;
     g_api->ClearBoundInputs(binding->io_binding);
     free_inputs(binding);
     memset(binding->inputs, 0, sizeof binding->inputs);
@@ -127,23 +130,23 @@ int32_t onnxruntime_vn_iobinding_clear_inputs(IoBinding* binding) {
 }
 
 int32_t onnxruntime_vn_iobinding_clear_outputs(IoBinding* binding) {
-    if (!vnort_is_usable(binding)) return 0;
+    if (!is_usable(binding)) return 0;
     g_api->ClearBoundOutputs(binding->io_binding);
     memset(binding->output_names, 0, sizeof binding->output_names);
     binding->output_count = 0;
     memset(binding->outputs_json, 0, sizeof binding->outputs_json);
-    vnort_copy_text(binding->outputs_json, "{}");
+    copy_text(binding->outputs_json, "{}");
     return 1;
 }
 
 int32_t onnxruntime_vn_iobinding_synchronize_inputs(IoBinding* binding) {
-    if (!vnort_is_usable(binding)) return 0;
+    if (!is_usable(binding)) return 0;
     return vnort_status_ok(g_api->SynchronizeBoundInputs(binding->io_binding),
                            "SynchronizeBoundInputs");
 }
 
 int32_t onnxruntime_vn_iobinding_synchronize_outputs(IoBinding* binding) {
-    if (!vnort_is_usable(binding)) return 0;
+    if (!is_usable(binding)) return 0;
     return vnort_status_ok(g_api->SynchronizeBoundOutputs(binding->io_binding),
                            "SynchronizeBoundOutputs");
 }

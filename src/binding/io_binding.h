@@ -1,4 +1,4 @@
-// Inputs and outputs attached to a session for many runs.
+// Inputs and outputs bound to a session for repeated runs.
 #pragma once
 
 #include <onnxruntime_c_api.h>
@@ -8,19 +8,23 @@
 #include "json/input_tensor.h"
 #include "session/inference_session.h"
 
-// ONNX Runtime's binding refers to the values of the bound inputs, and the numeric ones lie over
-// the entries' own data: entries are freed only when ONNX Runtime has dropped them.
+// ONNX Runtime's binding refers to the values of the bound inputs, and numeric values lie over the
+// entries' own data: entries must not be freed before ONNX Runtime has dropped them.
 struct IoBinding {
-    const InferenceSession* session;  // not owned and not read after creation
+    const InferenceSession* session;  // recorded, never read
     OrtIoBinding* io_binding;         // owned
-    InputTensorSet inputs;            // the first input_count own what they hold
+    vornic::InputTensorSet inputs;    // the first input_count are bound
     uint64_t input_count;
-    Name output_names[kMaxOutputs];  // in the order bound
+    vornic::Name output_names[vornic::kMaxOutputs];  // in the order bound
     uint64_t output_count;
-    char outputs_json[kResultCapacity];  // of the last successful run
-    char* whole_names[kMaxInputs];       // of inputs whose entries hold them cut; owned
+    char outputs_json[vornic::kResultCapacity];  // of the last successful run
+    char* whole_names[vornic::kMaxInputs];       // owned; null if the name fits in the entry
 };
 
-inline bool vnort_is_usable(const IoBinding* binding) {
+namespace vornic {
+
+inline bool is_usable(const IoBinding* binding) {
     return binding != nullptr && binding->io_binding != nullptr;
 }
+
+}  // namespace vornic

@@ -3,7 +3,9 @@
 #include "core/runtime.h"
 #include "core/status.h"
 
-OrtAllocator* vnort_default_allocator() {
+namespace vornic {
+
+OrtAllocator* default_allocator() {
     OrtAllocator* allocator = nullptr;
     if (!vnort_status_ok(g_api->GetAllocatorWithDefaultOptions(&allocator),
                          "GetAllocatorWithDefaultOptions")) {
@@ -11,3 +13,5 @@ OrtAllocator* vnort_default_allocator() {
     }
     return allocator;
 }
+
+}  // namespace vornic

@@ -1,4 +1,4 @@
-// ONNX Runtime's default allocator, and the memory that it gives out.
+// ONNX Runtime's default allocator, and owners of the memory it allocates.
 #pragma once
 
 #include <onnxruntime_c_api.h>
@@ -6,8 +6,10 @@
 
 #include <memory>
 
-// Never released; null, with the reason in the last-error text, when it cannot be had.
-OrtAllocator* vnort_default_allocator();
+namespace vornic {
+
+// Must not be released. Null on failure, with the reason in the last-error text.
+OrtAllocator* default_allocator();
 
 struct AllocatorFree {
     OrtAllocator* allocator;
@@ -18,12 +20,12 @@ template <typename Element>
 using AllocatorOwned = std::unique_ptr<Element, AllocatorFree>;
 
 template <typename Element>
-AllocatorOwned<Element> vnort_allocator_owned(OrtAllocator* allocator, Element* memory) {
+AllocatorOwned<Element> allocator_owned(OrtAllocator* allocator, Element* memory) {
     return AllocatorOwned<Element>(memory, AllocatorFree{allocator});
 }
 
-// An array that the allocator gave out and the elements in it, handed back at the end of a scope:
-// first the elements, then the array.
+// Owns an array that the allocator returned, and its elements. Releases the elements first, then
+// the array.
 template <typename Element, typename ElementRelease>
 class AllocatorArray {
 public:
@@ -50,3 +52,5 @@ private:
     ElementRelease release_;
     uint64_t count_ = 0;
 };
+
+}  // namespace vornic

@@ -3,6 +3,8 @@
 #include <stdarg.h>
 #include <stdio.h>
 
+namespace vornic {
+
 void vnort_appendf(BoundedText& text, const char* format, ...) {
     if (text.length >= text.capacity) return;
     uint64_t space = text.capacity - text.length;
@@ -26,3 +28,5 @@ void vnort_json_escape_append(BoundedText& text, const char* source, uint64_t mo
     text.length = length;
     text.buffer[length] = '\0';
 }
+
+}  // namespace vornic

@@ -1,5 +1,5 @@
-// Text in a fixed array. Writers append piece after piece without checking the space left: what
-// does not fit is cut, silently, and the text always ends with a terminator inside its array.
+// Text in a fixed array. Writers append without checking the space left: what does not fit is cut
+// silently, and the text always ends with a terminator inside the array.
 #pragma once
 
 #include <stdint.h>
@@ -7,13 +7,15 @@
 
 #include <string_view>
 
+namespace vornic {
+
 struct BoundedText {
     char* buffer;
-    uint64_t capacity;  // the array's size, terminator included
-    uint64_t length;    // of the text; a writer starts at 0 and never changes it itself
+    uint64_t capacity;  // size of the array, including the terminator
+    uint64_t length;    // starts at 0; changed by the functions below only
 };
 
-// Appends as much of the piece as fits; a cut text is exactly full.
+// Appends as much of the piece as fits. A text that was cut is exactly full.
 inline void vnort_append(BoundedText& text, std::string_view piece) {
     if (text.length >= text.capacity) return;
     uint64_t space = text.capacity - text.length;
@@ -23,22 +25,24 @@ inline void vnort_append(BoundedText& text, std::string_view piece) {
     text.buffer[text.length] = '\0';
 }
 
-// Appends printed text, cut in the same way.
+// Appends formatted text, cut in the same way.
 void vnort_appendf(BoundedText& text, const char* format, ...)
     __attribute__((format(gnu_printf, 2, 3)));
 
-// Appends the inside of a JSON string: a backslash before every double quote and backslash, all
-// other bytes as they are. Takes source up to its terminator, at most `most` bytes; a null source
-// appends nothing. Stops as soon as fewer than three bytes are free, so that a pair is never split.
+// Appends the content of a JSON string: double quotes and backslashes escaped by a backslash, all
+// other bytes unchanged. Reads `source` up to its terminator, at most `most` bytes; null counts as
+// empty. Stops once fewer than three bytes are free, so an escape sequence is never split.
 void vnort_json_escape_append(BoundedText& text, const char* source, uint64_t most = UINT64_MAX);
 
-// A full text cannot change any more.
-inline bool vnort_is_full(const BoundedText& text) { return text.length + 1 >= text.capacity; }
+// Whether nothing more fits.
+inline bool is_full(const BoundedText& text) { return text.length + 1 >= text.capacity; }
 
-// Copies a text into an array inside a record, cut to it; null counts as "".
+// Copies a text into an array of a record, cut to its capacity; null counts as "".
 template <size_t capacity>
-void vnort_copy_text(char (&to)[capacity], const char* from) {
+void copy_text(char (&to)[capacity], const char* from) {
     size_t length = from != nullptr ? strnlen(from, capacity - 1) : 0;
     if (length > 0) memcpy(to, from, length);
     to[length] = '\0';
 }
+
+}  // namespace vornic

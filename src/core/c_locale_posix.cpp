@@ -3,14 +3,18 @@
 
 #include "core/c_locale.h"
 
-void vnort_find_c_library() {}
+namespace vornic {
 
-// The C library keeps one object for the "C" locale, so making it neither fails nor allocates.
-bool vnort_enter_c_locale(HostLocale* host) {
+void find_c_library() {}
+
+// The C library has a static object for the "C" locale, so newlocale neither fails nor allocates.
+bool enter_c_locale(HostLocale* host) {
     const char* point = nl_langinfo(RADIXCHAR);
     host->is_changed = point[0] != '.' || point[1] != '\0';
     if (host->is_changed) host->locale = uselocale(newlocale(LC_ALL_MASK, "C", nullptr));
     return true;
 }
 
-void vnort_leave_c_locale(const HostLocale& host) { uselocale(static_cast<locale_t>(host.locale)); }
+void leave_c_locale(const HostLocale& host) { uselocale(static_cast<locale_t>(host.locale)); }
+
+}  // namespace vornic

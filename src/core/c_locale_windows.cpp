@@ -1,5 +1,5 @@
-// onnxruntime.dll reads and writes numbers with Windows' own C library, ucrtbase.dll. This library
-// is linked with an older one, so the functions are looked up in the one that counts.
+// onnxruntime.dll converts numbers with Windows' Universal C Runtime, ucrtbase.dll. This library is
+// linked with the older msvcrt.dll, so the functions are looked up in ucrtbase.dll at run time.
 #include <locale.h>
 #include <string.h>
 #include <windows.h>
@@ -7,9 +7,10 @@
 #include "core/c_locale.h"
 #include "core/last_error.h"
 
+namespace vornic {
 namespace {
 
-// ucrtbase's numbers for these, which are not all those of the older library's header.
+// ucrtbase.dll's values, which differ in part from those in the older library's header.
 constexpr int kNumericCategory = 4;
 constexpr int kThreadHasOwnLocale = 1;
 constexpr int kThreadSharesLocale = 2;
@@ -20,8 +21,8 @@ struct CLibrary {
     lconv*(__cdecl* locale_conventions)();
 };
 
-// All null where ucrtbase.dll is not loaded: then nothing reads numbers by its locale. Where it is, it
-// was loaded with ONNX Runtime and stays.
+// All null when ucrtbase.dll is not loaded: then no locale of its matters. If it is loaded, ONNX
+// Runtime loaded it and keeps it loaded.
 CLibrary g_c_library;
 
 template <typename Function>
@@ -33,7 +34,7 @@ bool find(HMODULE library, const char* name, Function* function) {
 
 }  // namespace
 
-void vnort_find_c_library() {
+void find_c_library() {
     const HMODULE library = GetModuleHandleW(L"ucrtbase.dll");
     CLibrary found;
     const bool is_found = library != nullptr && find(library, "setlocale", &found.set_locale) &&
@@ -42,29 +43,31 @@ void vnort_find_c_library() {
     g_c_library = is_found ? found : CLibrary{};
 }
 
-bool vnort_enter_c_locale(HostLocale* host) {
+bool enter_c_locale(HostLocale* host) {
     host->is_changed = false;
     if (g_c_library.set_locale == nullptr) return true;
     const char* point = g_c_library.locale_conventions()->decimal_point;
     if (point[0] == '.' && point[1] == '\0') return true;
     const char* numeric = g_c_library.set_locale(kNumericCategory, nullptr);
     if (numeric == nullptr || strlen(numeric) >= sizeof host->numeric) {
-        return vnort_fail("the name of the host's numeric locale cannot be kept") != 0;
+        return fail("the name of the host's numeric locale cannot be kept") != 0;
     }
     strcpy(host->numeric, numeric);
     host->is_thread_own =
         g_c_library.config_thread_locale(kThreadHasOwnLocale) == kThreadHasOwnLocale;
     host->is_changed = true;
     if (g_c_library.set_locale(kNumericCategory, "C") != nullptr) return true;
-    return vnort_fail("the host's numeric locale cannot be replaced") != 0;
+    return fail("the host's numeric locale cannot be replaced") != 0;
 }
 
-// A thread that shared the process's locale shares it again, which cannot fail. Giving a thread its own
-// one back takes memory; where there is none, that thread is left with decimal points.
-void vnort_leave_c_locale(const HostLocale& host) {
+// Sharing the process's locale again cannot fail. Restoring a thread's own locale allocates; out of
+// memory, the thread keeps decimal points.
+void leave_c_locale(const HostLocale& host) {
     if (host.is_thread_own) {
         g_c_library.set_locale(kNumericCategory, host.numeric);
     } else {
         g_c_library.config_thread_locale(kThreadSharesLocale);
     }
 }
+
+}  // namespace vornic

@@ -2,6 +2,8 @@
 
 #include <string.h>
 
+namespace vornic {
+
 const char* vnort_dtype_name(uint32_t code) {
     for (const ElementType& type : kElementTypes) {
         if (type.code == code) return type.name;
@@ -9,10 +11,12 @@ const char* vnort_dtype_name(uint32_t code) {
     return "unknown";
 }
 
-const ElementType* vnort_find_dtype(const char* name) {
+const ElementType* find_dtype(const char* name) {
     for (const ElementType& type : kElementTypes) {
         if (strcmp(name, type.name) == 0) return &type;
         if (type.alias != nullptr && strcmp(name, type.alias) == 0) return &type;
     }
     return nullptr;
 }
+
+}  // namespace vornic

@@ -1,5 +1,5 @@
-// The element types that cross the interface, in one table: ONNX Runtime's code, the name written,
-// a second name that input accepts, and the bytes of one element.
+// The element types that cross the interface, in one table: ONNX Runtime's code, the name written
+// to JSON, an alias accepted in input, and the size of an element.
 #pragma once
 
 #include <onnxruntime_c_api.h>
@@ -7,11 +7,13 @@
 
 #include <array>
 
+namespace vornic {
+
 struct ElementType {
     uint32_t code;
     const char* name;
-    const char* alias;  // null when only the name itself is accepted
-    uint32_t size;      // 0 for strings, which are separate texts
+    const char* alias;  // null if there is none
+    uint32_t size;      // in bytes; 0 for strings
 };
 
 inline constexpr uint32_t kFloat32 = ONNX_TENSOR_ELEMENT_DATA_TYPE_FLOAT;
@@ -32,19 +34,19 @@ inline constexpr ElementType kElementTypes[] = {
     {ONNX_TENSOR_ELEMENT_DATA_TYPE_UINT64, "uint64", nullptr, 8},
 };
 
-// The name written for a code; "unknown" for every code that is not in the table.
+// The name of a code; "unknown" for a code that is not in the table.
 const char* vnort_dtype_name(uint32_t code);
 
-// The row that a dtype text names, compared whole and case-sensitively; null for no match.
-const ElementType* vnort_find_dtype(const char* name);
+// The row whose name or alias equals a dtype text, case-sensitively; null for no match.
+const ElementType* find_dtype(const char* name);
 
-// The bool elements of a tensor: one byte, of which every value but 0 is true.
+// A bool element of a tensor: one byte, true for every value but 0.
 enum class Bool8 : uint8_t {};
 
-// Calls visit with a value of the element's C++ type and gives true; gives false for a type that
-// has no numbers to read or write (strings, float16, whatever the table does not hold).
+// Calls visit with a value of the element's C++ type and returns true. Returns false, without a
+// call, for strings, float16 and every other type that is not read or written as numbers.
 template <typename Visitor>
-bool vnort_visit_numeric(uint32_t code, Visitor&& visit) {
+bool visit_numeric(uint32_t code, Visitor&& visit) {
     switch (code) {
         case kFloat32: visit(float()); return true;
         case ONNX_TENSOR_ELEMENT_DATA_TYPE_UINT8: visit(uint8_t()); return true;
@@ -61,7 +63,7 @@ bool vnort_visit_numeric(uint32_t code, Visitor&& visit) {
     }
 }
 
-// The element size table, indexed by code minus 1: 0 for types without a numeric writer.
+// Element sizes indexed by code minus 1; 0 for types without a numeric writer.
 inline constexpr uint32_t kElementSizeCount = 13;
 inline constexpr std::array<uint32_t, kElementSizeCount> kElementSizes = [] {
     std::array<uint32_t, kElementSizeCount> sizes{};
@@ -69,6 +71,8 @@ inline constexpr std::array<uint32_t, kElementSizeCount> kElementSizes = [] {
     return sizes;
 }();
 
-inline bool vnort_has_numeric_writer(uint32_t code) {
+inline bool has_numeric_writer(uint32_t code) {
     return code >= 1 && code <= kElementSizeCount && kElementSizes[code - 1] != 0;
 }
+
+}  // namespace vornic

@@ -1,32 +1,36 @@
-// The floating-point state of the calling thread: what traps, how results are rounded, whether
-// denormals are kept, and the flags that operations raise.
+// The floating-point environment of the calling thread: trap masks, rounding mode, denormal
+// handling and exception flags.
 #pragma once
 
 #include <stdint.h>
 
-// The host's state, as the processor has it; one source a processor.
+namespace vornic {
+
+// The host's state, in the processor's own format. There is one source file per processor.
 struct HostFloatState {
     uint32_t control;
-    uint32_t flags;  // where the processor keeps them apart
-    bool has_older;  // whether an older unit of the processor had to change as well
-    uint16_t older_status;
-    uint32_t older[7];  // that unit's state, where it had to change
+    uint32_t flags;       // arm64: FPSR; on x64 MXCSR, in `control`, holds them too
+    bool is_x87_changed;  // x64: whether the x87 unit's state had to be changed as well
+    uint16_t x87_status;
+    uint32_t x87_environment[7];  // set only if changed
 };
 
-void vnort_enter_default_float_state(HostFloatState* host);
-void vnort_leave_default_float_state(const HostFloatState& host);
+void enter_default_float_state(HostFloatState* host);
+void leave_default_float_state(const HostFloatState& host);
 
-// The default state for as long as a scope lasts: no traps, rounding to nearest, denormals kept.
-// Hosts differ (Pascal and Lisp trap, audio flushes denormals), and answers must not; the threads
-// that ONNX Runtime makes take over the state of the one that makes them. The host finds its own
-// state as it was, its flags included.
+// The default state while a scope lasts: no traps, round to nearest, denormals kept. Hosts differ
+// (Pascal and Lisp enable traps, audio software flushes denormals) and results must not; the
+// threads that ONNX Runtime creates inherit the state of the creating thread. The host's state is
+// restored exactly, exception flags included.
 class DefaultFloatState {
 public:
-    DefaultFloatState() { vnort_enter_default_float_state(&host_); }
+    DefaultFloatState() { enter_default_float_state(&host_); }
     DefaultFloatState(const DefaultFloatState&) = delete;
     DefaultFloatState& operator=(const DefaultFloatState&) = delete;
-    ~DefaultFloatState() { vnort_leave_default_float_state(host_); }
+    ~DefaultFloatState() { leave_default_float_state(host_); }
 
 private:
     HostFloatState host_;
 };
+
+}  // namespace vornic

@@ -1,8 +1,9 @@
 #include "core/float_state.h"
 
+namespace vornic {
 namespace {
 
-// FPCR, whose default is all zeros, and the flags, which are apart in FPSR.
+// The control register is FPCR, whose default is 0; the flags are in FPSR.
 uint64_t read_control() {
     uint64_t control;
     __asm__ volatile("mrs\t%0,\tfpcr" : "=r"(control));
@@ -21,14 +22,16 @@ void write_flags(uint64_t flags) { __asm__ volatile("msr\tfpsr,\t%0" : : "r"(fla
 
 }  // namespace
 
-// Writing a register costs more than reading it, so each is written only where it has to change.
-void vnort_enter_default_float_state(HostFloatState* host) {
+// Writing a register costs more than reading it, so it is written only when it has to change.
+void enter_default_float_state(HostFloatState* host) {
     host->control = static_cast<uint32_t>(read_control());
     host->flags = static_cast<uint32_t>(read_flags());
     if (host->control != 0) write_control(0);
 }
 
-void vnort_leave_default_float_state(const HostFloatState& host) {
+void leave_default_float_state(const HostFloatState& host) {
     if (read_flags() != host.flags) write_flags(host.flags);
     if (read_control() != host.control) write_control(host.control);
 }
+
+}  // namespace vornic

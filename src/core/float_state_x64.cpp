@@ -2,20 +2,21 @@
 
 #include "core/float_state.h"
 
+namespace vornic {
 namespace {
 
 // MXCSR, which all arithmetic here follows.
 constexpr uint32_t kFlags = 0x3f;
 constexpr uint32_t kDefault = 0x1f80;  // all traps masked
 
-// The x87 unit's control word. The C library's strtof looks there for the way to round. The
-// precision, which Windows and Linux set differently, is left alone.
+// The x87 unit's control word, from which the C library's strtof takes the rounding mode. The
+// precision field, which Windows and Linux set differently, is left alone.
 constexpr uint16_t kX87Default = 0x37f;
 constexpr uint16_t kX87TrapsAndRounding = 0xc3f;
-constexpr uint16_t kX87Flags = 0x7f;  // of its status word
+constexpr uint16_t kX87Flags = 0x7f;  // in the status word
 
-// The unit's state in memory: seven words, the second of which is the status word.
-using X87State = uint32_t[7];
+// The x87 environment as FNSTENV stores it: seven words, of which the second is the status word.
+using X87Environment = uint32_t[7];
 
 bool has_x87_default() {
     uint16_t control;
@@ -29,32 +30,36 @@ uint16_t read_x87_status() {
     return status;
 }
 
-// There is no instruction that writes the status word alone.
+// No instruction writes the status word alone.
 void write_x87_status(uint16_t status) {
-    X87State state;
-    __asm__ volatile("fnstenv\t%0" : "=m"(state));
-    state[1] = (state[1] & ~0xffffu) | status;
-    __asm__ volatile("fldenv\t%0" : : "m"(state));
+    X87Environment environment;
+    __asm__ volatile("fnstenv\t%0" : "=m"(environment));
+    environment[1] = (environment[1] & ~0xffffu) | status;
+    __asm__ volatile("fldenv\t%0" : : "m"(environment));
 }
 
 }  // namespace
 
-// Writing a register costs more than reading it, so each is written only where it has to change.
-void vnort_enter_default_float_state(HostFloatState* host) {
+// Writing a register costs more than reading it, so it is written only when it has to change.
+void enter_default_float_state(HostFloatState* host) {
     host->control = _mm_getcsr();
     if ((host->control & ~kFlags) != kDefault) _mm_setcsr(kDefault);
-    host->older_status = read_x87_status();
-    host->has_older = !has_x87_default();
-    if (host->has_older) {
-        __asm__ volatile("fnstenv\t%0\n\tfldcw\t%1" : "=m"(host->older) : "m"(kX87Default));
+    host->x87_status = read_x87_status();
+    host->is_x87_changed = !has_x87_default();
+    if (host->is_x87_changed) {
+        __asm__ volatile("fnstenv\t%0\n\tfldcw\t%1"
+                         : "=m"(host->x87_environment)
+                         : "m"(kX87Default));
     }
 }
 
-void vnort_leave_default_float_state(const HostFloatState& host) {
+void leave_default_float_state(const HostFloatState& host) {
     if (_mm_getcsr() != host.control) _mm_setcsr(host.control);
-    if (host.has_older) {
-        __asm__ volatile("fldenv\t%0" : : "m"(host.older));
-    } else if (((read_x87_status() ^ host.older_status) & kX87Flags) != 0) {
-        write_x87_status(host.older_status);
+    if (host.is_x87_changed) {
+        __asm__ volatile("fldenv\t%0" : : "m"(host.x87_environment));
+    } else if (((read_x87_status() ^ host.x87_status) & kX87Flags) != 0) {
+        write_x87_status(host.x87_status);
     }
 }
+
+}  // namespace vornic

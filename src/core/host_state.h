@@ -1,17 +1,21 @@
-// What the host has set for the calling thread, out of the way for as long as a scope lasts: the default
-// floating-point state, and numbers with decimal points.
+// The state that ONNX Runtime's results depend on, set for the calling thread while a scope lasts:
+// the default floating-point environment and decimal points. The host's own is restored at the end.
 #pragma once
 
 #include "core/c_locale.h"
 #include "core/float_state.h"
 
+namespace vornic {
+
 class HostStateScope {
 public:
-    // False, with the reason in the last-error text, when ONNX Runtime must not run in the state that
-    // the thread is in.
-    bool is_set_aside() const { return c_locale_.is_entered(); }
+    // False, with the reason in the last-error text, when the host's locale cannot be replaced;
+    // ONNX Runtime must then not be called.
+    bool is_entered() const { return c_locale_.is_entered(); }
 
 private:
     DefaultFloatState float_state_;
     CLocaleScope c_locale_;
 };
+
+}  // namespace vornic

@@ -5,15 +5,19 @@
 
 #include "core/limits.h"
 
+namespace vornic {
+
 extern char g_error[kErrorCapacity];
 
-// Copies a fixed message, cut to the buffer; the bytes after it become zero.
-void vnort_set_error(const char* message);
+// Copies a fixed message, cut to the buffer, and zeroes the bytes after it.
+void set_error(const char* message);
 
-// The same, and gives 0 for the caller to return.
-int32_t vnort_fail(const char* message);
+// The same, and returns 0 for the caller to return.
+int32_t fail(const char* message);
 
-void vnort_clear_error();
+void clear_error();
 
-// Prints a message into the buffer, cut to it.
-void vnort_format_error(const char* format, ...) __attribute__((format(gnu_printf, 1, 2)));
+// Formats a message into the buffer, cut to it.
+void format_error(const char* format, ...) __attribute__((format(gnu_printf, 1, 2)));
+
+}  // namespace vornic

@@ -1,7 +1,11 @@
 #include "core/native_path.h"
 
+namespace vornic {
+
 // Paths are bytes here, of any length and encoding.
-bool vnort_native_path(const char* utf8, NativePath* path) {
+bool native_path(const char* utf8, NativePath* path) {
     path->text = utf8;
     return true;
 }
+
+}  // namespace vornic

@@ -2,7 +2,11 @@
 
 #include "core/native_path.h"
 
-bool vnort_native_path(const char* utf8, NativePath* path) {
+namespace vornic {
+
+bool native_path(const char* utf8, NativePath* path) {
     path->text = path->buffer;
     return MultiByteToWideChar(CP_UTF8, 0, utf8, -1, path->buffer, kPathCapacity) > 0;
 }
+
+}  // namespace vornic

@@ -1,4 +1,4 @@
-// Owning types for the objects of ONNX Runtime and for heap blocks: one line a kind.
+// Owning types for ONNX Runtime's objects and for heap blocks, one line each.
 #pragma once
 
 #include <stdlib.h>
@@ -7,7 +7,9 @@
 
 #include "core/runtime.h"
 
-// Releases through a member of the function table.
+namespace vornic {
+
+// Releases an object through a member of the function table.
 template <auto member>
 struct RuntimeRelease {
     template <typename Object>
@@ -25,7 +27,7 @@ using OwnedTensorInfo = Owned<OrtTensorTypeAndShapeInfo, &OrtApi::ReleaseTensorT
 using OwnedTypeInfo = Owned<OrtTypeInfo, &OrtApi::ReleaseTypeInfo>;
 using OwnedValue = Owned<OrtValue, &OrtApi::ReleaseValue>;
 
-// A block of the C library's heap.
+// A block on the C heap.
 struct BlockFree {
     void operator()(void* block) const { free(block); }
 };
@@ -33,16 +35,16 @@ struct BlockFree {
 template <typename Element>
 using HeapBlock = std::unique_ptr<Element, BlockFree>;
 
-// A block of count zeroed elements, at least one; null when there is no memory for it or its size
-// does not fit in a size_t.
+// A zeroed block of `count` elements, or of one if `count` is 0. Null if out of memory or if the
+// size overflows size_t.
 template <typename Element>
-HeapBlock<Element> vnort_allocate_zeroed(uint64_t count) {
+HeapBlock<Element> allocate_zeroed(uint64_t count) {
     return HeapBlock<Element>(
         static_cast<Element*>(calloc(count > 0 ? count : 1, sizeof(Element))));
 }
 
-// Hands an owner to a function that stores the object through a pointer to a pointer. The owner
-// takes the object at the end of the full expression, and not before.
+// Adapts an owner to a function that returns an object through an out-parameter. The owner takes
+// the object at the end of the full expression, not before.
 template <typename Owner>
 class Receive {
 public:
@@ -56,3 +58,5 @@ private:
     Owner& owner_;
     typename Owner::element_type* object_ = nullptr;
 };
+
+}  // namespace vornic

@@ -6,6 +6,8 @@
 #include "core/runtime_entry.h"
 #include "onnxruntime_vornic.h"
 
+namespace vornic {
+
 const OrtApiBase* g_api_base;
 const OrtApi* g_api;
 
@@ -13,23 +15,27 @@ namespace {
 
 int32_t refuse(const char* message) {
     g_api_base = nullptr;
-    vnort_forget_runtime();
-    return vnort_fail(message);
+    forget_runtime();
+    return fail(message);
 }
 
 }  // namespace
 
 int32_t vnort_init() {
     if (g_api != nullptr) return 1;
-    const DefaultFloatState float_state;  // loading a runtime runs code of its own
-    g_api_base = vnort_runtime_entry();
+    const DefaultFloatState float_state;  // loading a runtime runs its initialisers
+    g_api_base = runtime_entry();
     if (g_api_base == nullptr) return refuse("OrtGetApiBase returned NULL");
     g_api = g_api_base->GetApi(kApiVersion);
     if (g_api == nullptr) return refuse("GetApi returned NULL");
-    vnort_find_c_library();
-    vnort_clear_error();
+    find_c_library();
+    clear_error();
     return 1;
 }
+
+}  // namespace vornic
+
+using namespace vornic;
 
 int32_t onnxruntime_vn_available() { return vnort_init(); }
 

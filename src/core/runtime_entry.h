@@ -1,11 +1,15 @@
-// The one function of ONNX Runtime that is reached by name.
+// OrtGetApiBase, the one function of ONNX Runtime that is imported by name.
 #pragma once
 
 #include <onnxruntime_c_api.h>
 
-// What OrtGetApiBase gives; null also when the runtime or its entry point cannot be had. May be
-// asked again after a failure: a runtime that has appeared since is then found.
-const OrtApiBase* vnort_runtime_entry();
+namespace vornic {
 
-// Lets go of a runtime that was found and is of no use, so that its file can be replaced.
-void vnort_forget_runtime();
+// The result of OrtGetApiBase; null also if the runtime or the function is not found. A later call
+// searches again and finds a runtime that has been installed since.
+const OrtApiBase* runtime_entry();
+
+// Unloads a runtime that turned out to be unusable, so that its file can be replaced.
+void forget_runtime();
+
+}  // namespace vornic

@@ -1,7 +1,11 @@
 #include "core/runtime_entry.h"
 
-// The loader has bound the entry point before any code here runs: without a runtime this library
-// does not load at all.
-const OrtApiBase* vnort_runtime_entry() { return OrtGetApiBase(); }
+namespace vornic {
 
-void vnort_forget_runtime() {}
+// The dynamic linker has bound the function before any code here runs: without a runtime, this
+// library does not load.
+const OrtApiBase* runtime_entry() { return OrtGetApiBase(); }
+
+void forget_runtime() {}
+
+}  // namespace vornic

@@ -1,6 +1,6 @@
-// OrtGetApiBase is a delayed import, so the library loads without a runtime and can choose which
-// onnxruntime.dll it gets. The ordinary search alone would look in the host program's folder and
-// then in System32, where Windows keeps an old one.
+// OrtGetApiBase is a delay-loaded import, so the library loads without a runtime and can choose its
+// onnxruntime.dll. The default search order would try the host program's folder and then System32,
+// where Windows keeps an old version.
 
 #include "core/runtime_entry.h"
 
@@ -15,17 +15,18 @@
 
 #include <utility>
 
-// The linker's names for this module's first byte, which is its handle, and for the slot through which
-// the import is called.
+// Defined by the linker: this module's first byte, whose address is the module handle, and the
+// import's slot in the import address table.
 extern "C" IMAGE_DOS_HEADER __ImageBase;
 extern "C" FARPROC __imp_OrtGetApiBase;
 
+namespace vornic {
 namespace {
 
 constexpr wchar_t kRuntimeName[] = L"onnxruntime.dll";
 
-// The longest path that Windows has, in characters.
-constexpr DWORD kPathRoom = 32768;
+// The longest path on Windows, in UTF-16 units.
+constexpr DWORD kMaxPathLength = 32768;
 
 struct ModuleFree {
     void operator()(HMODULE module) const { FreeLibrary(module); }
@@ -33,18 +34,19 @@ struct ModuleFree {
 
 using Module = std::unique_ptr<HINSTANCE__, ModuleFree>;
 
-// What was found last and is in use.
+// The runtime in use.
 HMODULE g_runtime_module;
 
-// What undoes the binding of the import, which would keep to the first runtime that it reaches.
+// The import's state before its first call bound it. Restoring it lets the next call choose a
+// runtime again.
 struct BoundImport {
-    FARPROC unbound;  // what the slot held before
-    HMODULE* module;
+    FARPROC unbound;  // the slot's value
+    HMODULE* module;  // where the import keeps its module handle
 };
 BoundImport g_bound_import;
 
-// Write access to the import's slot for as long as a scope lasts. GNU's linker puts the slot into
-// read-only memory from 2.44 on, and the import's thunk writes there without asking.
+// Makes the import's slot writable while a scope lasts. From version 2.44 on, GNU ld puts the slot
+// into read-only memory, and the delay-load thunk writes to it all the same.
 class WritableImport {
 public:
     WritableImport() { is_writable_ = protect(PAGE_READWRITE, &earlier_); }
@@ -66,7 +68,7 @@ private:
     bool is_writable_;
 };
 
-// A damaged file is an answer like any other: no message box asks the user about it.
+// Keeps Windows from showing a message box when the file is damaged.
 class QuietLoading {
 public:
     QuietLoading() { SetThreadErrorMode(SEM_FAILCRITICALERRORS, &earlier_); }
@@ -78,25 +80,25 @@ private:
     DWORD earlier_ = 0;
 };
 
-// Loads the runtime and lets it go again when it lacks the entry point: calling the import would
-// then end the host with a structured exception, and an open file could not be replaced.
+// Loads the runtime, and unloads it again if it lacks OrtGetApiBase: calling the import would then
+// raise a structured exception and end the host, and a loaded file could not be replaced.
 Module load_runtime(const wchar_t* path, DWORD flags) {
     Module module(LoadLibraryExW(path, nullptr, flags));
     if (module && GetProcAddress(module.get(), "OrtGetApiBase") == nullptr) module.reset();
     return module;
 }
 
-// Null when there is no memory for it: going on with the ordinary search alone could then bind the
-// wrong runtime for good.
+// Null if out of memory. The caller must then fail: the default search alone could bind the wrong
+// runtime for the life of the process.
 HeapBlock<wchar_t> path_beside_this_library() {
-    HeapBlock<wchar_t> path = vnort_allocate_zeroed<wchar_t>(kPathRoom);
+    HeapBlock<wchar_t> path = allocate_zeroed<wchar_t>(kMaxPathLength);
     if (!path) return nullptr;
     const HMODULE self = reinterpret_cast<HMODULE>(&__ImageBase);
-    const DWORD length = GetModuleFileNameW(self, path.get(), kPathRoom);
+    const DWORD length = GetModuleFileNameW(self, path.get(), kMaxPathLength);
     wchar_t* separator = wcsrchr(path.get(), L'\\');
-    if (length >= kPathRoom || separator == nullptr) return nullptr;
+    if (length >= kMaxPathLength || separator == nullptr) return nullptr;
     wchar_t* name = separator + 1;
-    if (name + sizeof(kRuntimeName) / sizeof(wchar_t) > path.get() + kPathRoom) return nullptr;
+    if (name + sizeof(kRuntimeName) / sizeof(wchar_t) > path.get() + kMaxPathLength) return nullptr;
     memcpy(name, kRuntimeName, sizeof(kRuntimeName));
     return path;
 }
@@ -109,7 +111,7 @@ Module find_runtime() {
     return found ? std::move(found) : load_runtime(kRuntimeName, 0);
 }
 
-// Asked by the import's thunk on its first call.
+// Called by the import's thunk on its first call.
 FARPROC WINAPI give_found_runtime(unsigned event, PDelayLoadInfo info) {
     if (event != dliNotePreLoadLibrary) return nullptr;
     const auto module = reinterpret_cast<BYTE*>(&__ImageBase) + info->pidd->rvaHmod;
@@ -118,21 +120,26 @@ FARPROC WINAPI give_found_runtime(unsigned event, PDelayLoadInfo info) {
 }
 
 }  // namespace
+}  // namespace vornic
 
-PfnDliHook __pfnDliNotifyHook2 = give_found_runtime;
+PfnDliHook __pfnDliNotifyHook2 = vornic::give_found_runtime;
 
-const OrtApiBase* vnort_runtime_entry() {
+namespace vornic {
+
+const OrtApiBase* runtime_entry() {
     const WritableImport import;
     if (!import.is_writable()) return nullptr;
     g_runtime_module = find_runtime().release();
     return g_runtime_module != nullptr ? OrtGetApiBase() : nullptr;
 }
 
-// A slot that cannot be written still leads into the runtime, which therefore stays.
-void vnort_forget_runtime() {
+// If the slot cannot be made writable, it still points into the runtime, which then stays loaded.
+void forget_runtime() {
     const WritableImport import;
     if (g_runtime_module == nullptr || !import.is_writable()) return;
     __imp_OrtGetApiBase = g_bound_import.unbound;
     *g_bound_import.module = nullptr;
     FreeLibrary(std::exchange(g_runtime_module, nullptr));
 }
+
+}  // namespace vornic

@@ -3,15 +3,19 @@
 #include "core/last_error.h"
 #include "core/runtime.h"
 
+namespace vornic {
+
 int32_t vnort_status_ok(OrtStatus* status, const char* name) {
     if (status == nullptr) return 1;
     const char* message = g_api != nullptr ? g_api->GetErrorMessage(status) : nullptr;
     const char* separator = message != nullptr ? ": " : "";
-    vnort_format_error("%s failed%s%s", name, separator, message != nullptr ? message : "");
-    vnort_ignore_status(status);
+    format_error("%s failed%s%s", name, separator, message != nullptr ? message : "");
+    ignore_status(status);
     return 0;
 }
 
-void vnort_ignore_status(OrtStatus* status) {
+void ignore_status(OrtStatus* status) {
     if (status != nullptr && g_api != nullptr) g_api->ReleaseStatus(status);
 }
+
+}  // namespace vornic

@@ -4,8 +4,12 @@
 #include <onnxruntime_c_api.h>
 #include <stdint.h>
 
+namespace vornic {
+
 // 1 for no status. Otherwise writes "NAME failed: MESSAGE", releases the status and gives 0.
 int32_t vnort_status_ok(OrtStatus* status, const char* name);
 
 // Releases a status without reporting its message.
-void vnort_ignore_status(OrtStatus* status);
+void ignore_status(OrtStatus* status);
+
+}  // namespace vornic

@@ -5,6 +5,7 @@
 #include "json/number_block.h"
 #include "number/number_reader.h"
 
+namespace vornic {
 namespace {
 
 // How far the reading of an array has come.
@@ -26,7 +27,7 @@ int32_t read_each_number(ArrayPosition* position, const char* until, int64_t cap
     for (; reason == nullptr && after == AfterItem::comma && count < slots &&
            (until == nullptr || at < until);
          ++count) {
-        at = vnort_skip_blanks(at);
+        at = skip_blanks(at);
         if (*at == ']') {
             after = AfterItem::end;
             break;
@@ -35,18 +36,18 @@ int32_t read_each_number(ArrayPosition* position, const char* until, int64_t cap
             reason = "JSON numeric array is too large";
             break;
         }
-        const NumberRead number = vnort_read_number(at);
+        const NumberRead number = read_number(at);
         if (number.end == at) {
             reason = "failed to parse JSON numeric array";
             break;
         }
         numbers[count] = static_cast<Number>(number.value);
         at = number.end;
-        after = vnort_after_item(&at);
+        after = after_item(&at);
         if (after == AfterItem::malformed) reason = "malformed JSON numeric array";
     }
     *position = {at, position->items + count, after};
-    return reason == nullptr ? 1 : vnort_fail(reason);
+    return reason == nullptr ? 1 : fail(reason);
 }
 
 // The index of the recorded name that equals name, or name_count.
@@ -59,29 +60,29 @@ uint64_t find_name(const char* name, const Name* names, uint64_t name_count) {
 int32_t select_names(const char* text, const Name* names, uint64_t name_count,
                      const char** selected, uint64_t* selected_count) {
     const char* at = strchr(text, '[');
-    if (at == nullptr) return vnort_fail("output_names_json must be a JSON string array");
+    if (at == nullptr) return fail("output_names_json must be a JSON string array");
     ++at;
     uint64_t count = 0;
     AfterItem after = AfterItem::comma;
     while (after == AfterItem::comma) {
-        at = vnort_skip_blanks(at);
+        at = skip_blanks(at);
         if (*at == ']') break;
-        if (*at != '"') return vnort_fail("output_names_json contains a non-string item");
+        if (*at != '"') return fail("output_names_json contains a non-string item");
         ++at;
         Name name;
         size_t length = 0;
-        if (!vnort_read_quoted(&at, name, sizeof name, &length, vnort_literally)) {
-            return vnort_fail("unterminated string in output_names_json");
+        if (!read_quoted(&at, name, sizeof name, &length, keep_escaped)) {
+            return fail("unterminated string in output_names_json");
         }
         uint64_t found = find_name(name, names, name_count);
         if (found == name_count) {
-            vnort_format_error("unknown output name '%s'", name);
+            format_error("unknown output name '%s'", name);
             return 0;
         }
-        if (count == kMaxOutputs) return vnort_fail("too many output names");
+        if (count == kMaxOutputs) return fail("too many output names");
         selected[count++] = names[found];
-        after = vnort_after_item(&at);
-        if (after == AfterItem::malformed) return vnort_fail("malformed output_names_json");
+        after = after_item(&at);
+        if (after == AfterItem::malformed) return fail("malformed output_names_json");
     }
     *selected_count = count;
     return 1;
@@ -105,7 +106,7 @@ int32_t read_numbers(const char* text, const char* end, int64_t capacity, uint64
         take_part(first, [&](auto* numbers, int64_t slots) {
             if (block_from != nullptr && position.at >= block_from) {
                 const int64_t most = std::min(slots, capacity - first);
-                const auto read = vnort_read_number_block(position.at, end, numbers, most);
+                const auto read = read_number_block(position.at, end, numbers, most);
                 position.at = read.at;
                 position.items += read.count;
                 if (read.count <= 0 || read.count <= most - 4) block_from = nullptr;
@@ -121,8 +122,8 @@ int32_t read_numbers(const char* text, const char* end, int64_t capacity, uint64
 
 }  // namespace
 
-int32_t vnort_read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
-                           NumberSink sink) {
+int32_t read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
+                     NumberSink sink) {
     constexpr int64_t kSlots = 1024;
     double numbers[kSlots];
     return read_numbers(text, end, capacity, count, [&](int64_t first, auto read) {
@@ -131,14 +132,14 @@ int32_t vnort_read_numbers(const char* text, const char* end, int64_t capacity, 
     });
 }
 
-int32_t vnort_read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
-                           float* numbers) {
+int32_t read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
+                     float* numbers) {
     return read_numbers(text, end, capacity, count,
                         [&](int64_t first, auto read) { read(numbers + first, INT64_MAX); });
 }
 
-int32_t vnort_read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
-                           double* numbers) {
+int32_t read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
+                     double* numbers) {
     return read_numbers(text, end, capacity, count,
                         [&](int64_t first, auto read) { read(numbers + first, INT64_MAX); });
 }
@@ -148,13 +149,13 @@ int32_t vnort_parse_number_array_double(const char* text, double* numbers, int64
     if (count == nullptr) return 0;
     *count = 0;
     if (numbers == nullptr) return 0;
-    return vnort_read_numbers(text, nullptr, capacity, count, numbers);
+    return read_numbers(text, nullptr, capacity, count, numbers);
 }
 
-NumberArrayExtent vnort_number_array_extent(const char* text) {
+NumberArrayExtent number_array_extent(const char* text) {
     const char* from = text != nullptr ? strchr(text, '[') : nullptr;
     if (from == nullptr) return {0, nullptr};
-    const CommaCount commas = vnort_count_commas(from);
+    const CommaCount commas = count_commas(from);
     return {commas.count < kMaxElements ? commas.count + 1 : kMaxElements, commas.end};
 }
 
@@ -170,3 +171,5 @@ int32_t vnort_parse_string_array(const char* text, const Name* names, uint64_t n
     *selected_count = name_count;
     return 1;
 }
+
+}  // namespace vornic

@@ -4,14 +4,16 @@
 
 #include "json/scan.h"
 
+namespace vornic {
 namespace {
 
-// The search for one input: first for its quoted name, then for the brace after it, then for the keys
-// after that.
+// The search for one input: first for its quoted name, then for the next brace, then for the keys
+// after it.
 struct Search {
     const char* name;
     size_t name_length;
-    const char* brace_from;  // where to look for the brace: after the quoted name
+    const char*
+        brace_from;  // the position after the quoted name, where the search for the brace starts
     FeedItem* item;
 
     bool wants_name() const { return item->name == nullptr; }
@@ -22,7 +24,7 @@ struct Search {
     }
 };
 
-// True when `quoted`, which stands at a double quote, holds this text and the closing quote.
+// Whether `quoted`, which points to a double quote, continues with this text and a closing quote.
 bool is_quoted(const char* quoted, const char* text, size_t length) {
     return strncmp(quoted + 1, text, length) == 0 && quoted[1 + length] == '"';
 }
@@ -63,7 +65,7 @@ bool all_complete(const Search* searches, uint64_t count) {
 }
 
 void find_all(const char* text, Search* searches, uint64_t count) {
-    for (const char* at = vnort_find_mark(text); *at != '\0'; at = vnort_find_mark(at + 1)) {
+    for (const char* at = find_delimiter(text); *at != '\0'; at = find_delimiter(at + 1)) {
         if (*at == '"') {
             take_quote(at, searches, count);
             if (all_complete(searches, count)) return;
@@ -75,7 +77,7 @@ void find_all(const char* text, Search* searches, uint64_t count) {
 
 }  // namespace
 
-void vnort_find_feed_items(const char* feed, const Name* names, uint64_t count, FeedItem* items) {
+void find_feed_items(const char* feed, const Name* names, uint64_t count, FeedItem* items) {
     Search searches[kMaxInputs];
     for (uint64_t i = 0; i < count; ++i) {
         items[i] = {};
@@ -84,9 +86,11 @@ void vnort_find_feed_items(const char* feed, const Name* names, uint64_t count, 
     if (count > 0) find_all(feed, searches, count);
 }
 
-FeedItem vnort_find_feed_item(const char* brace) {
+FeedItem find_feed_item(const char* brace) {
     FeedItem item = {brace, brace, nullptr, nullptr, nullptr};
     Search search = {"", 0, nullptr, &item};
     find_all(brace, &search, 1);
     return item;
 }
+
+}  // namespace vornic

@@ -12,6 +12,7 @@
 #include "json/array_reader.h"
 #include "json/number_conversion.h"
 
+namespace vornic {
 namespace {
 
 constexpr size_t kDtypeCapacity = 32;
@@ -19,7 +20,7 @@ constexpr size_t kDtypeCapacity = 32;
 // The strings of a tensor while they are being read.
 class StringList {
 public:
-    StringList() : slots_(vnort_allocate_zeroed<char*>(kMaxElements)) {}
+    StringList() : slots_(allocate_zeroed<char*>(kMaxElements)) {}
     StringList(const StringList&) = delete;
     StringList& operator=(const StringList&) = delete;
     ~StringList() {
@@ -48,7 +49,7 @@ private:
     uint64_t count_ = 0;
 };
 
-// What a backslash and this byte stand for.
+// The byte that a backslash and `byte` encode.
 char unescaped(char byte) {
     switch (byte) {
         case 'n': return '\n';
@@ -63,18 +64,18 @@ int32_t read_strings(const char* at, StringList* strings) {
     char decoded[kInputStringCapacity];
     AfterItem after = AfterItem::comma;
     while (after == AfterItem::comma) {
-        at = vnort_skip_blanks(at);
+        at = skip_blanks(at);
         if (*at == ']') return 1;
-        if (strings->is_full()) return vnort_fail("JSON string array is too large");
-        if (*at != '"') return vnort_fail("JSON string array contains a non-string item");
+        if (strings->is_full()) return fail("JSON string array is too large");
+        if (*at != '"') return fail("JSON string array contains a non-string item");
         ++at;
         size_t length = 0;
-        if (!vnort_read_quoted(&at, decoded, sizeof decoded, &length, unescaped)) {
-            return vnort_fail("unterminated string in JSON string array");
+        if (!read_quoted(&at, decoded, sizeof decoded, &length, unescaped)) {
+            return fail("unterminated string in JSON string array");
         }
-        if (!strings->add(decoded, length)) return vnort_fail("out of memory");
-        after = vnort_after_item(&at);
-        if (after == AfterItem::malformed) return vnort_fail("malformed JSON string array");
+        if (!strings->add(decoded, length)) return fail("out of memory");
+        after = after_item(&at);
+        if (after == AfterItem::malformed) return fail("malformed JSON string array");
     }
     return 1;
 }
@@ -83,36 +84,37 @@ int32_t read_string_data(const char* data_key, InputTensor* entry) {
     const char* bracket = data_key != nullptr ? strchr(data_key, '[') : nullptr;
     if (bracket == nullptr) return 0;
     StringList strings;
-    if (!strings.is_allocated()) return vnort_fail("out of memory");
+    if (!strings.is_allocated()) return fail("out of memory");
     if (!read_strings(bracket + 1, &strings)) return 0;
     strings.give_to(entry);
     return 1;
 }
 
-// Reads into elements of the tensor's type; those of other types are converted from doubles.
+// Reads elements of the tensor's type: floats directly, all others converted from doubles.
 int32_t read_elements(const char* data_key, const NumberArrayExtent& extent, uint32_t code,
                       void* elements, uint64_t* count) {
     const auto capacity = static_cast<int64_t>(extent.bound);
     int32_t is_read = 0;
-    vnort_visit_numeric(code, [&](auto element) {
+    visit_numeric(code, [&](auto element) {
         using Element = decltype(element);
         if constexpr (std::is_floating_point_v<Element>) {
-            is_read = vnort_read_numbers(data_key, extent.end, capacity, count,
-                                         static_cast<Element*>(elements));
+            is_read = read_numbers(data_key, extent.end, capacity, count,
+                                   static_cast<Element*>(elements));
         } else {
-            is_read = vnort_read_numbers(data_key, extent.end, capacity, count,
-                                         {vnort_convert_all<Element>, elements});
+            is_read = read_numbers(data_key, extent.end, capacity, count,
+                                   {convert_all<Element>, elements});
         }
     });
     return is_read;
 }
 
-// Numbers go straight into the tensor's block, which their commas foretell but for one at the end.
+// Numbers are stored straight into the tensor's block. Counting commas gives its size; a trailing
+// comma makes it one element too large.
 int32_t read_numeric_data(const char* data_key, uint32_t element_size, InputTensor* entry) {
-    const NumberArrayExtent extent = vnort_number_array_extent(data_key);
+    const NumberArrayExtent extent = number_array_extent(data_key);
     if (extent.bound == 0) return 0;
     HeapBlock<void> data(malloc(extent.bound * element_size));
-    if (data == nullptr) return vnort_fail("out of memory");
+    if (data == nullptr) return fail("out of memory");
     uint64_t count = 0;
     if (!read_elements(data_key, extent, entry->element_type, data.get(), &count)) return 0;
     entry->element_count = count;
@@ -121,17 +123,18 @@ int32_t read_numeric_data(const char* data_key, uint32_t element_size, InputTens
     return 1;
 }
 
-// Reads the value of the dtype key; null with the reason, if there is one, in the last-error text.
+// Reads the value of the dtype key. Null on failure, with the reason in the last-error text unless
+// the key has no colon.
 const ElementType* read_dtype(const char* dtype_key) {
     if (dtype_key == nullptr) {
-        vnort_set_error("input tensor is missing dtype");
+        set_error("input tensor is missing dtype");
         return nullptr;
     }
     const char* colon = strchr(dtype_key, ':');
     if (colon == nullptr) return nullptr;
-    const char* value = vnort_skip_blanks(colon + 1);
+    const char* value = skip_blanks(colon + 1);
     if (*value != '"') {
-        vnort_set_error("input tensor dtype must be a string");
+        set_error("input tensor dtype must be a string");
         return nullptr;
     }
     ++value;
@@ -142,15 +145,15 @@ const ElementType* read_dtype(const char* dtype_key) {
         ++length;
     }
     dtype[length] = '\0';
-    const ElementType* type = vnort_find_dtype(dtype);
-    if (type == nullptr) vnort_format_error("unsupported input dtype '%s'", dtype);
+    const ElementType* type = find_dtype(dtype);
+    if (type == nullptr) format_error("unsupported input dtype '%s'", dtype);
     return type;
 }
 
 int32_t read_shape(const char* shape_key, InputTensor* entry) {
     double dims[kMaxRank];
     if (!vnort_parse_number_array_double(shape_key, dims, kMaxRank, &entry->rank)) return 0;
-    for (uint64_t i = 0; i < entry->rank; ++i) entry->shape[i] = vnort_truncate_to_int64(dims[i]);
+    for (uint64_t i = 0; i < entry->rank; ++i) entry->shape[i] = truncate_to_int64(dims[i]);
     return 1;
 }
 
@@ -159,7 +162,7 @@ int32_t read_shape(const char* shape_key, InputTensor* entry) {
 int32_t vnort_parse_input_tensor_body(const FeedItem& item, const char* name, InputTensor* entry) {
     if (name == nullptr) return 0;
     *entry = {};
-    vnort_copy_text(entry->name, name);
+    copy_text(entry->name, name);
     const ElementType* type = read_dtype(item.dtype);
     if (type == nullptr) return 0;
     entry->element_type = type->code;
@@ -168,13 +171,12 @@ int32_t vnort_parse_input_tensor_body(const FeedItem& item, const char* name, In
     return read_numeric_data(item.data, type->size, entry);
 }
 
-void vnort_free_input_tensors(InputTensor* entries, uint64_t count) {
-    for (InputTensor* entry = entries; entry != entries + count; ++entry) {
-        if (entry->value != nullptr && g_api != nullptr) g_api->ReleaseValue(entry->value);
-        if (entry->strings != nullptr) {
-            for (uint64_t i = 0; i < entry->element_count; ++i) free(entry->strings[i]);
-            free(entry->strings);
-        }
-        free(entry->data);
+void free_elements(const InputTensor& entry) {
+    if (entry.strings != nullptr) {
+        for (uint64_t i = 0; i < entry.element_count; ++i) free(entry.strings[i]);
+        free(entry.strings);
     }
+    free(entry.data);
 }
+
+}  // namespace vornic

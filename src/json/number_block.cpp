@@ -15,6 +15,7 @@
 #include "number/number_reader.h"
 #include "number/number_row.h"
 
+namespace vornic {
 namespace {
 
 constexpr int64_t kWindow = 64;
@@ -32,7 +33,7 @@ public:
     void extend() {
         const char** to = commas_ + count_;
         for (; at_ <= last_ && to < commas_ + kMany; at_ += kWindow) {
-            const Places places = vnort_places_of(',', at_);
+            const Places places = match_mask(',', at_);
             const char** const next = to + places.count;
             for (PlaceList list(places.bits); to < next; to += 4) {
 #pragma GCC unroll 4
@@ -42,8 +43,8 @@ public:
         }
         if (at_ > last_ && at_ < last_ + kWindow) {
             // What is left, from a window that ends where the last one may.
-            uint64_t bits = vnort_places_of(',', last_).bits >> (at_ - last_) << (at_ - last_);
-            for (; bits != 0; bits &= bits - 1) *to++ = last_ + vnort_first(bits);
+            uint64_t bits = match_mask(',', last_).bits >> (at_ - last_) << (at_ - last_);
+            for (; bits != 0; bits &= bits - 1) *to++ = last_ + lowest_bit_index(bits);
             at_ = last_ + kWindow;
         }
         count_ = to - commas_;
@@ -105,10 +106,10 @@ enum class Kernel { integers, pointed, long_pointed, decimals, none };
 template <typename Number>
 int64_t read_row(Kernel kernel, const NumberRow& row, Number* to) {
     switch (kernel) {
-        case Kernel::integers: return vnort_read_integers(row, to);
-        case Kernel::pointed: return vnort_read_pointed(row, to);
-        case Kernel::long_pointed: return vnort_read_long_pointed(row, to);
-        case Kernel::decimals: return vnort_read_decimals(row, to);
+        case Kernel::integers: return read_integers(row, to);
+        case Kernel::pointed: return read_pointed(row, to);
+        case Kernel::long_pointed: return read_long_pointed(row, to);
+        case Kernel::decimals: return read_decimals(row, to);
         default: return 0;
     }
 }
@@ -203,9 +204,9 @@ private:
 
     // One number of any form, with blanks around it. False when the text up to its end is anything else.
     bool read_one(const char* end) {
-        const char* const first = vnort_skip_blanks(at_);
-        const NumberRead read = vnort_read_number(first);
-        if (read.end == first || vnort_skip_blanks(read.end) != end) return false;
+        const char* const first = skip_blanks(at_);
+        const NumberRead read = read_number(first);
+        if (read.end == first || skip_blanks(read.end) != end) return false;
         *to_++ = static_cast<Number>(read.value);
         at_ = end + 1;
         return true;
@@ -228,12 +229,12 @@ NumberBlockRead read_block(const char* at, const char* end, Number* numbers, int
 
 }  // namespace
 
-NumberBlockRead vnort_read_number_block(const char* at, const char* end, double* numbers,
-                                        int64_t most) {
+NumberBlockRead read_number_block(const char* at, const char* end, double* numbers, int64_t most) {
     return read_block(at, end, numbers, most);
 }
 
-NumberBlockRead vnort_read_number_block(const char* at, const char* end, float* numbers,
-                                        int64_t most) {
+NumberBlockRead read_number_block(const char* at, const char* end, float* numbers, int64_t most) {
     return read_block(at, end, numbers, most);
 }
+
+}  // namespace vornic

@@ -6,44 +6,48 @@
 
 #include "core/element_type.h"
 
+namespace vornic {
+
 // Truncated toward zero; the most negative value for NaN and what does not fit.
-inline int32_t vnort_truncate_to_int32(double number) {
+inline int32_t truncate_to_int32(double number) {
     if (!(number > -2147483649.0 && number < 2147483648.0)) return INT32_MIN;
     return static_cast<int32_t>(number);
 }
 
-inline int64_t vnort_truncate_to_int64(double number) {
+inline int64_t truncate_to_int64(double number) {
     if (!(number >= -0x1p63 && number < 0x1p63)) return INT64_MIN;
     return static_cast<int64_t>(number);
 }
 
 // NaN is not 0 and so true.
-inline void vnort_convert(double number, Bool8* to) { *to = Bool8(!(number == 0)); }
+inline void convert(double number, Bool8* to) { *to = Bool8(!(number == 0)); }
 
-inline void vnort_convert(double number, int64_t* to) { *to = vnort_truncate_to_int64(number); }
+inline void convert(double number, int64_t* to) { *to = truncate_to_int64(number); }
 
 // Numbers below 2^63, negative ones too, keep their 64 bits; 2^64 and more become 0.
-inline void vnort_convert(double number, uint64_t* to) {
+inline void convert(double number, uint64_t* to) {
     constexpr double top_bit = 0x1p63;
     *to = number >= top_bit
-              ? static_cast<uint64_t>(vnort_truncate_to_int64(number - top_bit)) ^ (1ull << 63)
-              : static_cast<uint64_t>(vnort_truncate_to_int64(number));
+              ? static_cast<uint64_t>(truncate_to_int64(number - top_bit)) ^ (1ull << 63)
+              : static_cast<uint64_t>(truncate_to_int64(number));
 }
 
-inline void vnort_convert(double number, uint32_t* to) {
-    *to = static_cast<uint32_t>(vnort_truncate_to_int64(number));
+inline void convert(double number, uint32_t* to) {
+    *to = static_cast<uint32_t>(truncate_to_int64(number));
 }
 
 // The smaller integers keep the low bits of a 32-bit one.
 template <typename Integer>
-void vnort_convert(double number, Integer* to) {
-    *to = static_cast<Integer>(vnort_truncate_to_int32(number));
+void convert(double number, Integer* to) {
+    *to = static_cast<Integer>(truncate_to_int32(number));
 }
 
 // Many of them, on their way to places from the first one on.
 template <typename Element>
-void vnort_convert_all(void* to, int64_t first, const double* numbers, int64_t count) {
+void convert_all(void* to, int64_t first, const double* numbers, int64_t count) {
     Element* const elements = static_cast<Element*>(to) + first;
 #pragma GCC unroll 4
-    for (int64_t i = 0; i < count; ++i) vnort_convert(numbers[i], &elements[i]);
+    for (int64_t i = 0; i < count; ++i) convert(numbers[i], &elements[i]);
 }
+
+}  // namespace vornic

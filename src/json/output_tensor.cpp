@@ -8,9 +8,10 @@
 #include "core/status.h"
 #include "number/number_writer.h"
 
+namespace vornic {
 namespace {
 
-char* write_element(char* to, uint64_t element) { return vnort_write_uint64(to, element); }
+char* write_element(char* to, uint64_t element) { return write_uint64(to, element); }
 
 char* write_element(char* to, Bool8 element) {
     std::string_view word = element != Bool8(0) ? "true" : "false";
@@ -18,18 +19,18 @@ char* write_element(char* to, Bool8 element) {
     return to + word.size();
 }
 
-// All the other integers fit in a signed one of 64 bits.
+// All other integers fit in int64_t.
 template <typename Integer>
 char* write_element(char* to, Integer element) {
-    return vnort_write_int64(to, element);
+    return write_int64(to, element);
 }
 
-// As vnort_write_numbers, which it is for floats.
+// The contract of write_numbers, for elements of any type.
 template <typename Element>
 NumbersWritten write_elements(char* first, const char* end, const Element* elements,
                               uint64_t count) {
     if constexpr (std::is_floating_point_v<Element>) {
-        return vnort_write_numbers(first, end, elements, count);
+        return write_numbers(first, end, elements, count);
     } else {
         uint64_t i = 0;
         for (; i < count && end - first > static_cast<int64_t>(kNumberRoom); ++i) {
@@ -40,8 +41,8 @@ NumbersWritten write_elements(char* first, const char* end, const Element* eleme
     }
 }
 
-// Appends elements separated by commas. They are written in place while there is room for any; near
-// the end of the array each is written aside and cut; a full text takes nothing more.
+// Appends elements separated by commas: in place while the longest would fit, then, near the end of
+// the array, one at a time through a buffer from which each is cut to fit.
 template <typename Element>
 void append_elements(BoundedText& text, const Element* elements, uint64_t count) {
     const char* const end = text.buffer + text.capacity;
@@ -49,22 +50,22 @@ void append_elements(BoundedText& text, const Element* elements, uint64_t count)
     uint64_t i = written.count;
     text.length = static_cast<uint64_t>(written.end - text.buffer) - (i > 0 && i == count);
     vnort_append(text, "");
-    for (; i < count && !vnort_is_full(text); ++i) {
-        char room[kNumberRoom + 1];
-        written = write_elements(room, room + sizeof room, elements + i, 1);
-        const size_t length = static_cast<size_t>(written.end - room) - (i + 1 == count);
-        vnort_append(text, {room, length});
+    for (; i < count && !is_full(text); ++i) {
+        char buffer[kNumberRoom + 1];
+        written = write_elements(buffer, buffer + sizeof buffer, elements + i, 1);
+        const size_t length = static_cast<size_t>(written.end - buffer) - (i + 1 == count);
+        vnort_append(text, {buffer, length});
     }
 }
 
 void append_nulls(BoundedText& text, uint64_t count) {
-    for (uint64_t i = 0; i < count && !vnort_is_full(text); ++i) {
+    for (uint64_t i = 0; i < count && !is_full(text); ++i) {
         vnort_append(text, i > 0 ? ",null" : "null");
     }
 }
 
-// The strings of a tensor as ONNX Runtime hands them out: all bytes in a row and where each string
-// begins.
+// The strings of a tensor as ONNX Runtime returns them: their bytes concatenated, and the offset of
+// each string.
 struct StringContent {
     HeapBlock<char> bytes;
     HeapBlock<size_t> offsets;
@@ -75,10 +76,10 @@ struct StringContent {
                              "GetStringTensorDataLength")) {
             return false;
         }
-        bytes = vnort_allocate_zeroed<char>(total);
-        offsets = vnort_allocate_zeroed<size_t>(count);
+        bytes = allocate_zeroed<char>(total);
+        offsets = allocate_zeroed<size_t>(count);
         if (bytes == nullptr || offsets == nullptr) {
-            vnort_set_error("out of memory");
+            set_error("out of memory");
             return false;
         }
         return vnort_status_ok(
@@ -89,7 +90,7 @@ struct StringContent {
 
 void append_strings(BoundedText& text, const StringContent& content, uint64_t count) {
     const size_t* offsets = content.offsets.get();
-    for (uint64_t i = 0; i < count && !vnort_is_full(text); ++i) {
+    for (uint64_t i = 0; i < count && !is_full(text); ++i) {
         size_t start = offsets[i];
         size_t end = i + 1 < count ? offsets[i + 1] : content.total;
         vnort_append(text, i > 0 ? ",\"" : "\"");
@@ -102,18 +103,16 @@ void append_strings(BoundedText& text, const StringContent& content, uint64_t co
 
 }  // namespace
 
-void vnort_append_dims(BoundedText& text, Shape shape) {
-    append_elements(text, shape.dims, shape.rank);
-}
+void append_dims(BoundedText& text, Shape shape) { append_elements(text, shape.dims, shape.rank); }
 
 void vnort_append_tensor_data_json(BoundedText& text, uint32_t element_type, Shape shape,
                                    const void* elements, uint64_t count) {
     vnort_append(text, "\"dtype\":\"");
     vnort_json_escape_append(text, vnort_dtype_name(element_type));
     vnort_append(text, "\",\"shape\":[");
-    vnort_append_dims(text, shape);
+    append_dims(text, shape);
     vnort_append(text, "],\"data\":[");
-    bool is_numeric = vnort_visit_numeric(element_type, [&](auto element) {
+    bool is_numeric = visit_numeric(element_type, [&](auto element) {
         append_elements(text, static_cast<const decltype(element)*>(elements), count);
     });
     if (!is_numeric) append_nulls(text, count);
@@ -125,9 +124,11 @@ int32_t vnort_append_string_tensor_json(BoundedText& text, const OrtValue* value
     StringContent content;
     if (!content.fetch(value, count)) return 0;
     vnort_append(text, "\"dtype\":\"string\",\"shape\":[");
-    vnort_append_dims(text, shape);
+    append_dims(text, shape);
     vnort_append(text, "],\"data\":[");
     append_strings(text, content, count);
     vnort_append(text, "]");
     return 1;
 }
+
+}  // namespace vornic

@@ -5,22 +5,21 @@
 #include <stdint.h>
 
 #include "core/bounded_text.h"
+#include "core/shape.h"
 
-// The dimensions of a tensor, wherever they stand.
-struct Shape {
-    const int64_t* dims;
-    uint64_t rank;
-};
+namespace vornic {
 
 // Appends the dimensions, separated by commas, without brackets.
-void vnort_append_dims(BoundedText& text, Shape shape);
+void append_dims(BoundedText& text, Shape shape);
 
-// Appends "dtype", "shape" and "data" of count packed elements of a numeric type; for a type
-// without a numeric form nothing is read and each element is null.
+// Appends "dtype", "shape" and "data" of `count` packed elements. For a type that is not numeric,
+// no element is read and each is written as null.
 void vnort_append_tensor_data_json(BoundedText& text, uint32_t element_type, Shape shape,
                                    const void* elements, uint64_t count);
 
-// The same for a string tensor of count elements. 1 when the body is written; 0, with the text as
-// it was, when the strings cannot be had.
+// The same for a string tensor of `count` elements. 1 if the body is written; 0, with the text
+// unchanged, if ONNX Runtime does not return the strings.
 int32_t vnort_append_string_tensor_json(BoundedText& text, const OrtValue* value, Shape shape,
                                         uint64_t count);
+
+}  // namespace vornic

@@ -6,6 +6,7 @@
 
 #include "bytes16.h"
 
+namespace vornic {
 namespace {
 
 constexpr uintptr_t kBlockSize = sizeof(Bytes);
@@ -27,22 +28,20 @@ const char* byte_of(const Bytes* block, uint64_t index) {
 __attribute__((no_sanitize("address"))) Bytes load(const Bytes* block) { return *block; }
 
 // Makes every byte that equals `byte` zero, and no other.
-Bytes zero_at(Bytes bytes, char byte) { return vnort_xor(bytes, vnort_all(byte)); }
+Bytes zero_at(Bytes bytes, char byte) { return bit_xor(bytes, broadcast(byte)); }
 
 // Makes the delimiters of each scan zero; a terminator is one already.
 Bytes zero_at_mark(Bytes bytes) {
-    return vnort_least(bytes, vnort_least(zero_at(bytes, '"'), zero_at(bytes, '{')));
+    return minimum(bytes, minimum(zero_at(bytes, '"'), zero_at(bytes, '{')));
 }
 
-Bytes zero_at_array_end(Bytes bytes) { return vnort_least(bytes, zero_at(bytes, ']')); }
+Bytes zero_at_array_end(Bytes bytes) { return minimum(bytes, zero_at(bytes, ']')); }
 
 // The first block with a delimiter: a byte that `change` makes zero. Those before it are handed to
 // `pass`, one or kScanBlocks at a time.
 template <typename Change, typename Pass>
 const Bytes* find_block(const Bytes* at, Change change, Pass pass) {
-    const auto has_delimiter = [=](const Bytes* block) {
-        return vnort_has_zero(change(load(block)));
-    };
+    const auto has_delimiter = [=](const Bytes* block) { return has_zero(change(load(block))); };
     for (; reinterpret_cast<uintptr_t>(at) % kWindowSize != 0; ++at) {
         if (has_delimiter(at)) return at;
         pass(at, 1);
@@ -50,8 +49,8 @@ const Bytes* find_block(const Bytes* at, Change change, Pass pass) {
     for (;; at += kScanBlocks) {
         Bytes least = change(load(at));
 #pragma GCC unroll 4
-        for (int i = 1; i < kScanBlocks; ++i) least = vnort_least(least, change(load(at + i)));
-        if (vnort_has_zero(least)) break;
+        for (int i = 1; i < kScanBlocks; ++i) least = minimum(least, change(load(at + i)));
+        if (has_zero(least)) break;
         pass(at, kScanBlocks);
     }
     for (; !has_delimiter(at); ++at) pass(at, 1);
@@ -66,39 +65,39 @@ uint64_t count_bits(uint64_t bits) {
 
 }  // namespace
 
-const char* vnort_find_mark(const char* text) {
+const char* find_delimiter(const char* text) {
     const Bytes* block = block_of(text);
-    uint64_t marks = vnort_places_of('\0', zero_at_mark(load(block))) & first_block_mask(text);
+    uint64_t marks = match_mask('\0', zero_at_mark(load(block))) & first_block_mask(text);
     if (marks == 0) {
         block = find_block(block + 1, zero_at_mark, [](const Bytes*, int) {});
-        marks = vnort_places_of('\0', zero_at_mark(load(block)));
+        marks = match_mask('\0', zero_at_mark(load(block)));
     }
-    return byte_of(block, vnort_first(marks));
+    return byte_of(block, lowest_bit_index(marks));
 }
 
-CommaCount vnort_count_commas(const char* text) {
+CommaCount count_commas(const char* text) {
     const Bytes* block = block_of(text);
-    const auto ends_in = [](Bytes bytes) {
-        return vnort_places_of('\0', zero_at_array_end(bytes));
-    };
+    const auto ends_in = [](Bytes bytes) { return match_mask('\0', zero_at_array_end(bytes)); };
     uint64_t ends = ends_in(load(block)) & first_block_mask(text);
-    uint64_t commas = vnort_places_of(',', load(block)) & first_block_mask(text);
+    uint64_t commas = match_mask(',', load(block)) & first_block_mask(text);
     uint64_t count = 0;
     if (ends == 0) {
         ByteSums sums;
         block = find_block(block + 1, zero_at_array_end, [&sums](const Bytes* at, int blocks) {
-            Bytes found = vnort_all('\0');  // commas at each of 16 indices
+            Bytes found = broadcast('\0');  // commas at each of 16 indices
 #pragma GCC unroll 4
             for (int i = 0; i < blocks; ++i) {
-                found = vnort_subtract(found, vnort_equal(load(at + i), vnort_all(',')));
+                found = subtract(found, equal_bytes(load(at + i), broadcast(',')));
             }
             sums.add(found);
         });
         count = count_bits(commas) + sums.total();
         ends = ends_in(load(block));
-        commas = vnort_places_of(',', load(block));
+        commas = match_mask(',', load(block));
     }
-    const uint64_t end = vnort_first(ends);
+    const uint64_t end = lowest_bit_index(ends);
     commas &= (uint64_t{1} << end) - 1;
     return {count + count_bits(commas), byte_of(block, end)};
 }
+
+}  // namespace vornic

@@ -4,25 +4,26 @@
 #include <stddef.h>
 #include <stdint.h>
 
+namespace vornic {
+
 // Space, tab, line feed and carriage return are blanks; no other byte is.
-inline bool vnort_is_blank(char byte) {
+inline bool is_blank(char byte) {
     return byte == ' ' || byte == '\t' || byte == '\n' || byte == '\r';
 }
 
-inline const char* vnort_skip_blanks(const char* at) {
-    while (vnort_is_blank(*at)) ++at;
+inline const char* skip_blanks(const char* at) {
+    while (is_blank(*at)) ++at;
     return at;
 }
 
 // The byte after a backslash, as it is.
-inline char vnort_literally(char byte) { return byte; }
+inline char keep_escaped(char byte) { return byte; }
 
 // Reads a string from after its opening quote to after its closing one; `unescape` says what a
 // backslash and the byte after it stand for. False when the string is not closed or, with its
 // terminator, does not fit.
 template <typename Unescape>
-bool vnort_read_quoted(const char** at, char* to, size_t capacity, size_t* length,
-                       Unescape unescape) {
+bool read_quoted(const char** at, char* to, size_t capacity, size_t* length, Unescape unescape) {
     const char* from = *at;
     size_t used = 0;
     for (; *from != '"'; ++from) {
@@ -38,11 +39,13 @@ bool vnort_read_quoted(const char** at, char* to, size_t capacity, size_t* lengt
 }
 
 // The next double quote, '{' or terminator.
-const char* vnort_find_mark(const char* text);
+const char* find_delimiter(const char* text);
 
 // The commas before the next ']' or the terminator, and where that is.
 struct CommaCount {
     uint64_t count;
     const char* end;
 };
-CommaCount vnort_count_commas(const char* text);
+CommaCount count_commas(const char* text);
+
+}  // namespace vornic

@@ -2,6 +2,8 @@
 
 #include "number/power_of_ten.h"
 
+namespace vornic {
+
 void BigNatural::multiply_add(uint64_t factor, uint64_t addend) {
     uint64_t carry = addend;
     for (size_t i = 0; i < size_; ++i) {
@@ -35,7 +37,7 @@ int BigNatural::compare(const BigNatural& other) const {
     return 0;
 }
 
-int vnort_compare_exactly(BigNatural decimal, int exponent10, uint64_t significand, int exponent2) {
+int compare_exactly(BigNatural decimal, int exponent10, uint64_t significand, int exponent2) {
     BigNatural binary(significand);
     if (exponent10 >= 0) {
         decimal.multiply_by_power_of_five(exponent10);
@@ -50,3 +52,5 @@ int vnort_compare_exactly(BigNatural decimal, int exponent10, uint64_t significa
     }
     return decimal.compare(binary);
 }
+
+}  // namespace vornic

@@ -5,7 +5,9 @@
 #include <stddef.h>
 #include <stdint.h>
 
-// A natural number of up to 2816 bits. Nothing checks for overflow: see vnort_compare_exactly.
+namespace vornic {
+
+// A natural number of up to 2816 bits. Nothing checks for overflow: see compare_exactly.
 class BigNatural {
 public:
     explicit BigNatural(uint64_t value) : limb_{value}, size_(1) {}
@@ -27,4 +29,6 @@ private:
 // so that it is at least 2^-1075 > 10^-324 and its significand has at most 54 bits. With up to 801
 // digits on the left the power of ten is then at least 10^-1125, neither side grows past
 // 54 bits * 5^1125 (2613 bits), and BigNatural is wide enough.
-int vnort_compare_exactly(BigNatural decimal, int exponent10, uint64_t significand, int exponent2);
+int compare_exactly(BigNatural decimal, int exponent10, uint64_t significand, int exponent2);
+
+}  // namespace vornic

@@ -10,6 +10,8 @@
 
 #include "number/power_of_ten.h"
 
+namespace vornic {
+
 // Three digits as text, and in the fourth byte a bit for each that is not 0, the first one's lowest.
 struct Triples {
     uint32_t text[1000];
@@ -25,7 +27,7 @@ inline constexpr Triples kTriples = [] {
 }();
 
 template <typename Word>
-void vnort_store(char* to, Word word) {
+void store_word(char* to, Word word) {
     memcpy(to, &word, sizeof word);
 }
 
@@ -63,9 +65,9 @@ public:
     }
 
     [[gnu::always_inline]] void store(char* to) const {
-        vnort_store(to, triples_[0] >> 8 * kPadding);
+        store_word(to, triples_[0] >> 8 * kPadding);
 #pragma GCC unroll 8
-        for (unsigned i = 1; i < kTriplesUsed; ++i) vnort_store(to + 3 * i - kPadding, triples_[i]);
+        for (unsigned i = 1; i < kTriplesUsed; ++i) store_word(to + 3 * i - kPadding, triples_[i]);
     }
 
 private:
@@ -76,25 +78,25 @@ private:
     uint32_t triples_[kTriplesUsed];
 };
 
-inline char* vnort_write_exponent(char* p, int64_t exponent) {
+inline char* write_exponent(char* p, int64_t exponent) {
     const bool negative = exponent < 0;
     const int64_t magnitude = negative ? -exponent : exponent;
     const int omitted = int{magnitude < 100};  // there are two digits at least
     p[0] = 'e';
     p[1] = negative ? '-' : '+';
-    vnort_store(p + 2, kTriples.text[magnitude] >> 8 * omitted);
+    store_word(p + 2, kTriples.text[magnitude] >> 8 * omitted);
     return p + 5 - omitted;
 }
 
 // A number whose leading digit stands for itself times 10^exponent, without zeros at the end of its
 // fraction.
 template <int kDigits>
-[[gnu::always_inline]] inline char* vnort_lay_out(char* p, const DigitText<kDigits>& digits,
-                                                  int64_t exponent) {
+[[gnu::always_inline]] inline char* lay_out(char* p, const DigitText<kDigits>& digits,
+                                            int64_t exponent) {
     const int64_t last = digits.last();
     if (static_cast<uint64_t>(exponent + 4) <= 4) [[likely]] {
         char* const before = p - exponent;
-        vnort_store(p, uint64_t{0x303030303030'2e30});  // "0.000000"
+        store_word(p, uint64_t{0x303030303030'2e30});  // "0.000000"
         digits.store(before + 1);
         p[1] = '.';  // over the leading digit where the exponent is 0
         before[static_cast<uint64_t>(exponent) >> 63] = digits.leading();
@@ -106,8 +108,8 @@ template <int kDigits>
         if constexpr (kDigits == 9) {
             const uint64_t behind = digits.behind_leading();
             p[0] = digits.leading();
-            vnort_store(p + 1, behind);
-            vnort_store(point + 1, behind >> (8 * exponent & 63));
+            store_word(p + 1, behind);
+            store_word(point + 1, behind >> (8 * exponent & 63));
         } else {
             digits.store(p);
             char behind[16];
@@ -120,5 +122,7 @@ template <int kDigits>
     digits.store(p + 1);
     p[0] = digits.leading();
     p[1] = '.';
-    return vnort_write_exponent(p + (last == 0 ? 1 : last + 2), exponent);
+    return write_exponent(p + (last == 0 ? 1 : last + 2), exponent);
 }
+
+}  // namespace vornic

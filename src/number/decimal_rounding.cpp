@@ -2,6 +2,7 @@
 
 #include "number/big_natural.h"
 
+namespace vornic {
 namespace {
 
 // The digits of a decimal as an integer, and the exponent that goes with it. A half way point
@@ -41,11 +42,13 @@ BigNatural read_all_digits(const char* digits, int64_t count, int64_t& exponent)
 
 }  // namespace
 
-uint64_t vnort_round_exactly(const Decimal& decimal, uint64_t significand, int last_bit) {
+uint64_t round_exactly(const Decimal& decimal, uint64_t significand, int last_bit) {
     int64_t exponent = decimal.exponent;
     const BigNatural digits = read_all_digits(decimal.digits, decimal.count, exponent);
-    const int order = vnort_compare_exactly(digits, static_cast<int>(exponent), 2 * significand - 1,
-                                            last_bit - 1);
+    const int order =
+        compare_exactly(digits, static_cast<int>(exponent), 2 * significand - 1, last_bit - 1);
     const bool up = order > 0 || (order == 0 && significand % 2 == 0);
-    return vnort_double_bits(up ? significand : significand - 1, last_bit);
+    return double_bits(up ? significand : significand - 1, last_bit);
 }
+
+}  // namespace vornic

@@ -7,6 +7,8 @@
 
 #include "number/power_of_ten.h"
 
+namespace vornic {
+
 // Doubles as bits: adding 1 to the bits of a finite one gives the next, the last one's is infinity.
 inline constexpr int kFractionBits = 52;
 inline constexpr int kLeastExponent = -1074;  // of the last bit of a subnormal
@@ -15,13 +17,13 @@ inline constexpr uint64_t kInfinity = 0x7ff0000000000000;
 inline constexpr int kWordDigits = 19;  // any 19 digits fit into 64 bits
 
 // The exponent of the last bit that a double keeps of a number in [2^top, 2^(top + 1)).
-inline int vnort_last_bit_exponent(int top) {
+inline int last_bit_exponent(int top) {
     return top - kFractionBits > kLeastExponent ? top - kFractionBits : kLeastExponent;
 }
 
 // The double significand * 2^last_bit. The significand may have grown to 2^53 by rounding, and its
 // leading bit is added to the exponent's; both carry into the right place.
-inline uint64_t vnort_double_bits(uint64_t significand, int last_bit) {
+inline uint64_t double_bits(uint64_t significand, int last_bit) {
     const uint64_t bits =
         (static_cast<uint64_t>(last_bit - kLeastExponent) << kFractionBits) + significand;
     return bits < kInfinity ? bits : kInfinity;
@@ -41,13 +43,13 @@ struct RoundedWord {
 // decides. With `cut`, digits left out behind the word's make it
 // greater by less than one; it is then at least 10^18. The word times a power of ten cut to 128 bits
 // gives a lower and an upper bound, which nearly always round to the same double: that is the one.
-inline RoundedWord vnort_round_word(uint64_t word, int64_t power, bool cut) {
+inline RoundedWord round_word(uint64_t word, int64_t power, bool cut) {
     // 10^19 * 10^-343 is less than half the least subnormal.
     if (word == 0 || power < kLeastPowerOfTen) return {true, 0, 0};
     if (power > 308) return {true, kInfinity, 0};
 
     const int zeros = std::countl_zero(word);
-    const ScaledNumber scaled = vnort_scale_by_power_of_ten(word << zeros, static_cast<int>(power));
+    const ScaledNumber scaled = scale_by_power_of_ten(word << zeros, static_cast<int>(power));
     const uint128_t low =
         scaled.bits >> 2;  // leaves room to add a half; still short by less than 2
     const int exponent = scaled.exponent + 2 - zeros;
@@ -55,7 +57,7 @@ inline RoundedWord vnort_round_word(uint64_t word, int64_t power, bool cut) {
     const uint128_t uncertainty = cut ? (low >> 59) + 2 : 2;
 
     const int top = exponent + 124 + static_cast<int>(low >> 125);
-    const int last_bit = vnort_last_bit_exponent(top);
+    const int last_bit = last_bit_exponent(top);
     const int dropped = last_bit - exponent - 64;  // of the high words; 8 for most numbers
     if (dropped > 63) return {true, 0, 0};
     const uint64_t half = uint64_t{1} << (dropped - 1);
@@ -64,7 +66,7 @@ inline RoundedWord vnort_round_word(uint64_t word, int64_t power, bool cut) {
     const uint64_t above = static_cast<uint64_t>((low_sum + uncertainty) >> 64) >> dropped;
     const bool maybe_tie = (low_high & (2 * half - 1)) == 0 && static_cast<uint64_t>(low_sum) == 0;
     if (low_high >> dropped != above || maybe_tie) return {false, above, last_bit};
-    return {true, vnort_double_bits(above, last_bit), 0};
+    return {true, double_bits(above, last_bit), 0};
 }
 
 // A decimal as its text has it: count digits, perhaps a point among them, times 10^exponent. word
@@ -78,13 +80,15 @@ struct Decimal {
 
 // Rounds to significand * 2^last_bit or to the double below, whichever is nearer, by comparing all
 // digits with what lies between the two.
-uint64_t vnort_round_exactly(const Decimal& decimal, uint64_t significand, int last_bit);
+uint64_t round_exactly(const Decimal& decimal, uint64_t significand, int last_bit);
 
 // Rounds to the nearest double, whose bits it gives.
-inline uint64_t vnort_round_decimal(const Decimal& decimal) {
+inline uint64_t round_decimal(const Decimal& decimal) {
     const bool cut = decimal.count > kWordDigits;
     const int64_t power = decimal.exponent + (cut ? decimal.count - kWordDigits : 0);
-    const RoundedWord rounded = vnort_round_word(decimal.word, power, cut);
+    const RoundedWord rounded = round_word(decimal.word, power, cut);
     if (rounded.is_certain) return rounded.bits;
-    return vnort_round_exactly(decimal, rounded.bits, rounded.last_bit);
+    return round_exactly(decimal, rounded.bits, rounded.last_bit);
 }
+
+}  // namespace vornic

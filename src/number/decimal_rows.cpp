@@ -3,6 +3,7 @@
 
 #include "number/long_digits.h"
 
+namespace vornic {
 namespace {
 
 // "e-05", "E+20", "e-7": an exponent with its sign and one or two digits at the end of a number.
@@ -72,14 +73,13 @@ struct Mantissa {
 };
 
 [[gnu::always_inline]] inline Mantissa take_mantissa(const char* first, int64_t length) {
-    const Bytes text = vnort_load(first);
+    const Bytes text = load(first);
     const auto whole =
-        static_cast<int64_t>(vnort_first(vnort_places_of('.', text) | uint64_t{1} << length));
+        static_cast<int64_t>(lowest_bit_index(match_mask('.', text) | uint64_t{1} << length));
     const int64_t count = length - (whole < length);
-    const Bytes before = vnort_first_bytes(-whole);
-    const Bytes joined =
-        vnort_or(vnort_and(text, before), vnort_and_not(vnort_load(first + 1), before));
-    return {vnort_and(vnort_xor(joined, vnort_all('0')), vnort_first_bytes(-count)), whole, count};
+    const Bytes before = first_bytes_mask(-whole);
+    const Bytes joined = bit_or(bit_and(text, before), and_not(load(first + 1), before));
+    return {bit_and(bit_xor(joined, broadcast('0')), first_bytes_mask(-count)), whole, count};
 }
 
 // A group on its way: the first sixteen digits as eights, the power of ten that goes with them, and by
@@ -92,8 +92,8 @@ struct Decimals {
 };
 
 [[gnu::always_inline]] inline Doubles two_powers(const Decimals& decimals, int i, int64_t sign) {
-    return vnort_two(kDoublePowersOfTen[sign * decimals.exponents[i]],
-                     kDoublePowersOfTen[sign * decimals.exponents[i + 1]]);
+    return two(kDoublePowersOfTen[sign * decimals.exponents[i]],
+               kDoublePowersOfTen[sign * decimals.exponents[i + 1]]);
 }
 
 // Up to fifteen digits, or sixteen that are not divided, in numbers of up to sixteen bytes: Clinger's
@@ -101,8 +101,8 @@ struct Decimals {
 template <typename Number>
 [[gnu::always_inline]] inline bool read_short(const FourNumbers& four, const Decimals& decimals,
                                               Number* to) {
-    vnort_store_four(four, vnort_doubles(decimals.a) / two_powers(decimals, 0, -1),
-                     vnort_doubles(decimals.b) / two_powers(decimals, 2, -1), to);
+    store_four(four, to_doubles(decimals.a) / two_powers(decimals, 0, -1),
+               to_doubles(decimals.b) / two_powers(decimals, 2, -1), to);
     return true;
 }
 
@@ -111,22 +111,22 @@ template <typename Number>
 [[gnu::always_inline]] inline bool read_scaled(const FourNumbers& four, const Decimals& decimals,
                                                Bytes, Bytes, float* to) {
     const auto more = [&](int i) {
-        return vnort_two(kUnitMore[decimals.negated[i]], kUnitMore[decimals.negated[i + 1]]);
+        return two(kUnitMore[decimals.negated[i]], kUnitMore[decimals.negated[i + 1]]);
     };
-    const Doubles less = vnort_all(1 - 0x1p-50), greater = vnort_all(1 + 0x1p-50);
-    const Doubles x = vnort_doubles(decimals.a), y = vnort_doubles(decimals.b);
+    const Doubles less = broadcast(1 - 0x1p-50), greater = broadcast(1 + 0x1p-50);
+    const Doubles x = to_doubles(decimals.a), y = to_doubles(decimals.b);
     const Doubles x_power = two_powers(decimals, 0, 1), y_power = two_powers(decimals, 2, 1);
-    const Floats low = vnort_floats(x * x_power * less, y * y_power * less);
+    const Floats low = to_floats(x * x_power * less, y * y_power * less);
     const Floats high =
-        vnort_floats((x + more(0)) * x_power * greater, (y + more(2)) * y_power * greater);
-    vnort_store_four(four, low, to);
-    return vnort_are_digits(vnort_differ(low, high));
+        to_floats((x + more(0)) * x_power * greater, (y + more(2)) * y_power * greater);
+    store_four(four, low, to);
+    return are_digits(differ(low, high));
 }
 
 [[gnu::always_inline]] inline bool read_scaled(const FourNumbers& four, const Decimals& decimals,
                                                Bytes a_tail, Bytes b_tail, double* to) {
-    return vnort_scale_four(four, vnort_words(decimals.a), vnort_words(decimals.b), a_tail, b_tail,
-                            decimals.negated, decimals.exponents, to);
+    return scale_four(four, to_words(decimals.a), to_words(decimals.b), a_tail, b_tail,
+                      decimals.negated, decimals.exponents, to);
 }
 
 template <typename Number>
@@ -145,25 +145,27 @@ template <typename Number>
         decimals.negated[i] = -mantissa.count;
         least |= mantissa.count - 1;  // negative for a point alone
     }
-    if (least < 0 || !vnort_are_digits(vnort_greatest_of(digits))) return false;
-    decimals.a = vnort_eights(vnort_fours(digits[0]), vnort_fours(digits[1]));
-    decimals.b = vnort_eights(vnort_fours(digits[2]), vnort_fours(digits[3]));
+    if (least < 0 || !are_digits(maximum_of_four(digits))) return false;
+    decimals.a = to_eights(to_fours(digits[0]), to_fours(digits[1]));
+    decimals.b = to_eights(to_fours(digits[2]), to_fours(digits[3]));
     const bool are_short = four.fit(16);
     if (are_short && !have_exponents) return read_short(four, decimals, to);
-    Bytes a_tail = vnort_all('\0'), b_tail = a_tail;
+    Bytes a_tail = broadcast('\0'), b_tail = a_tail;
     if (!are_short) {
-        a_tail = vnort_tail_digits(four, 0, decimals.negated[0], decimals.negated[1]);
-        b_tail = vnort_tail_digits(four, 2, decimals.negated[2], decimals.negated[3]);
-        if (!vnort_are_digits(vnort_greatest(a_tail, b_tail))) return false;
+        a_tail = tail_digits(four, 0, decimals.negated[0], decimals.negated[1]);
+        b_tail = tail_digits(four, 2, decimals.negated[2], decimals.negated[3]);
+        if (!are_digits(maximum(a_tail, b_tail))) return false;
     }
     return read_scaled(four, decimals, a_tail, b_tail, to);
 }
 
 }  // namespace
 
-int64_t vnort_read_decimals(const NumberRow& row, float* to) {
-    return vnort_read_row(row, to, read_decimals<float>);
+int64_t read_decimals(const NumberRow& row, float* to) {
+    return read_row(row, to, read_decimals<float>);
 }
-int64_t vnort_read_decimals(const NumberRow& row, double* to) {
-    return vnort_read_row(row, to, read_decimals<double>);
+int64_t read_decimals(const NumberRow& row, double* to) {
+    return read_row(row, to, read_decimals<double>);
 }
+
+}  // namespace vornic

@@ -8,6 +8,8 @@
 #include "bytes16.h"
 #include "number/number_row.h"
 
+namespace vornic {
+
 inline constexpr int64_t kLongest = 32;  // bytes of a number that kernels look at, without its sign
 
 template <typename Entry>
@@ -28,8 +30,8 @@ inline constexpr FirstBytes kFirstBytes = [] {
     for (int64_t i = 0; i < kLongest; ++i) bytes.byte[i] = 255;
     return bytes;
 }();
-inline Bytes vnort_first_bytes(int64_t negated) {
-    return vnort_load(&kFirstBytes.byte[kLongest + negated]);
+inline Bytes first_bytes_mask(int64_t negated) {
+    return load(&kFirstBytes.byte[kLongest + negated]);
 }
 
 // Eight bytes, of which the last ones are set: as many as the number has beyond kFrom. The last byte
@@ -76,8 +78,8 @@ struct FourNumbers {
 
 // False when a delimiter is not followed by the row's gap; `blank` is what stands `gap` bytes after the
 // start of a delimiter, the delimiter itself where there is no gap.
-[[gnu::always_inline]] inline bool vnort_take_four(const char* at, const char* const* ends,
-                                                   int64_t gap, char blank, FourNumbers* four) {
+[[gnu::always_inline]] inline bool take_four(const char* at, const char* const* ends, int64_t gap,
+                                             char blank, FourNumbers* four) {
 #pragma GCC unroll 4
     for (int i = 0; i < 4; ++i) {
         if (ends[i][gap] != blank) return false;
@@ -92,39 +94,37 @@ struct FourNumbers {
 }
 
 // Stores four numbers with their signs.
-[[gnu::always_inline]] inline void vnort_store_four(const FourNumbers& four, Doubles a, Doubles b,
-                                                    double* to) {
-    vnort_store_signed(a, kSigns.two[four.negative[0] + 2 * four.negative[1]], to);
-    vnort_store_signed(b, kSigns.two[four.negative[2] + 2 * four.negative[3]], to + 2);
+[[gnu::always_inline]] inline void store_four(const FourNumbers& four, Doubles a, Doubles b,
+                                              double* to) {
+    store_signed(a, kSigns.two[four.negative[0] + 2 * four.negative[1]], to);
+    store_signed(b, kSigns.two[four.negative[2] + 2 * four.negative[3]], to + 2);
 }
-[[gnu::always_inline]] inline void vnort_store_four(const FourNumbers& four, Floats numbers,
-                                                    float* to) {
+[[gnu::always_inline]] inline void store_four(const FourNumbers& four, Floats numbers, float* to) {
     const uint64_t upper = four.negative[2] + 2 * four.negative[3];
     const uint64_t signs = four.negative[0] + 2 * four.negative[1] + 4 * upper;
-    vnort_store_signed(numbers, kSigns.four[signs], to);
+    store_signed(numbers, kSigns.four[signs], to);
 }
-[[gnu::always_inline]] inline void vnort_store_four(const FourNumbers& four, Doubles a, Doubles b,
-                                                    float* to) {
-    vnort_store_four(four, vnort_floats(a, b), to);
+[[gnu::always_inline]] inline void store_four(const FourNumbers& four, Doubles a, Doubles b,
+                                              float* to) {
+    store_four(four, to_floats(a, b), to);
 }
 
-inline Bytes vnort_greatest_of(const Bytes (&bytes)[4]) {
-    return vnort_greatest(vnort_greatest(bytes[0], bytes[1]), vnort_greatest(bytes[2], bytes[3]));
+inline Bytes maximum_of_four(const Bytes (&bytes)[4]) {
+    return maximum(maximum(bytes[0], bytes[1]), maximum(bytes[2], bytes[3]));
 }
 
 // The eight bytes before the ends of numbers i and i + 1, as digits where the masks are set and 0
 // elsewhere. A byte that is no digit becomes more than 9.
-[[gnu::always_inline]] inline Bytes vnort_last_digits(const FourNumbers& four, int i,
-                                                      const uint64_t& mask,
-                                                      const uint64_t& next_mask) {
-    const Bytes text = vnort_load_halves(four.end[i] - 8, four.end[i + 1] - 8);
-    return vnort_and(vnort_xor(text, vnort_all('0')), vnort_load_halves(&mask, &next_mask));
+[[gnu::always_inline]] inline Bytes last_digits(const FourNumbers& four, int i,
+                                                const uint64_t& mask, const uint64_t& next_mask) {
+    const Bytes text = load_halves(four.end[i] - 8, four.end[i + 1] - 8);
+    return bit_and(bit_xor(text, broadcast('0')), load_halves(&mask, &next_mask));
 }
 
 // Group after group, as long as `read_four` can read them.
 template <typename Number, typename ReadFour>
-[[gnu::always_inline]] inline int64_t vnort_read_row(const NumberRow& row, Number* to,
-                                                     ReadFour read_four) {
+[[gnu::always_inline]] inline int64_t read_row(const NumberRow& row, Number* to,
+                                               ReadFour read_four) {
     const char* at = row.at;
     const char* const* ends = row.ends;
     const char* const* const last = ends + 4 * row.groups;
@@ -132,8 +132,10 @@ template <typename Number, typename ReadFour>
     const char blank = gap != 0 ? ' ' : **ends;
     for (; ends != last; ends += 4, to += 4) {
         FourNumbers four;
-        if (!vnort_take_four(at, ends, gap, blank, &four) || !read_four(four, to)) break;
+        if (!take_four(at, ends, gap, blank, &four) || !read_four(four, to)) break;
         at = ends[3] + 1;
     }
     return (ends - row.ends) / 4;
 }
+
+}  // namespace vornic

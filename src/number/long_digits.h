@@ -11,10 +11,12 @@
 #include "number/four_numbers.h"
 #include "number/power_of_ten.h"
 
+namespace vornic {
+
 // The digits after the first sixteen bytes, at most eight; by the number's length.
-[[gnu::always_inline]] inline Bytes vnort_tail_digits(const FourNumbers& four, int i,
-                                                      int64_t negated, int64_t next_negated) {
-    return vnort_last_digits(four, i, kLastBytes<16>[negated], kLastBytes<16>[next_negated]);
+[[gnu::always_inline]] inline Bytes tail_digits(const FourNumbers& four, int i, int64_t negated,
+                                                int64_t next_negated) {
+    return last_digits(four, i, kLastBytes<16>[negated], kLastBytes<16>[next_negated]);
 }
 
 // A float32 needs no exact double. The first digits of 0.25588029623031616, cut off, and one unit more
@@ -73,8 +75,8 @@ struct ScaledDigits {
 // rounds as `high` does unless the bits below those kept, a half added, are all ones, or all zeros, where
 // it may be a tie. That is one number in a thousand, which is read again exactly; Lemire multiplies once
 // more instead. The number is normal: its exponent of ten is within 130 of 0.
-[[gnu::always_inline]] inline ScaledDigits vnort_scale(uint64_t digits, uint64_t tail_digits,
-                                                       const Tail& tail, int64_t exponent) {
+[[gnu::always_inline]] inline ScaledDigits scale(uint64_t digits, uint64_t tail_digits,
+                                                 const Tail& tail, int64_t exponent) {
     const uint64_t word = digits * tail.power + tail_digits;
     const int q = static_cast<int>(exponent - tail.count);
     const int zeros = std::countl_zero(word | 1);
@@ -83,31 +85,33 @@ struct ScaledDigits {
     const int dropped = 10 + static_cast<int>(high >> 63);
     const uint64_t half = uint64_t{1} << (dropped - 1);
     const uint64_t sum = high + half;
-    const int last_bit = vnort_power_of_ten_log2(q) + 1 - zeros + dropped;
+    const int last_bit = power_of_ten_log2(q) + 1 - zeros + dropped;
     const uint64_t bits =
         (static_cast<uint64_t>(last_bit - kLeastExponent) << kFractionBits) + (sum >> dropped);
     const uint64_t is_close = (sum & (2 * half - 1)) - 1 >= 2 * half - 2;
     return {word != 0 ? bits : 0, (is_close & uint64_t{word != 0}) | (digits >= tail.limit)};
 }
 
-// Four of these: the digits as two words each, the tails' as vnort_tail_digits gives them. The sizes are
+// Four of these: the digits as two words each, the tails' as tail_digits gives them. The sizes are
 // negated, as for the tables. False when one of the results may be wrong.
-[[gnu::always_inline]] inline bool vnort_scale_four(const FourNumbers& four, Words a, Words b,
-                                                    Bytes a_tail, Bytes b_tail,
-                                                    const int64_t (&negated)[4],
-                                                    const int64_t (&exponents)[4], double* to) {
+[[gnu::always_inline]] inline bool scale_four(const FourNumbers& four, Words a, Words b,
+                                              Bytes a_tail, Bytes b_tail,
+                                              const int64_t (&negated)[4],
+                                              const int64_t (&exponents)[4], double* to) {
     uint64_t digits[4];
     uint32_t tail_digits[4];
-    vnort_store_words(a, digits);
-    vnort_store_words(b, digits + 2);
-    vnort_store_eights(vnort_eights(vnort_fours(a_tail), vnort_fours(b_tail)), tail_digits);
+    store_words(a, digits);
+    store_words(b, digits + 2);
+    store_eights(to_eights(to_fours(a_tail), to_fours(b_tail)), tail_digits);
     uint64_t doubt = 0;
 #pragma GCC unroll 4
     for (int i = 0; i < 4; ++i) {
         const ScaledDigits scaled =
-            vnort_scale(digits[i], tail_digits[i], kTails[negated[i]], exponents[i]);
+            scale(digits[i], tail_digits[i], kTails[negated[i]], exponents[i]);
         to[i] = std::bit_cast<double>(scaled.bits | four.negative[i] << 63);
         doubt |= scaled.doubt;
     }
     return doubt == 0;
 }
+
+}  // namespace vornic

@@ -6,6 +6,7 @@
 
 #include "number/decimal_rounding.h"
 
+namespace vornic {
 namespace {
 
 constexpr uint64_t kQuietNan = 0x7ff8000000000000;
@@ -84,7 +85,7 @@ NumberRead signed_number(uint64_t bits, bool negative, const char* end) {
     for (; count > 0 && (*p == '0' || *p == '.'); ++p) count -= *p == '0';
     Decimal decimal = {p, count, exponent, 0};
     for (int64_t i = 0; i < count && i < kWordDigits; ++p) i += append_digit(*p, decimal.word);
-    return vnort_round_decimal(decimal);
+    return round_decimal(decimal);
 }
 
 struct Hexadecimal {
@@ -121,7 +122,7 @@ uint64_t round_hexadecimal(const Hexadecimal& hexadecimal) {
     const int64_t top = hexadecimal.exponent + 63 - zeros;
     if (top > 1023) return kInfinity;
     if (top < kLeastExponent - 1) return 0;
-    const int last_bit = vnort_last_bit_exponent(static_cast<int>(top));
+    const int last_bit = last_bit_exponent(static_cast<int>(top));
     // Below the word's 64 bits stands one more for the rest.
     const uint128_t number = static_cast<uint128_t>(hexadecimal.word << zeros) << 1 |
                              static_cast<uint128_t>(hexadecimal.rest);
@@ -130,7 +131,7 @@ uint64_t round_hexadecimal(const Hexadecimal& hexadecimal) {
     const uint128_t below = number & (2 * half - 1);
     uint64_t significand = static_cast<uint64_t>(number >> dropped);
     significand += below > half || (below == half && significand % 2 != 0);
-    return vnort_double_bits(significand, last_bit);
+    return double_bits(significand, last_bit);
 }
 
 // A hexadecimal number, x being its letter; without a digit after it, the 0 before it.
@@ -178,7 +179,7 @@ bool is_nan_character(char c) {
 
 }  // namespace
 
-NumberRead vnort_read_number(const char* first) {
+NumberRead read_number(const char* first) {
     const bool negative = *first == '-';
     const bool positive = *first == '+';
     const char* const whole = first + (int{negative} | int{positive});  // without a branch
@@ -210,5 +211,7 @@ NumberRead vnort_read_number(const char* first) {
                                           : number * kExactDoubles.power[exponent];
         return signed_number(std::bit_cast<uint64_t>(value), negative, p);
     }
-    return signed_number(vnort_round_decimal({whole, count, exponent, word}), negative, p);
+    return signed_number(round_decimal({whole, count, exponent, word}), negative, p);
 }
+
+}  // namespace vornic

@@ -1,6 +1,8 @@
 // Reading a number from text.
 #pragma once
 
+namespace vornic {
+
 struct NumberRead {
     double value;
     const char* end;  // after the number; the start where there is none, and value is then 0
@@ -17,4 +19,6 @@ struct NumberRead {
 //
 // Time grows with the length of the number, whatever it is. Nothing is allocated and no byte after
 // the terminator is read.
-NumberRead vnort_read_number(const char* first);
+NumberRead read_number(const char* first);
+
+}  // namespace vornic

@@ -12,6 +12,8 @@
 
 #include <stdint.h>
 
+namespace vornic {
+
 // The delimiter after each number is one byte; `gap` blanks, none or one, come after that.
 struct NumberRow {
     const char* at;           // after the delimiter before the first number
@@ -30,18 +32,20 @@ template <typename Number>
 using ReadRow = int64_t(const NumberRow& row, Number* to);
 
 // Integers of up to eight digits.
-ReadRow<float> vnort_read_integers;
-ReadRow<double> vnort_read_integers;
+ReadRow<float> read_integers;
+ReadRow<double> read_integers;
 
 // "3.25": one digit, the point, up to 14 more digits.
-ReadRow<float> vnort_read_pointed;
-ReadRow<double> vnort_read_pointed;
+ReadRow<float> read_pointed;
+ReadRow<double> read_pointed;
 
 // The same with up to 22 more digits.
-ReadRow<float> vnort_read_long_pointed;
-ReadRow<double> vnort_read_long_pointed;
+ReadRow<float> read_long_pointed;
+ReadRow<double> read_long_pointed;
 
 // Any decimal of up to 24 digits, perhaps with a point and an exponent of one or two digits and its
 // sign.
-ReadRow<float> vnort_read_decimals;
-ReadRow<double> vnort_read_decimals;
+ReadRow<float> read_decimals;
+ReadRow<double> read_decimals;
+
+}  // namespace vornic

@@ -6,6 +6,7 @@
 #include "number/decimal_layout.h"
 #include "number/power_of_ten.h"
 
+namespace vornic {
 namespace {
 
 constexpr uint64_t kTenTo8 = 100000000;
@@ -37,11 +38,11 @@ Decimal round_to_digits(uint64_t bits) {
     }
     // floor(log10), first of 2^log2; the next power of ten is then compared.
     int exponent = (log2 * 78913) >> 18;
-    exponent += vnort_power_of_ten_log2(exponent + 1) == log2 &&
-                significand >= kPowersOfTen[exponent + 1].high;
+    exponent +=
+        power_of_ten_log2(exponent + 1) == log2 && significand >= kPowersOfTen[exponent + 1].high;
 
     const int power = kDigits - 1 - exponent;
-    const ScaledNumber scaled = vnort_scale_by_power_of_ten(significand, power);
+    const ScaledNumber scaled = scale_by_power_of_ten(significand, power);
     const uint64_t high = static_cast<uint64_t>(scaled.bits >> 64);
     const int below_half = -log2 - scaled.exponent - 2;  // bits of the high word
     const uint64_t halves = high >> below_half;
@@ -84,7 +85,7 @@ template <int kDigits>
         return to + 3;
     }
     const Decimal decimal = round_to_digits<kDigits>(magnitude);
-    return vnort_lay_out(p, split<kDigits>(decimal.digits), decimal.exponent);
+    return lay_out(p, split<kDigits>(decimal.digits), decimal.exponent);
 }
 
 [[gnu::noinline]] char* write_rare_float32(char* first, double value) {
@@ -111,7 +112,7 @@ template <int kDigits>
         return write_rare_float32(first, static_cast<double>(value));
     }
     *first = '-';
-    return vnort_lay_out<9>(first + (bits >> 31), {upper, fraction}, exponent);
+    return lay_out<9>(first + (bits >> 31), {upper, fraction}, exponent);
 }
 
 [[gnu::always_inline]] inline char* write_number(char* first, double value) {
@@ -149,7 +150,7 @@ uint64_t eight_digits(uint64_t number) {
 constexpr uint64_t kZeros = 0x3030303030303030;  // "00000000"
 
 char* write_eight_digits(char* first, uint64_t number) {
-    vnort_store(first, eight_digits(number) + kZeros);
+    store_word(first, eight_digits(number) + kZeros);
     return first + 8;
 }
 
@@ -157,15 +158,15 @@ char* write_eight_digits(char* first, uint64_t number) {
 char* write_up_to_eight_digits(char* first, uint64_t number) {
     const uint64_t digits = eight_digits(number);
     const int zeros = std::countr_zero(digits | uint64_t{1} << 56) / 8;
-    vnort_store(first, (digits + kZeros) >> (8 * zeros));
+    store_word(first, (digits + kZeros) >> (8 * zeros));
     return first + 8 - zeros;
 }
 
 // Up to three digits without leading zeros; with a length of 6, three more.
 char* write_triple(char* first, uint64_t upper, uint64_t lower, int length) {
     const int zeros = int{upper < 100} + int{upper < 10};
-    vnort_store(first, kTriples.text[upper] >> (8 * zeros));
-    vnort_store(first + 3 - zeros, kTriples.text[lower]);
+    store_word(first, kTriples.text[upper] >> (8 * zeros));
+    store_word(first + 3 - zeros, kTriples.text[lower]);
     return first + length - zeros;
 }
 
@@ -185,29 +186,29 @@ char* write_integer(char* first, uint64_t number) {
 
 }  // namespace
 
-NumbersWritten vnort_write_numbers(char* first, const char* end, const float* numbers,
-                                   uint64_t count) {
+NumbersWritten write_numbers(char* first, const char* end, const float* numbers, uint64_t count) {
     return write_all(first, end, numbers, count);
 }
 
-NumbersWritten vnort_write_numbers(char* first, const char* end, const double* numbers,
-                                   uint64_t count) {
+NumbersWritten write_numbers(char* first, const char* end, const double* numbers, uint64_t count) {
     return write_all(first, end, numbers, count);
 }
 
-char* vnort_write_float32(char* first, float value) {
-    return vnort_write_numbers(first, first + kNumberRoom + 1, &value, 1).end - 1;
+char* write_float32(char* first, float value) {
+    return write_numbers(first, first + kNumberRoom + 1, &value, 1).end - 1;
 }
 
-char* vnort_write_float64(char* first, double value) {
-    return vnort_write_numbers(first, first + kNumberRoom + 1, &value, 1).end - 1;
+char* write_float64(char* first, double value) {
+    return write_numbers(first, first + kNumberRoom + 1, &value, 1).end - 1;
 }
 
-char* vnort_write_int64(char* first, int64_t value) {
+char* write_int64(char* first, int64_t value) {
     *first = '-';
     const bool negative = value < 0;
     const uint64_t magnitude = static_cast<uint64_t>(value);
     return write_integer(first + int{negative}, negative ? 0 - magnitude : magnitude);
 }
 
-char* vnort_write_uint64(char* first, uint64_t value) { return write_integer(first, value); }
+char* write_uint64(char* first, uint64_t value) { return write_integer(first, value); }
+
+}  // namespace vornic

@@ -7,15 +7,17 @@
 #include <stddef.h>
 #include <stdint.h>
 
+namespace vornic {
+
 inline constexpr size_t kNumberRoom = 40;
 
 // The text that printf gives in the C locale for "%.9g" and "%.17g": correctly rounded, ties to
 // even, "inf" and "-inf" for infinities; but every NaN is "nan", without a sign.
-char* vnort_write_float32(char* first, float value);
-char* vnort_write_float64(char* first, double value);
+char* write_float32(char* first, float value);
+char* write_float64(char* first, double value);
 
-char* vnort_write_int64(char* first, int64_t value);
-char* vnort_write_uint64(char* first, uint64_t value);
+char* write_int64(char* first, int64_t value);
+char* write_uint64(char* first, uint64_t value);
 
 // Numbers of an array, each with a comma behind it: the first ones, as long as there is room for any
 // before `end`.
@@ -23,7 +25,7 @@ struct NumbersWritten {
     char* end;  // behind the last comma
     uint64_t count;
 };
-NumbersWritten vnort_write_numbers(char* first, const char* end, const float* numbers,
-                                   uint64_t count);
-NumbersWritten vnort_write_numbers(char* first, const char* end, const double* numbers,
-                                   uint64_t count);
+NumbersWritten write_numbers(char* first, const char* end, const float* numbers, uint64_t count);
+NumbersWritten write_numbers(char* first, const char* end, const double* numbers, uint64_t count);
+
+}  // namespace vornic

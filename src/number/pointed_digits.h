@@ -17,11 +17,12 @@
 
 #include "number/four_numbers.h"
 
-[[gnu::always_inline]] inline Bytes vnort_pointed_digits(const FourNumbers& four, int i) {
+namespace vornic {
+
+[[gnu::always_inline]] inline Bytes pointed_digits(const FourNumbers& four, int i) {
     alignas(16) static constexpr char kZeros[] = "0.00000000000000";
-    const Bytes text = vnort_load(four.first[i]);
-    return vnort_and(vnort_xor(text, vnort_load_aligned(kZeros)),
-                     vnort_first_bytes(four.negated_length(i)));
+    const Bytes text = load(four.first[i]);
+    return bit_and(bit_xor(text, load_aligned(kZeros)), first_bytes_mask(four.negated_length(i)));
 }
 
 // The digits of a group. Whether they are digits and a point is asked of the greatest ones.
@@ -29,17 +30,18 @@ struct PointedDigits {
     Bytes digits[4];
 
     [[gnu::always_inline]] explicit PointedDigits(const FourNumbers& four)
-        : digits{vnort_pointed_digits(four, 0), vnort_pointed_digits(four, 1),
-                 vnort_pointed_digits(four, 2), vnort_pointed_digits(four, 3)} {}
+        : digits{pointed_digits(four, 0), pointed_digits(four, 1), pointed_digits(four, 2),
+                 pointed_digits(four, 3)} {}
 
     // With bytes that have to be digits, too, or 0.
     bool are_good(Bytes others) const {
-        return vnort_are_pointed_digits(vnort_greatest_of(digits), others);
+        return are_pointed_digits(maximum_of_four(digits), others);
     }
 
     // Numbers i and i + 1, times 10^14: below 10^15 and so exact as doubles, too.
     [[gnu::always_inline]] Words words(int i) const {
-        return vnort_words(
-            vnort_eights(vnort_pointed_fours(digits[i]), vnort_pointed_fours(digits[i + 1])));
+        return to_words(to_eights(to_pointed_fours(digits[i]), to_pointed_fours(digits[i + 1])));
     }
 };
+
+}  // namespace vornic

@@ -2,6 +2,7 @@
 
 #include <bit>
 
+namespace vornic {
 namespace {
 
 // Wide enough for 5^340 (790 bits) and for 128 bits of 2^959 / 5^342 (795 bits).
@@ -70,14 +71,14 @@ constexpr PowerOfTenTable make_powers_of_ten() {
 constexpr bool log2_is_exact() {
     WideInteger number{{1}};
     for (int q = 0; q <= kGreatestPowerOfTen; ++q) {
-        if (vnort_power_of_ten_log2(q) != number.bit_length() - 1 + q) return false;
+        if (power_of_ten_log2(q) != number.bit_length() - 1 + q) return false;
         number.multiply_by_5();
     }
     number = {};
     number.limb[kLimbs - 1] = 0x80000000;
     for (int q = -1; q >= kLeastPowerOfTen; --q) {
         number.divide_by_5();
-        if (vnort_power_of_ten_log2(q) != number.bit_length() - 960 + q) return false;
+        if (power_of_ten_log2(q) != number.bit_length() - 960 + q) return false;
     }
     return true;
 }
@@ -107,7 +108,7 @@ constexpr uint32_t first_of_ten_digits(uint64_t factor, uint64_t half_of_ninth) 
 constexpr DoublePowersOfTen make_double_powers(const PowerOfTenTable& powers) {
     DoublePowersOfTen doubles{};
     for (int q = -kGreatestDoublePower; q <= kGreatestDoublePower; ++q) {
-        const uint64_t exponent = static_cast<uint64_t>(vnort_power_of_ten_log2(q) + 1022);
+        const uint64_t exponent = static_cast<uint64_t>(power_of_ten_log2(q) + 1022);
         // The leading bit is added to the exponent.
         doubles.power[q + kGreatestDoublePower] =
             std::bit_cast<double>((exponent << 52) + (powers[q].high >> 11));
@@ -126,7 +127,7 @@ constexpr BinadeScales make_binade_scales(const PowerOfTenTable& powers) {
         for (int i = 0; i < 2; ++i) {
             const int power = 2 - exponent - i;
             scales.factor[2 * binade + i] =
-                binade_factor(powers[power], vnort_power_of_ten_log2(power), binade);
+                binade_factor(powers[power], power_of_ten_log2(power), binade);
             scales.exponent[2 * binade + i] = static_cast<int16_t>(exponent + i);
         }
         const uint32_t significand = first_of_ten_digits(scales.factor[2 * binade], kHalfOfNinth);
@@ -154,3 +155,5 @@ constexpr PowerOfTenTable kPowersOfTen = make_powers_of_ten();
 constexpr DoublePowersOfTen kDoublePowersOfTen = make_double_powers(kPowersOfTen);
 constexpr BinadeScales kBinadeScales = make_binade_scales(kPowersOfTen);
 static_assert(seconds_are_certain(kBinadeScales));
+
+}  // namespace vornic

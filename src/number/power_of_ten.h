@@ -3,6 +3,8 @@
 
 #include <stdint.h>
 
+namespace vornic {
+
 __extension__ typedef unsigned __int128 uint128_t;
 
 // The reader multiplies by 10^-342 .. 10^308, the writer by 10^-292 .. 10^340.
@@ -10,7 +12,7 @@ inline constexpr int kLeastPowerOfTen = -342;
 inline constexpr int kGreatestPowerOfTen = 340;
 
 // The leading 128 bits of 10^q, cut off, not rounded: with s = high * 2^64 + low, the top bit of s
-// is set and s <= 10^q / 2^(vnort_power_of_ten_log2(q) - 127) < s + 1. Equality holds for q in
+// is set and s <= 10^q / 2^(power_of_ten_log2(q) - 127) < s + 1. Equality holds for q in
 // 0..55; for q in 0..27 low is 0 as well.
 struct PowerOfTen {
     uint64_t high;
@@ -36,7 +38,7 @@ struct DoublePowersOfTen {
 extern const DoublePowersOfTen kDoublePowersOfTen;
 
 // floor(log2(10^q)) for every q of the table (checked where the table is made).
-constexpr int vnort_power_of_ten_log2(int q) { return (q * 217706) >> 16; }
+constexpr int power_of_ten_log2(int q) { return (q * 217706) >> 16; }
 
 // A number known from below: it lies in [bits, bits + 2) * 2^exponent.
 struct ScaledNumber {
@@ -47,11 +49,11 @@ struct ScaledNumber {
 // w * 10^q for a w with its top bit set and a q of the table; bits is in [2^126, 2^128). The product
 // with the cut power is short by less than w, so by less than 2^64, and less than another 2^64 is cut
 // off here: together less than 2 units. If q is in 0..27, nothing is cut and bits is exact.
-inline ScaledNumber vnort_scale_by_power_of_ten(uint64_t w, int q) {
+inline ScaledNumber scale_by_power_of_ten(uint64_t w, int q) {
     const PowerOfTen& power = kPowersOfTen[q];
     const uint128_t low = static_cast<uint128_t>(w) * power.low;
     const uint128_t product = static_cast<uint128_t>(w) * power.high + (low >> 64);
-    return {product, vnort_power_of_ten_log2(q) - 63};
+    return {product, power_of_ten_log2(q) - 63};
 }
 
 // What makes nine digits of a float32 by one multiplication. A float is m * 2^(b - 150), with m in
@@ -76,3 +78,5 @@ inline constexpr uint64_t kHalfOfNinth = 9223372036855 + (1 << 24);  // 2^64 / (
 inline constexpr uint64_t kTooGreat = (1 << 24) + 1;
 
 extern const BinadeScales kBinadeScales;
+
+}  // namespace vornic

@@ -1,6 +1,7 @@
 // The kernels for numbers that eight or sixteen bytes hold.
 #include "number/pointed_digits.h"
 
+namespace vornic {
 namespace {
 
 // The eight bytes before each end hold all of an integer. Two share a register, for 749 and 16:
@@ -15,18 +16,18 @@ template <typename Number>
 [[gnu::always_inline]] inline bool read_integers(const FourNumbers& four, Number* to) {
     if (!four.fit(8)) return false;
     const auto digits = [&](int i) {
-        return vnort_last_digits(four, i, kLastBytes<0>[four.negated_length(i)],
-                                 kLastBytes<0>[four.negated_length(i + 1)]);
+        return last_digits(four, i, kLastBytes<0>[four.negated_length(i)],
+                           kLastBytes<0>[four.negated_length(i + 1)]);
     };
     const Bytes a = digits(0), b = digits(2);
-    const Eights numbers = vnort_eights(vnort_fours(a), vnort_fours(b));
+    const Eights numbers = to_eights(to_fours(a), to_fours(b));
     if constexpr (sizeof(Number) == sizeof(float)) {
         // Rounded once from an integer, as by way of the exact double.
-        vnort_store_four(four, vnort_floats(numbers), to);
+        store_four(four, to_floats(numbers), to);
     } else {
-        vnort_store_four(four, vnort_first_doubles(numbers), vnort_last_doubles(numbers), to);
+        store_four(four, first_to_doubles(numbers), last_to_doubles(numbers), to);
     }
-    return vnort_are_digits(vnort_greatest(a, b));
+    return are_digits(maximum(a, b));
 }
 
 // Up to fifteen digits, divided by 10^14: both are exact as doubles, so that the one division rounds
@@ -35,23 +36,25 @@ template <typename Number>
 [[gnu::always_inline]] inline bool read_pointed(const FourNumbers& four, Number* to) {
     if (!four.fit(16)) return false;
     const PointedDigits digits(four);
-    const Doubles power = vnort_all(1e14);
-    vnort_store_four(four, vnort_small_doubles(digits.words(0)) / power,
-                     vnort_small_doubles(digits.words(2)) / power, to);
-    return digits.are_good(vnort_all('\0'));
+    const Doubles power = broadcast(1e14);
+    store_four(four, small_to_doubles(digits.words(0)) / power,
+               small_to_doubles(digits.words(2)) / power, to);
+    return digits.are_good(broadcast('\0'));
 }
 
 }  // namespace
 
-int64_t vnort_read_integers(const NumberRow& row, float* to) {
-    return vnort_read_row(row, to, read_integers<float>);
+int64_t read_integers(const NumberRow& row, float* to) {
+    return read_row(row, to, read_integers<float>);
 }
-int64_t vnort_read_integers(const NumberRow& row, double* to) {
-    return vnort_read_row(row, to, read_integers<double>);
+int64_t read_integers(const NumberRow& row, double* to) {
+    return read_row(row, to, read_integers<double>);
 }
-int64_t vnort_read_pointed(const NumberRow& row, float* to) {
-    return vnort_read_row(row, to, read_pointed<float>);
+int64_t read_pointed(const NumberRow& row, float* to) {
+    return read_row(row, to, read_pointed<float>);
 }
-int64_t vnort_read_pointed(const NumberRow& row, double* to) {
-    return vnort_read_row(row, to, read_pointed<double>);
+int64_t read_pointed(const NumberRow& row, double* to) {
+    return read_row(row, to, read_pointed<double>);
 }
+
+}  // namespace vornic

@@ -12,12 +12,14 @@
 #include "json/number_conversion.h"
 #include "onnxruntime_vornic.h"
 
+using namespace vornic;
+
 namespace {
 
 using OwnedTensor = HeapBlock<FloatTensor>;
 
 FloatTensor* refuse(const char* message) {
-    vnort_set_error(message);
+    set_error(message);
     return nullptr;
 }
 
@@ -27,7 +29,7 @@ OwnedTensor new_tensor(const float* data, int32_t data_count, const int64_t* sha
         rank > static_cast<int32_t>(kMaxRank)) {
         return OwnedTensor(refuse("invalid float32 tensor input"));
     }
-    OwnedTensor tensor = vnort_allocate_zeroed<FloatTensor>(1);
+    OwnedTensor tensor = allocate_zeroed<FloatTensor>(1);
     if (tensor == nullptr) return OwnedTensor(refuse("out of memory"));
     tensor->rank = rank;
     uint64_t product = 1;
@@ -47,24 +49,29 @@ OwnedTensor new_tensor(const float* data, int32_t data_count, const int64_t* sha
 
 FloatTensor* hand_over(OwnedTensor tensor, float* data) {
     tensor->data = data;
-    vnort_clear_error();
+    clear_error();
     return tensor.release();
 }
 
-// Reads a shape's dimensions and their product, 0 when no tensor can have it; false with the reason
-// in the last-error text.
+FloatTensor* adopt(float* data, int32_t data_count, const int64_t* shape, int32_t rank) {
+    OwnedTensor tensor = new_tensor(data, data_count, shape, rank);
+    return tensor != nullptr ? hand_over(std::move(tensor), data) : nullptr;
+}
+
+// Reads the dimensions of a shape and their product, which is 0 if it overflows. False with the
+// reason in the last-error text.
 bool read_shape(const char* shape_json, int64_t (&dims)[kMaxRank], uint64_t* rank, int32_t* count) {
     double numbers[kMaxRank];
     if (!vnort_parse_number_array_double(shape_json, numbers, kMaxRank, rank) || *rank == 0) {
-        return vnort_fail("invalid shape_json");
+        return fail("invalid shape_json");
     }
     int32_t product = 1;
     bool fits = true;
     for (uint64_t i = 0; i < *rank; ++i) {
         if (!(numbers[i] > 0)) {
-            return vnort_fail("tensor shape dimensions must be positive");
+            return fail("tensor shape dimensions must be positive");
         }
-        dims[i] = vnort_truncate_to_int64(numbers[i]);
+        dims[i] = truncate_to_int64(numbers[i]);
         fits = fits && dims[i] > 0 && !__builtin_mul_overflow(product, dims[i], &product);
     }
     *count = fits ? product : 0;
@@ -86,9 +93,7 @@ FloatTensor* onnxruntime_vn_tensor_from_f32(const float* data, int32_t data_coun
 
 FloatTensor* onnxruntime_vn_tensor_adopt_f32(float* data, int32_t data_count, const int64_t* shape,
                                              int32_t rank) {
-    OwnedTensor tensor = new_tensor(data, data_count, shape, rank);
-    if (tensor == nullptr) return nullptr;
-    return hand_over(std::move(tensor), data);
+    return adopt(data, data_count, shape, rank);
 }
 
 FloatTensor* onnxruntime_vn_tensor_zeros_f32(const char* shape_json) {
@@ -98,10 +103,9 @@ FloatTensor* onnxruntime_vn_tensor_zeros_f32(const char* shape_json) {
     int32_t count = 0;
     if (!read_shape(shape_json, dims, &rank, &count)) return nullptr;
     if (count == 0) return refuse("invalid float32 tensor input");
-    HeapBlock<float> zeros = vnort_allocate_zeroed<float>(static_cast<uint64_t>(count));
+    HeapBlock<float> zeros = allocate_zeroed<float>(static_cast<uint64_t>(count));
     if (zeros == nullptr) return refuse("out of memory");
-    FloatTensor* tensor =
-        onnxruntime_vn_tensor_adopt_f32(zeros.get(), count, dims, static_cast<int32_t>(rank));
+    FloatTensor* tensor = adopt(zeros.get(), count, dims, static_cast<int32_t>(rank));
     if (tensor != nullptr) zeros.release();
     return tensor;
 }

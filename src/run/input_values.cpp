@@ -4,10 +4,11 @@
 #include "core/element_type.h"
 #include "core/status.h"
 
+namespace vornic {
 namespace {
 
 int32_t make_string_value(InputTensor* entry) {
-    OrtAllocator* allocator = vnort_default_allocator();
+    OrtAllocator* allocator = default_allocator();
     if (allocator == nullptr) return 0;
     if (!vnort_status_ok(
             g_api->CreateTensorAsOrtValue(allocator, entry->shape, entry->rank,
@@ -30,7 +31,7 @@ int32_t make_numeric_value(const OrtMemoryInfo* memory, InputTensor* entry) {
 
 }  // namespace
 
-OwnedMemoryInfo vnort_cpu_memory() {
+OwnedMemoryInfo cpu_memory() {
     OwnedMemoryInfo memory;
     vnort_status_ok(
         g_api->CreateCpuMemoryInfo(OrtArenaAllocator, OrtMemTypeDefault, Receive(memory)),
@@ -38,8 +39,8 @@ OwnedMemoryInfo vnort_cpu_memory() {
     return memory;
 }
 
-int32_t vnort_make_input_values(InputTensor* entries, uint64_t count) {
-    OwnedMemoryInfo memory = vnort_cpu_memory();
+int32_t make_input_values(InputTensor* entries, uint64_t count) {
+    OwnedMemoryInfo memory = cpu_memory();
     if (memory == nullptr) return 0;
     for (InputTensor* entry = entries; entry != entries + count; ++entry) {
         int32_t made = entry->element_type == kString ? make_string_value(entry)
@@ -48,3 +49,12 @@ int32_t vnort_make_input_values(InputTensor* entries, uint64_t count) {
     }
     return 1;
 }
+
+void vnort_free_input_tensors(InputTensor* entries, uint64_t count) {
+    for (InputTensor* entry = entries; entry != entries + count; ++entry) {
+        if (entry->value != nullptr && g_api != nullptr) g_api->ReleaseValue(entry->value);
+        free_elements(*entry);
+    }
+}
+
+}  // namespace vornic

@@ -1,4 +1,4 @@
-// From input tensors to the values that ONNX Runtime runs on.
+// ONNX Runtime's values for input tensors: creation and release.
 #pragma once
 
 #include <stdint.h>
@@ -6,14 +6,21 @@
 #include "core/owned.h"
 #include "json/input_tensor.h"
 
+namespace vornic {
+
 // A description of CPU memory; null with the reason in the last-error text.
-OwnedMemoryInfo vnort_cpu_memory();
+OwnedMemoryInfo cpu_memory();
 
-// Makes the value of each of count entries: numbers in place, strings copied. 1 when all are made;
-// 0 with the reason in the last-error text, and the entries still own what was made.
-int32_t vnort_make_input_values(InputTensor* entries, uint64_t count);
+// Creates the value of each of `count` entries: numeric ones over the entry's own data, string ones
+// with copies. 1 if all are created; 0 with the reason in the last-error text, the entries owning
+// the values created so far.
+int32_t make_input_values(InputTensor* entries, uint64_t count);
 
-// Input tensors that live as long as a scope.
+// Releases what `count` consecutive entries own: each value, then the data it may lie over. The
+// fields keep their stale pointers.
+void vnort_free_input_tensors(InputTensor* entries, uint64_t count);
+
+// Input tensors that live as long as a scope, with their values.
 class InputTensorScope {
 public:
     InputTensorScope() = default;
@@ -21,7 +28,7 @@ public:
     InputTensorScope& operator=(const InputTensorScope&) = delete;
     ~InputTensorScope() { vnort_free_input_tensors(entries_, count_); }
 
-    // Reads one more tensor, at most 16 in all.
+    // Reads one more tensor; at most 16 in all.
     int32_t read(const FeedItem& item, const char* name) {
         if (!vnort_parse_input_tensor_body(item, name, &entries_[count_])) return 0;
         ++count_;
@@ -32,6 +39,8 @@ public:
     uint64_t count() const { return count_; }
 
 private:
-    InputTensorSet entries_;  // each is reset when it is read
+    InputTensorSet entries_;  // an entry is reset when it is read
     uint64_t count_ = 0;
 };
+
+}  // namespace vornic

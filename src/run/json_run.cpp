@@ -1,4 +1,4 @@
-// The JSON run: a feed of JSON tensors in, all outputs as JSON out.
+// The JSON run: a JSON feed in, the selected outputs as JSON out.
 #include "core/host_state.h"
 #include "core/last_error.h"
 #include "core/runtime.h"
@@ -10,15 +10,17 @@
 #include "run/run_outputs.h"
 #include "session/inference_session.h"
 
+using namespace vornic;
+
 namespace {
 
 int32_t read_input(const FeedItem& item, const char* name, InputTensorScope* inputs) {
     if (item.name == nullptr) {
-        vnort_format_error("missing input '%s' in feed JSON", name);
+        format_error("missing input '%s' in feed JSON", name);
         return 0;
     }
     if (item.brace == nullptr) {
-        vnort_set_error("input feed item must be an object");
+        set_error("input feed item must be an object");
         return 0;
     }
     return inputs->read(item, name);
@@ -26,11 +28,11 @@ int32_t read_input(const FeedItem& item, const char* name, InputTensorScope* inp
 
 int32_t read_inputs(const InferenceSession* session, const char* feed, InputTensorScope* inputs) {
     FeedItem items[kMaxInputs];
-    vnort_find_feed_items(feed, session->input_names, session->input_count, items);
+    find_feed_items(feed, session->input_names, session->input_count, items);
     for (uint64_t i = 0; i < session->input_count; ++i) {
         if (!read_input(items[i], session->input_names[i], inputs)) return 0;
     }
-    return vnort_make_input_values(inputs->entries(), inputs->count());
+    return make_input_values(inputs->entries(), inputs->count());
 }
 
 int32_t run(const InferenceSession* session, const OrtRunOptions* options, InputTensorScope* inputs,
@@ -53,16 +55,16 @@ RunResult* onnxruntime_vn_run_json_with_options(const InferenceSession* session,
                                                 const char* input_feed_json,
                                                 const OrtRunOptions* options) {
     const HostStateScope host;
-    if (!host.is_set_aside()) return nullptr;
-    if (!vnort_is_usable(session)) {
-        vnort_set_error("invalid InferenceSession");
+    if (!host.is_entered()) return nullptr;
+    if (!is_usable(session)) {
+        set_error("invalid InferenceSession");
         return nullptr;
     }
     if (input_feed_json == nullptr || input_feed_json[0] == '\0') {
-        vnort_set_error("input_feed_json is empty");
+        set_error("input_feed_json is empty");
         return nullptr;
     }
-    OwnedResult result = vnort_new_result();
+    OwnedResult result = new_result();
     if (result == nullptr) return nullptr;
     InputTensorScope inputs;
     if (!read_inputs(session, input_feed_json, &inputs)) return nullptr;
@@ -73,9 +75,9 @@ RunResult* onnxruntime_vn_run_json_with_options(const InferenceSession* session,
     }
     OutputValues outputs;
     if (!run(session, options, &inputs, selection, &outputs)) return nullptr;
-    vnort_write_outputs(result.get(), selection, outputs.slots(), selection.count,
-                        {.data = true, .strings = true, .capture = true});
-    vnort_clear_error();
+    write_outputs(result.get(), selection, outputs.slots(), selection.count,
+                  {.data = true, .strings = true, .capture = true});
+    clear_error();
     return result.release();
 }
 

@@ -1,7 +1,9 @@
-// Run options are ONNX Runtime's own object; nothing is kept here.
+// A run-options handle is ONNX Runtime's own object.
 #include "core/runtime.h"
 #include "core/status.h"
 #include "onnxruntime_vornic.h"
+
+using namespace vornic;
 
 OrtRunOptions* onnxruntime_vn_create_run_options() {
     if (!vnort_init()) return nullptr;

@@ -6,12 +6,13 @@
 #include "core/status.h"
 #include "json/output_tensor.h"
 
+namespace vornic {
 namespace {
 
 constexpr const char* kUnreadable = "\"error\":\"failed to read output tensor\"";
 constexpr const char* kUnreadableStrings = "\"error\":\"failed to read string output tensor\"";
 
-// What ONNX Runtime says of one output value.
+// The properties of one output value, queried from ONNX Runtime.
 struct OutputTensor {
     OwnedTensorInfo info;
     uint32_t element_type = 0;
@@ -50,7 +51,7 @@ void append_dtype_and_shape(BoundedText& text, const OutputTensor& tensor) {
     vnort_append(text, "\"dtype\":\"");
     vnort_append(text, vnort_dtype_name(tensor.element_type));
     vnort_append(text, "\",\"shape\":[");
-    vnort_append_dims(text, tensor.shape());
+    append_dims(text, tensor.shape());
     vnort_append(text, "]");
 }
 
@@ -81,7 +82,7 @@ void append_body(RunResult* result, BoundedText& text, OrtValue* value, OutputFo
         if (!vnort_append_string_tensor_json(text, value, tensor.shape(), tensor.count)) {
             vnort_append(text, kUnreadableStrings);
         }
-    } else if (vnort_has_numeric_writer(tensor.element_type)) {
+    } else if (has_numeric_writer(tensor.element_type)) {
         append_numbers(result, text, value, tensor, form);
     } else {
         append_unsupported(text, tensor.element_type);
@@ -90,8 +91,8 @@ void append_body(RunResult* result, BoundedText& text, OrtValue* value, OutputFo
 
 }  // namespace
 
-void vnort_write_outputs(RunResult* result, const OutputSelection& labels, OrtValue* const* values,
-                         uint64_t count, OutputForm form) {
+void write_outputs(RunResult* result, const OutputSelection& labels, OrtValue* const* values,
+                   uint64_t count, OutputForm form) {
     BoundedText text = {result->json, sizeof result->json, 0};
     vnort_append(text, "{\"outputs\":{");
     for (uint64_t i = 0; i < count; ++i) {
@@ -109,3 +110,5 @@ OutputValues::~OutputValues() {
         if (value != nullptr) g_api->ReleaseValue(value);
     }
 }
+
+}  // namespace vornic

@@ -1,5 +1,5 @@
-// The outputs of a run on their way into its result, the same for every kind of run but for what
-// OutputForm says.
+// Writes the outputs of a run into its result, the same way for all three runs but for the options
+// in OutputForm.
 #pragma once
 
 #include <onnxruntime_c_api.h>
@@ -8,13 +8,15 @@
 #include "core/limits.h"
 #include "run/run_result.h"
 
+namespace vornic {
+
 struct OutputForm {
-    bool data;     // numbers are written, not only dtype and shape
-    bool strings;  // string tensors are written, not only reported
-    bool capture;  // the first float32 output is copied
+    bool data;     // write the elements of numeric outputs, not only dtype and shape
+    bool strings;  // write string outputs; otherwise they are reported as unsupported
+    bool capture;  // copy the first float32 output
 };
 
-// The outputs of a session that a run is asked for, by names inside the session's record.
+// The outputs that a run is asked for. The names are those in the session's or binding's record.
 struct OutputSelection {
     const char* names[kMaxOutputs];
     uint64_t count;
@@ -22,12 +24,12 @@ struct OutputSelection {
     const char* label(uint64_t index) const { return index < count ? names[index] : ""; }
 };
 
-// Writes {"outputs":{...}} into an empty result, one member for each of count values under its
-// label. A value that is null or cannot be read becomes an error member.
-void vnort_write_outputs(RunResult* result, const OutputSelection& labels, OrtValue* const* values,
-                         uint64_t count, OutputForm form);
+// Writes {"outputs":{...}} into an empty result, with a labelled member for each of `count` values.
+// The body of a value that is null or cannot be read is an error member.
+void write_outputs(RunResult* result, const OutputSelection& labels, OrtValue* const* values,
+                   uint64_t count, OutputForm form);
 
-// The values that Run fills, released at the end of a scope.
+// The values that Run returns, released at the end of a scope.
 class OutputValues {
 public:
     OutputValues() = default;
@@ -40,3 +42,5 @@ public:
 private:
     OrtValue* values_[kMaxOutputs] = {};
 };
+
+}  // namespace vornic

@@ -5,13 +5,16 @@
 
 #include "core/last_error.h"
 #include "core/owned.h"
+#include "json/output_tensor.h"
 #include "onnxruntime_vornic.h"
+
+namespace vornic {
 
 void ResultRelease::operator()(RunResult* result) const { onnxruntime_vn_release_result(result); }
 
-OwnedResult vnort_new_result() {
-    OwnedResult result(vnort_allocate_zeroed<RunResult>(1).release());
-    if (result == nullptr) vnort_set_error("out of memory");
+OwnedResult new_result() {
+    OwnedResult result(allocate_zeroed<RunResult>(1).release());
+    if (result == nullptr) set_error("out of memory");
     return result;
 }
 
@@ -28,9 +31,13 @@ void vnort_capture_first_float_output(RunResult* result, Shape shape, const floa
     memcpy(result->float_shape, shape.dims, shape.rank * sizeof(int64_t));
     BoundedText text = {result->float_shape_json, sizeof result->float_shape_json, 0};
     vnort_append(text, "[");
-    vnort_append_dims(text, shape);
+    append_dims(text, shape);
     vnort_append(text, "]");
 }
+
+}  // namespace vornic
+
+using namespace vornic;
 
 const char* onnxruntime_vn_result_json(const RunResult* result) {
     return result != nullptr ? result->json : "{}";

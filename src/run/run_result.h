@@ -1,4 +1,4 @@
-// What a run gives back: its outputs as JSON text, and a copy of the first float32 output.
+// The result of a run: its outputs as JSON text, and a copy of the first float32 output.
 #pragma once
 
 #include <stdint.h>
@@ -6,20 +6,22 @@
 #include <memory>
 
 #include "core/limits.h"
-#include "json/output_tensor.h"
+#include "core/shape.h"
 
-// The float fields are zero until something is captured, which happens once at the most.
+// The float fields are zero until an output is captured, at most once.
 struct RunResult {
-    char json[kResultCapacity];
-    int64_t float_shape[kMaxRank];
+    char json[vornic::kResultCapacity];
+    int64_t float_shape[vornic::kMaxRank];
     uint64_t float_rank;
     uint64_t float_count;
     float* float_data;  // owned
     char float_shape_json[128];
 };
 
-// Copies a float32 output into the result if it is the first with 1 to 8 dimensions and at least
-// one element. Without memory for the copy nothing is captured, silently.
+namespace vornic {
+
+// Captures a float32 output if it is the first with 1 to 8 dimensions and at least one element. Out
+// of memory, nothing is captured and nothing is reported.
 void vnort_capture_first_float_output(RunResult* result, Shape shape, const float* elements,
                                       uint64_t count);
 
@@ -28,5 +30,7 @@ struct ResultRelease {
 };
 using OwnedResult = std::unique_ptr<RunResult, ResultRelease>;
 
-// A result without outputs; null with "out of memory".
-OwnedResult vnort_new_result();
+// An empty result; null, with "out of memory" as the last error.
+OwnedResult new_result();
+
+}  // namespace vornic

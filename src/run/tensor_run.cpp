@@ -1,4 +1,4 @@
-// The tensor run: one float32 tensor in, in place and without JSON.
+// The tensor run: one float32 tensor in, without a copy or JSON.
 #include "core/host_state.h"
 #include "core/last_error.h"
 #include "core/owned.h"
@@ -10,12 +10,14 @@
 #include "run/run_outputs.h"
 #include "session/inference_session.h"
 
+using namespace vornic;
+
 namespace {
 
-// A value over the tensor's own buffer; null with the reason in the last-error text.
+// A value over the tensor's own buffer. Null on failure, with the reason in the last-error text.
 OwnedValue wrap(const FloatTensor* tensor) {
     OwnedValue value;
-    OwnedMemoryInfo memory = vnort_cpu_memory();
+    OwnedMemoryInfo memory = cpu_memory();
     if (memory == nullptr) return value;
     OrtStatus* status = g_api->CreateTensorWithDataAsOrtValue(
         memory.get(), tensor->data, tensor->count * sizeof(float), tensor->dims,
@@ -29,10 +31,10 @@ RunResult* vnort_run_tensor_impl(const InferenceSession* session, const char* in
                                  const FloatTensor* tensor, const char* output_names_json,
                                  int32_t write_data) {
     const HostStateScope host;
-    if (!host.is_set_aside()) return nullptr;
-    if (!vnort_is_usable(session) || input_name == nullptr || input_name[0] == '\0' ||
+    if (!host.is_entered()) return nullptr;
+    if (!is_usable(session) || input_name == nullptr || input_name[0] == '\0' ||
         tensor == nullptr || tensor->data == nullptr) {
-        vnort_set_error("invalid session, input name, or tensor");
+        set_error("invalid session, input name, or tensor");
         return nullptr;
     }
     OutputSelection selection;
@@ -40,7 +42,7 @@ RunResult* vnort_run_tensor_impl(const InferenceSession* session, const char* in
                                   selection.names, &selection.count)) {
         return nullptr;
     }
-    OwnedResult result = vnort_new_result();
+    OwnedResult result = new_result();
     if (result == nullptr) return nullptr;
     OwnedValue input = wrap(tensor);
     if (input == nullptr) return nullptr;
@@ -48,11 +50,11 @@ RunResult* vnort_run_tensor_impl(const InferenceSession* session, const char* in
     const OrtValue* value = input.get();
     OrtStatus* status = g_api->Run(session->session, nullptr, &input_name, &value, 1,
                                    selection.names, selection.count, outputs.slots());
-    input.reset();  // the tensor's buffer is in use during the run only
+    input.reset();  // only the run itself needs the value
     if (!vnort_status_ok(status, "Run")) return nullptr;
-    vnort_write_outputs(result.get(), selection, outputs.slots(), selection.count,
-                        {.data = write_data != 0, .strings = false, .capture = true});
-    vnort_clear_error();
+    write_outputs(result.get(), selection, outputs.slots(), selection.count,
+                  {.data = write_data != 0, .strings = false, .capture = true});
+    clear_error();
     return result.release();
 }
 

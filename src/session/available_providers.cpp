@@ -1,10 +1,16 @@
-// The execution providers that ONNX Runtime offers.
+// The execution providers built into ONNX Runtime.
 #include "core/bounded_text.h"
 #include "core/runtime.h"
 #include "core/status.h"
 #include "onnxruntime_vornic.h"
 
+namespace vornic {
+
 char g_providers_json[1024];
+
+}  // namespace vornic
+
+using namespace vornic;
 
 const char* onnxruntime_vn_get_available_providers_json() {
     if (!vnort_init()) return "[]";

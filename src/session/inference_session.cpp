@@ -6,6 +6,8 @@
 #include "core/runtime.h"
 #include "onnxruntime_vornic.h"
 
+using namespace vornic;
+
 void onnxruntime_vn_release_session(InferenceSession* session) {
     if (session == nullptr) return;
     const DefaultFloatState float_state;

@@ -1,4 +1,4 @@
-// The session record: ONNX Runtime's objects for one loaded model, and its description.
+// The session record: ONNX Runtime's objects for one loaded model, and the model's description.
 #pragma once
 
 #include <onnxruntime_c_api.h>
@@ -7,20 +7,24 @@
 #include "core/limits.h"
 
 struct InferenceSession {
-    OrtEnv* env;  // the three objects are owned
+    OrtEnv* env;  // these three are owned
     OrtSessionOptions* options;
     OrtSession* session;
-    uint64_t input_count;  // of the names recorded, not of the model's inputs
+    uint64_t input_count;  // of recorded names; the model may have more inputs
     uint64_t output_count;
-    Name input_names[kMaxInputs];
-    Name output_names[kMaxOutputs];
-    char inputs_json[kDescriptionCapacity];
-    char outputs_json[kDescriptionCapacity];
+    vornic::Name input_names[vornic::kMaxInputs];
+    vornic::Name output_names[vornic::kMaxOutputs];
+    char inputs_json[vornic::kDescriptionCapacity];
+    char outputs_json[vornic::kDescriptionCapacity];
     char modelmeta_json[4096];
     char profile_path[1024];
 };
 
-// Runs, bindings and profiling need a record with a runtime session in it.
-inline bool vnort_is_usable(const InferenceSession* session) {
+namespace vornic {
+
+// Runs, bindings and profiling require a record that holds a session of ONNX Runtime.
+inline bool is_usable(const InferenceSession* session) {
     return session != nullptr && session->session != nullptr;
 }
+
+}  // namespace vornic

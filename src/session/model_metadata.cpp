@@ -5,6 +5,7 @@
 #include "core/status.h"
 #include "session/session_description.h"
 
+namespace vornic {
 namespace {
 
 using MetadataGetter = decltype(OrtApi::ModelMetadataGetProducerName);
@@ -21,7 +22,7 @@ void vnort_modelmeta_append_string(const OrtModelMetadata* metadata, OrtAllocato
                                    BoundedText& text, const char* key, MetadataGetter get) {
     char* value = nullptr;
     if (!vnort_status_ok(get(metadata, allocator, &value), key)) value = nullptr;
-    append_member(text, key, vnort_allocator_owned(allocator, value).get());
+    append_member(text, key, allocator_owned(allocator, value).get());
 }
 
 void append_custom_member(const OrtModelMetadata* metadata, OrtAllocator* allocator,
@@ -32,7 +33,7 @@ void append_custom_member(const OrtModelMetadata* metadata, OrtAllocator* alloca
                                            "ModelMetadataLookupCustomMetadataMap")) {
         value = nullptr;
     }
-    append_member(text, key, vnort_allocator_owned(allocator, value).get());
+    append_member(text, key, allocator_owned(allocator, value).get());
 }
 
 void append_custom_members(const OrtModelMetadata* metadata, OrtAllocator* allocator,
@@ -54,9 +55,9 @@ void append_custom_members(const OrtModelMetadata* metadata, OrtAllocator* alloc
 
 }  // namespace
 
-void vnort_describe_metadata(InferenceSession* session) {
-    vnort_copy_text(session->modelmeta_json, "{}");
-    OrtAllocator* allocator = vnort_default_allocator();
+void describe_metadata(InferenceSession* session) {
+    copy_text(session->modelmeta_json, "{}");
+    OrtAllocator* allocator = default_allocator();
     if (allocator == nullptr) return;
     OwnedMetadata metadata;
     if (!vnort_status_ok(g_api->SessionGetModelMetadata(session->session, Receive(metadata)),
@@ -88,5 +89,7 @@ void vnort_describe_metadata(InferenceSession* session) {
     vnort_append(text, ",\"custom_metadata_map\":{");
     append_custom_members(metadata.get(), allocator, text);
     vnort_append(text, "}}");
-    vnort_clear_error();
+    clear_error();
 }
+
+}  // namespace vornic

@@ -7,21 +7,23 @@
 #include "onnxruntime_vornic.h"
 #include "session/inference_session.h"
 
+using namespace vornic;
+
 const char* onnxruntime_vn_session_end_profiling(InferenceSession* session) {
     const DefaultFloatState float_state;
-    if (!vnort_is_usable(session) || !vnort_init()) {
-        vnort_set_error("invalid InferenceSession");
+    if (!is_usable(session) || !vnort_init()) {
+        set_error("invalid InferenceSession");
         return "";
     }
     session->profile_path[0] = '\0';
-    OrtAllocator* allocator = vnort_default_allocator();
+    OrtAllocator* allocator = default_allocator();
     if (allocator == nullptr) return "";
     char* path = nullptr;
     if (!vnort_status_ok(g_api->SessionEndProfiling(session->session, allocator, &path),
                          "SessionEndProfiling")) {
         return "";
     }
-    vnort_copy_text(session->profile_path, vnort_allocator_owned(allocator, path).get());
-    vnort_clear_error();
+    copy_text(session->profile_path, allocator_owned(allocator, path).get());
+    clear_error();
     return session->profile_path;
 }

@@ -5,15 +5,16 @@
 #include "core/last_error.h"
 #include "json/scan.h"
 
+namespace vornic {
 namespace {
 
-// Reads up to a ',' or '}', leaving blanks out. A word that does not fit ends where it is full; the
-// caller then finds neither after it.
+// Copies the bytes up to a ',' or '}', without blanks. Stops early when the array is full; the
+// caller then finds neither delimiter next.
 void read_bare_word(const char** at, char* to, size_t capacity) {
     const char* from = *at;
     size_t length = 0;
     while (*from != ',' && *from != '}' && *from != '\0' && length < capacity - 1) {
-        if (!vnort_is_blank(*from)) to[length++] = *from;
+        if (!is_blank(*from)) to[length++] = *from;
         ++from;
     }
     to[length] = '\0';
@@ -21,22 +22,22 @@ void read_bare_word(const char** at, char* to, size_t capacity) {
 }
 
 int32_t read_entry(const char** at, char* key, char* value) {
-    if (**at != '"') return vnort_fail("provider option key must be a string");
+    if (**at != '"') return fail("provider option key must be a string");
     ++*at;
     size_t length = 0;
-    if (!vnort_read_quoted(at, key, kNameCapacity, &length, vnort_literally)) {
-        return vnort_fail("unterminated provider option key");
+    if (!read_quoted(at, key, kNameCapacity, &length, keep_escaped)) {
+        return fail("unterminated provider option key");
     }
-    *at = vnort_skip_blanks(*at);
-    if (**at != ':') return vnort_fail("provider option entry is missing ':'");
-    *at = vnort_skip_blanks(*at + 1);
+    *at = skip_blanks(*at);
+    if (**at != ':') return fail("provider option entry is missing ':'");
+    *at = skip_blanks(*at + 1);
     if (**at != '"') {
         read_bare_word(at, value, kOptionValueCapacity);
         return 1;
     }
     ++*at;
-    if (!vnort_read_quoted(at, value, kOptionValueCapacity, &length, vnort_literally)) {
-        return vnort_fail("unterminated provider option value");
+    if (!read_quoted(at, value, kOptionValueCapacity, &length, keep_escaped)) {
+        return fail("unterminated provider option value");
     }
     return 1;
 }
@@ -45,22 +46,23 @@ int32_t read_entry(const char** at, char* key, char* value) {
 
 int32_t vnort_parse_provider_options(const char* text, ProviderOptions* list) {
     list->count = 0;
-    text = vnort_skip_blanks(text);
+    text = skip_blanks(text);
     if (*text == '\0') return 1;
     const char* at = strchr(text, '{');
-    if (at == nullptr) return vnort_fail("provider options must be a JSON object");
-    at = vnort_skip_blanks(at + 1);
+    if (at == nullptr) return fail("provider options must be a JSON object");
+    at = skip_blanks(at + 1);
     while (*at != '}') {
-        if (list->count == kMaxProviderOptions)
-            return vnort_fail("too many provider option entries");
+        if (list->count == kMaxProviderOptions) return fail("too many provider option entries");
         if (!read_entry(&at, list->keys[list->count], list->values[list->count])) return 0;
         ++list->count;
-        at = vnort_skip_blanks(at);
+        at = skip_blanks(at);
         if (*at == ',') {
-            at = vnort_skip_blanks(at + 1);
+            at = skip_blanks(at + 1);
         } else if (*at != '}') {
-            return vnort_fail("malformed provider options JSON");
+            return fail("malformed provider options JSON");
         }
     }
     return 1;
 }
+
+}  // namespace vornic

@@ -1,4 +1,4 @@
-// From a model file and a record of settings to a session.
+// Creates a session from a model file and a record of settings.
 #include <string.h>
 
 #include "core/host_state.h"
@@ -12,6 +12,8 @@
 #include "session/session_description.h"
 #include "session/session_options.h"
 
+using namespace vornic;
+
 namespace {
 
 struct SessionRelease {
@@ -19,57 +21,57 @@ struct SessionRelease {
 };
 using OwnedSession = std::unique_ptr<InferenceSession, SessionRelease>;
 
-// A setting that ONNX Runtime refuses has no effect and is not reported.
+// Here and below, a setting that ONNX Runtime rejects has no effect and is not reported.
 void switch_arena(OrtSessionOptions* to, bool on) {
-    vnort_ignore_status(on ? g_api->EnableCpuMemArena(to) : g_api->DisableCpuMemArena(to));
+    ignore_status(on ? g_api->EnableCpuMemArena(to) : g_api->DisableCpuMemArena(to));
 }
 
 void set_optimization_level(OrtSessionOptions* to, int32_t level) {
-    vnort_ignore_status(
+    ignore_status(
         g_api->SetSessionGraphOptimizationLevel(to, static_cast<GraphOptimizationLevel>(level)));
 }
 
 void enable_profiling(const SessionOptions& settings, OrtSessionOptions* to) {
     NativePath prefix;
-    if (!vnort_native_path(settings.profile_file_prefix, &prefix)) return;
-    vnort_ignore_status(g_api->EnableProfiling(to, prefix.text));
+    if (!native_path(settings.profile_file_prefix, &prefix)) return;
+    ignore_status(g_api->EnableProfiling(to, prefix.text));
 }
 
 void apply_logging(const SessionOptions& settings, OrtSessionOptions* to) {
     if (settings.log_id[0] != '\0') {
-        vnort_ignore_status(g_api->SetSessionLogId(to, settings.log_id));
+        ignore_status(g_api->SetSessionLogId(to, settings.log_id));
     }
     if (settings.log_verbosity_level >= 0) {
-        vnort_ignore_status(g_api->SetSessionLogVerbosityLevel(to, settings.log_verbosity_level));
+        ignore_status(g_api->SetSessionLogVerbosityLevel(to, settings.log_verbosity_level));
     }
     if (settings.log_severity_level >= 0) {
-        vnort_ignore_status(g_api->SetSessionLogSeverityLevel(to, settings.log_severity_level));
+        ignore_status(g_api->SetSessionLogSeverityLevel(to, settings.log_severity_level));
     }
 }
 
 void apply_settings(const SessionOptions& settings, OrtSessionOptions* to) {
     if (settings.intra_op_num_threads > 0) {
-        vnort_ignore_status(g_api->SetIntraOpNumThreads(to, settings.intra_op_num_threads));
+        ignore_status(g_api->SetIntraOpNumThreads(to, settings.intra_op_num_threads));
     }
     if (settings.inter_op_num_threads > 0) {
-        vnort_ignore_status(g_api->SetInterOpNumThreads(to, settings.inter_op_num_threads));
+        ignore_status(g_api->SetInterOpNumThreads(to, settings.inter_op_num_threads));
     }
     set_optimization_level(to, settings.graph_optimization_level);
     if (settings.execution_mode >= 0) {
-        vnort_ignore_status(g_api->SetSessionExecutionMode(
+        ignore_status(g_api->SetSessionExecutionMode(
             to, static_cast<ExecutionMode>(settings.execution_mode)));
     }
     if (settings.cpu_mem_arena == 0 || settings.cpu_mem_arena == 1) {
         switch_arena(to, settings.cpu_mem_arena == 1);
     }
-    if (settings.mem_pattern == 1) vnort_ignore_status(g_api->EnableMemPattern(to));
-    if (settings.mem_pattern == 0) vnort_ignore_status(g_api->DisableMemPattern(to));
+    if (settings.mem_pattern == 1) ignore_status(g_api->EnableMemPattern(to));
+    if (settings.mem_pattern == 0) ignore_status(g_api->DisableMemPattern(to));
     apply_logging(settings, to);
     if (settings.profiling_enabled) enable_profiling(settings, to);
-    if (settings.profiling_disabled) vnort_ignore_status(g_api->DisableProfiling(to));
+    if (settings.profiling_disabled) ignore_status(g_api->DisableProfiling(to));
 }
 
-// The CPU provider is always part of a session; only its memory arena can be chosen.
+// Every session has the CPU provider; its only option is the memory arena.
 void apply_cpu_options(const ProviderOptions& list, OrtSessionOptions* to) {
     for (uint64_t i = 0; i < list.count; ++i) {
         if (strcmp(list.keys[i], "use_arena") != 0) continue;
@@ -125,8 +127,8 @@ int32_t create_options(const SessionOptions* settings, InferenceSession* session
 
 int32_t load_model(const char* model_path, InferenceSession* session) {
     NativePath path;
-    if (!vnort_native_path(model_path, &path)) {
-        vnort_set_error("model path cannot be converted to at most 1023 UTF-16 units");
+    if (!native_path(model_path, &path)) {
+        set_error("model path cannot be converted to at most 1023 UTF-16 units");
         return 0;
     }
     return vnort_status_ok(
@@ -140,20 +142,20 @@ InferenceSession* onnxruntime_vn_create_session(const char* model_path,
                                                 const SessionOptions* options) {
     if (!vnort_init()) return nullptr;
     const HostStateScope host;
-    if (!host.is_set_aside()) return nullptr;
+    if (!host.is_entered()) return nullptr;
     if (model_path == nullptr || model_path[0] == '\0') {
-        vnort_set_error("empty model path");
+        set_error("empty model path");
         return nullptr;
     }
-    OwnedSession session(vnort_allocate_zeroed<InferenceSession>(1).release());
+    OwnedSession session(allocate_zeroed<InferenceSession>(1).release());
     if (session == nullptr) {
-        vnort_set_error("out of memory");
+        set_error("out of memory");
         return nullptr;
     }
     if (!create_environment(session.get())) return nullptr;
     if (!create_options(options, session.get())) return nullptr;
     if (!load_model(model_path, session.get())) return nullptr;
-    vnort_describe_inputs_and_outputs(session.get());
-    vnort_describe_metadata(session.get());
+    describe_inputs_and_outputs(session.get());
+    describe_metadata(session.get());
     return session.release();
 }

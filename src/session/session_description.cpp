@@ -8,13 +8,15 @@
 #include "json/output_tensor.h"
 #include "onnxruntime_vornic.h"
 
+namespace vornic {
 namespace {
 
 constexpr uint64_t kMaxDescribedRank = 16;
 constexpr uint64_t kMaxNames = kMaxInputs;
 static_assert(kMaxNames == kMaxOutputs);
 
-// Inputs and outputs differ in the calls that describe them and in where that is kept.
+// Inputs and outputs differ in the calls that describe them and in the fields that keep the
+// results.
 struct Side {
     const char* count_call;
     const char* name_call;
@@ -43,7 +45,7 @@ constexpr Side kOutputs = {
     &InferenceSession::outputs_json,
 };
 
-// The symbolic names of the dimensions, each in quotes.
+// The dimensions' symbolic names, each in quotes.
 void append_symbols(BoundedText& text, const OrtTensorTypeAndShapeInfo* info, uint64_t rank) {
     const char* symbols[kMaxDescribedRank] = {};
     if (!vnort_status_ok(g_api->GetSymbolicDimensions(info, symbols, rank),
@@ -57,15 +59,15 @@ void append_symbols(BoundedText& text, const OrtTensorTypeAndShapeInfo* info, ui
     }
 }
 
-// Reads the dimensions that a description can hold; their number, or 0 when there are too many or
-// they cannot be had.
+// Appends the dimensions and returns the rank; appends nothing and returns 0 if the rank is unknown
+// or above 16.
 uint64_t append_described_dims(BoundedText& text, const OrtTensorTypeAndShapeInfo* info) {
     size_t rank = 0;
     if (!vnort_status_ok(g_api->GetDimensionsCount(info, &rank), "GetDimensionsCount")) return 0;
     if (rank > kMaxDescribedRank) return 0;
     int64_t dims[kMaxDescribedRank];
     if (vnort_status_ok(g_api->GetDimensions(info, dims, rank), "GetDimensions")) {
-        vnort_append_dims(text, {dims, rank});
+        append_dims(text, {dims, rank});
     }
     return rank;
 }
@@ -94,8 +96,8 @@ void vnort_append_tensor_description_json(BoundedText& text, const char* name,
     vnort_append(text, "]}");
 }
 
-// Appends one entry, with a comma before it unless it is the first. An entry whose name cannot be
-// had leaves no trace.
+// Appends one entry, preceded by a comma unless it is the first. An entry whose name ONNX Runtime
+// does not return is left out, comma included.
 void vnort_describe_one_io(InferenceSession* session, const Side& side, uint64_t index,
                            OrtAllocator* allocator, BoundedText& text) {
     char* given_name = nullptr;
@@ -103,8 +105,8 @@ void vnort_describe_one_io(InferenceSession* session, const Side& side, uint64_t
                          side.name_call)) {
         return;
     }
-    AllocatorOwned<char> name = vnort_allocator_owned(allocator, given_name);
-    if (index < kMaxNames) vnort_copy_text((session->*side.names)[index], name.get());
+    AllocatorOwned<char> name = allocator_owned(allocator, given_name);
+    if (index < kMaxNames) copy_text((session->*side.names)[index], name.get());
 
     OwnedTypeInfo type;
     const OrtTensorTypeAndShapeInfo* info = nullptr;  // part of the type
@@ -118,7 +120,7 @@ void vnort_describe_one_io(InferenceSession* session, const Side& side, uint64_t
     vnort_append_tensor_description_json(text, name.get(), info);
 }
 
-// False when not even the number of inputs (or outputs) can be had.
+// False if ONNX Runtime does not even return the number of inputs (or outputs).
 bool describe_side(InferenceSession* session, const Side& side, OrtAllocator* allocator) {
     size_t count = 0;
     if (!vnort_status_ok((g_api->*side.get_count)(session->session, &count), side.count_call)) {
@@ -127,7 +129,8 @@ bool describe_side(InferenceSession* session, const Side& side, OrtAllocator* al
     session->*side.count = count < kMaxNames ? count : kMaxNames;
     BoundedText text = {session->*side.json, sizeof(session->*side.json), 0};
     vnort_append(text, "[");
-    // The last few bytes are kept for the closing bracket; what does not fit before is left out.
+    // The last few bytes are reserved for the closing bracket; entries that no longer fit are left
+    // out.
     for (uint64_t i = 0; i < count && text.length + 8 < text.capacity; ++i) {
         vnort_describe_one_io(session, side, i, allocator, text);
     }
@@ -137,10 +140,12 @@ bool describe_side(InferenceSession* session, const Side& side, OrtAllocator* al
 
 }  // namespace
 
-void vnort_describe_inputs_and_outputs(InferenceSession* session) {
-    vnort_copy_text(session->inputs_json, "[]");
-    vnort_copy_text(session->outputs_json, "[]");
-    OrtAllocator* allocator = vnort_default_allocator();
+void describe_inputs_and_outputs(InferenceSession* session) {
+    copy_text(session->inputs_json, "[]");
+    copy_text(session->outputs_json, "[]");
+    OrtAllocator* allocator = default_allocator();
     if (allocator == nullptr) return;
     if (describe_side(session, kInputs, allocator)) describe_side(session, kOutputs, allocator);
 }
+
+}  // namespace vornic

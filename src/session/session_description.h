@@ -1,11 +1,15 @@
-// What a session says of its model: three JSON texts, written once when it is created. What ONNX
-// Runtime refuses is reported in the last-error text and left out.
+// The description of a session's model: three JSON texts, written when the session is created. A
+// detail that ONNX Runtime refuses is left out, with its reason in the last-error text.
 #pragma once
 
 #include "session/inference_session.h"
 
-// Records the names of inputs and outputs and describes them.
-void vnort_describe_inputs_and_outputs(InferenceSession* session);
+namespace vornic {
 
-// Describes the metadata, emptying the last-error text unless it could not be had at all.
-void vnort_describe_metadata(InferenceSession* session);
+// Records and describes the inputs and outputs.
+void describe_inputs_and_outputs(InferenceSession* session);
+
+// Describes the metadata. Clears the last-error text unless no metadata was returned at all.
+void describe_metadata(InferenceSession* session);
+
+}  // namespace vornic

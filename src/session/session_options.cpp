@@ -7,6 +7,8 @@
 #include "core/owned.h"
 #include "onnxruntime_vornic.h"
 
+using namespace vornic;
+
 namespace {
 
 int32_t store(SessionOptions* options, int32_t SessionOptions::*field, int32_t value) {
@@ -25,9 +27,9 @@ int32_t set_profiling(SessionOptions* options, int32_t enabled) {
 }  // namespace
 
 SessionOptions* onnxruntime_vn_create_session_options() {
-    auto options = vnort_allocate_zeroed<SessionOptions>(1);
+    auto options = allocate_zeroed<SessionOptions>(1);
     if (options == nullptr) {
-        vnort_set_error("out of memory");
+        set_error("out of memory");
         return nullptr;
     }
     options->graph_optimization_level = kOptimizeAll;
@@ -61,8 +63,7 @@ int32_t onnxruntime_vn_session_options_set_execution_mode(SessionOptions* option
 int32_t onnxruntime_vn_session_options_enable_profiling(SessionOptions* options,
                                                         const char* prefix) {
     if (!set_profiling(options, 1)) return 0;
-    vnort_copy_text(options->profile_file_prefix,
-                    prefix != nullptr ? prefix : "onnxruntime_profile");
+    copy_text(options->profile_file_prefix, prefix != nullptr ? prefix : "onnxruntime_profile");
     return 1;
 }
 
@@ -88,7 +89,7 @@ int32_t onnxruntime_vn_session_options_disable_mem_pattern(SessionOptions* optio
 
 int32_t onnxruntime_vn_session_options_set_log_id(SessionOptions* options, const char* id) {
     if (options == nullptr) return 0;
-    vnort_copy_text(options->log_id, id);
+    copy_text(options->log_id, id);
     return 1;
 }
 
@@ -113,8 +114,8 @@ int32_t onnxruntime_vn_session_options_append_execution_provider_with_options(
     if (options == nullptr || name == nullptr || name[0] == '\0') return 0;
     if (options->provider_count == kMaxProviders) return 0;
     uint64_t slot = options->provider_count++;
-    vnort_copy_text(options->provider_names[slot], name);
-    vnort_copy_text(options->provider_options[slot], options_json != nullptr ? options_json : "{}");
+    copy_text(options->provider_names[slot], name);
+    copy_text(options->provider_options[slot], options_json != nullptr ? options_json : "{}");
     return 1;
 }
 

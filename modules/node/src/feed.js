@@ -1,4 +1,4 @@
-// Feeds as text. The library searches a feed for its parts instead of parsing it.
+// Feeds as JSON text. The library searches it for the parts it needs instead of parsing it.
 'use strict';
 
 const { VornicError, quoted } = require('./error');
@@ -6,8 +6,8 @@ const { VornicError, quoted } = require('./error');
 const STRINGS = ['string', 'str'];
 const MEMBERS = ['dtype', 'shape', 'data'];
 
-// What the numbers of a feed may be, from lowest to highest. A float32 may be as large as what still
-// rounds to one, since writers of shortest digits round the largest up.
+// The lowest and the highest number of each type in a feed. The limit of float32 is the largest number that
+// rounds to a finite one: the shortest decimal form of the largest float32 lies above it.
 const LARGEST_FLOAT32 = 2 ** 128 - 2 ** 103 - 2 ** 75;
 const RANGES = new Map([
     ['float32', [-LARGEST_FLOAT32, LARGEST_FLOAT32]],
@@ -19,11 +19,11 @@ const RANGES = new Map([
     ]),
 ]);
 
-/** An input tensor for a feed. An output of a run has the same form and can be fed as it is. */
 function tensor(dtype, shape, data) {
     return { dtype, shape: Array.from(shape), data };
 }
 
+/** The error for an input. */
 function unfit(name, reason) {
     const shown = JSON.stringify(name).slice(1, -1);
     return new VornicError(`input '${shown.length < 140 ? shown : shown.slice(0, 140) + '...'}': ${reason}`);
@@ -42,25 +42,25 @@ function checkMembers(name, item) {
     }
 }
 
-/** The text of numbers; JSON.stringify loses the sign of -0. */
+/** Numbers as JSON; JSON.stringify would lose the sign of -0. */
 function numbersJson(name, values) {
     let text = '';
     for (const value of values) {
         if (typeof value === 'number') text += (Object.is(value, -0) ? '-0' : value) + ',';
         else if (typeof value === 'bigint') text += value + ',';
-        else if (typeof value === 'boolean') text += (value ? '1' : '0') + ','; // true is written, not read
-        else throw unfit(name, 'data must be numbers alone');
+        else if (typeof value === 'boolean') text += (value ? '1' : '0') + ','; // the library reads no true
+        else throw unfit(name, 'data must contain only numbers');
     }
     return `[${text.slice(0, -1)}]`;
 }
 
-/** The text of one tensor, dtype and shape first: strings could spell the members' names. */
+/** One tensor as JSON; data comes last, since its strings may contain the members' names. */
 function tensorJson(name, item) {
     checkMembers(name, item);
     let data;
     if (STRINGS.includes(item.dtype)) {
         if (!Array.prototype.every.call(item.data, (text) => typeof text === 'string')) {
-            throw unfit(name, 'data must be strings alone');
+            throw unfit(name, 'data must contain only strings');
         }
         data = `[${item.data.map(quoted).join()}]`;
     } else {
@@ -69,56 +69,52 @@ function tensorJson(name, item) {
     return `{"dtype":${quoted(item.dtype)},"shape":${numbersJson(name, item.shape)},"data":${data}}`;
 }
 
-/** A feed's text, and an input whose name the library would find elsewhere first, if there is one. */
+/** A feed's text, and the input, if any, that the library would find elsewhere first. */
 function joined(items, order) {
     let text = '{';
     const braces = new Map();
     for (const name of order) {
-        text += `"${name}":`; // as it is: the library looks for names unescaped
+        text += `"${name}":`; // not escaped: the library searches for the plain name
         braces.set(name, text.length);
         text += items.get(name) + ',';
     }
     text = (order.length > 0 ? text.slice(0, -1) : text) + '}';
     for (const [name, brace] of braces) {
         const name_ = `"${name}"`;
-        if (text.indexOf('{', text.indexOf(name_) + name_.length) !== brace) return { text, mistaken: name };
+        if (text.indexOf('{', text.indexOf(name_) + name_.length) !== brace) return { text, misread: name };
     }
     return { text };
 }
 
-/**
- * The feed text of an object of tensors by input name. Every tensor arrives as its own input: a feed that
- * the library would read in another way is refused.
- */
 function feedJson(feed) {
     if (!isObject(feed)) {
         throw new VornicError('a feed must be an object of tensors by input name, or its text');
     }
     const names = Object.keys(feed);
     const items = new Map(names.map((name) => [name, tensorJson(name, feed[name])]));
-    // The library looks for an input's quoted name first, and begins its tensor at the next {. So
-    // inputs named like a word of the tensors themselves ("data" is a popular one) go first, and
-    // strings, which may spell any name, last. An input that is both may do in either place.
+    // The library finds an input by the first occurrence of its quoted name and starts its tensor at the
+    // next {. So inputs named like a word inside a tensor ("data" is common) go first, and string tensors,
+    // which may contain any name, last. Inputs that are both are tried in either place.
     const words = new Set([...MEMBERS, ...names.map((name) => feed[name].dtype)]);
     const isStrings = (name) => Number(STRINGS.includes(feed[name].dtype));
     const isNoWord = (name) => Number(!words.has(name));
-    let mistaken;
+    let misread;
     for (const [first, second] of [[isStrings, isNoWord], [isNoWord, isStrings]]) {
         const order = [...names].sort((a, b) => first(a) - first(b) || second(a) - second(b));
         const made = joined(items, order);
-        if (made.mistaken === undefined) return made.text;
-        mistaken = made.mistaken;
+        if (made.misread === undefined) return made.text;
+        misread = made.misread;
     }
-    throw unfit(mistaken, 'its name would be found among other words of the feed; bind it instead');
+    throw unfit(misread, 'its name also occurs earlier in the feed; bind it instead');
 }
 
-/** How many items a shape calls for, which the library holds in 8 dimensions of 65,536 at most. */
+/** The number of elements of a shape, at most 65,536 in 8 dimensions as in the library. */
 function checkedCount(name, shape, described) {
     if (shape.length > 8) throw unfit(name, 'shape must have at most 8 dimensions');
     if (!shape.every((size) => Number.isInteger(size) && size >= 0 && size <= 65536)) {
         throw unfit(name, 'shape must be whole numbers from 0 to 65536');
     }
-    // An empty description may also be that of an unknown rank, for which ONNX Runtime takes any.
+    // An empty description may stand for an unknown rank, for which ONNX Runtime accepts any.
     const fits = shape.length === described.length &&
         described.every((size, i) => size < 0 || size === shape[i]);
     if (described.length > 0 && !fits) {
@@ -131,14 +127,14 @@ function checkedCount(name, shape, described) {
 
 function checkStrings(name, data) {
     for (const text of data) {
-        if (typeof text !== 'string') throw unfit(name, 'data must be strings alone');
+        if (typeof text !== 'string') throw unfit(name, 'data must contain only strings');
         if (/\p{Surrogate}/u.test(text)) {
-            throw unfit(name, 'data holds a lone surrogate, which has no UTF-8');
+            throw unfit(name, 'data holds a lone surrogate, which UTF-8 cannot encode');
         }
         if (Buffer.byteLength(text) > 4095) {
             throw unfit(name, 'data holds a string of more than 4095 bytes');
         }
-        if (text.includes('\0')) throw unfit(name, 'data holds a zero byte, which no string can have');
+        if (text.includes('\0')) throw unfit(name, 'data holds a zero byte, which strings cannot contain');
     }
 }
 
@@ -147,9 +143,9 @@ function checkNumbers(name, data, dtype) {
     const isWhole = !dtype.startsWith('float');
     for (const value of data) {
         if (typeof value !== 'number' && !(dtype === 'bool' && typeof value === 'boolean')) {
-            throw unfit(name, 'data must be numbers alone');
+            throw unfit(name, 'data must contain only numbers');
         }
-        if (!(lowest <= value && value <= highest)) { // NaN is refused with them
+        if (!(lowest <= value && value <= highest)) { // also refuses NaN
             throw unfit(name, `data must be finite numbers from ${lowest} to ${highest}`);
         }
         if (isWhole && Number(value) % 1 !== 0) {
@@ -161,18 +157,11 @@ function checkNumbers(name, data, dtype) {
     }
 }
 
-/**
- * The text of a feed that somebody else made, as JSON.parse gives it, checked against a description
- * (session.inputs). Throws a VornicError that names the input and what is wrong with it unless every input
- * of the description is there and no other, each with the described dtype, dimensions that fit, as many
- * numbers or strings as they call for, and none that would arrive changed, but for the rounding of
- * fractions to float32 or float64.
- */
 function checkFeed(feed, inputs) {
     if (!isObject(feed)) throw new VornicError('a feed must be an object of tensors by input name');
-    // From 2,040 bytes on a description may lack entries, so the model may have more inputs.
+    // A description of 2,040 bytes or more may be truncated: inputs may be missing from it.
     if (inputs.length > 16 || Buffer.byteLength(JSON.stringify(inputs)) >= 2040) {
-        throw new VornicError('the model has more inputs than a feed can be checked for');
+        throw new VornicError('the model has too many inputs for a feed to be checked');
     }
     const described = new Map(inputs.map((entry) => [entry.name, entry]));
     for (const name of Object.keys(feed)) {
@@ -180,10 +169,10 @@ function checkFeed(feed, inputs) {
     }
     for (const [name, { dtype, shape }] of described) {
         if (dtype !== 'string' && !RANGES.has(dtype)) {
-            throw unfit(name, 'what the model takes there has no JSON form');
+            throw unfit(name, 'its type in the model has no JSON form');
         }
         if (Buffer.byteLength(name) > 127) {
-            throw unfit(name, 'a feed cannot hold names of more than 127 bytes');
+            throw unfit(name, 'a feed cannot hold names longer than 127 bytes');
         }
         if (!Object.hasOwn(feed, name)) throw unfit(name, 'it is missing');
         const item = feed[name];

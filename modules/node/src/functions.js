@@ -1,5 +1,5 @@
-// The library's functions without their common prefix: the result, then the arguments. A handle is a
-// BigInt here, or null; a text that is returned is copied into a string before the call returns.
+// The library's functions without their common prefix: the result type, then the argument types. Handles
+// are BigInts or null; returned text is copied into a string before the call returns.
 'use strict';
 
 const [handle, text, int, floats, sizes] = ['void *', 'str', 'int32_t', 'const float *', 'const int64_t *'];

@@ -13,11 +13,11 @@ const workers = require('./workers');
 
 const FILE = process.platform === 'win32' ? 'onnxruntime_vornic.dll' : 'libonnxruntime_vornic.so.1';
 
-/** What is loaded: the file given or named by the environment, the module's own, or the system's. */
+/** The library to load: the file given, that of the environment, the module's own, or the system's. */
 function choose(given) {
     const named = given || process.env.ONNXRUNTIME_VORNIC_LIBRARY;
-    // By full path: the loader could find another library of that name, and beside it another ONNX
-    // Runtime (Windows brings an old one of its own).
+    // By full path: the loader could find another library of that name, next to another ONNX Runtime
+    // (Windows ships an old one).
     if (named) return /[/\\]/.test(named) ? path.resolve(named) : named;
     const own = path.join(__dirname, '..', 'lib', `${process.platform}-${process.arch}`, FILE);
     return fs.existsSync(own) ? own : FILE;
@@ -38,23 +38,23 @@ class Library {
         } catch (error) {
             throw new VornicError(
                 `${this.file} is not a usable onnxruntime_vornic for ${process.platform}-${process.arch}: ` +
-                `${error.message}; name one in new Library(file) or ONNXRUNTIME_VORNIC_LIBRARY`);
+                `${error.message}; pass its path to new Library(file) or set ONNXRUNTIME_VORNIC_LIBRARY`);
         }
         this.check(this.functions.available());
         workers.pin(this.file);
     }
 
-    /** For the functions of this module: where a release function is. */
+    /** Internal to this module: the address of a function. */
     address(name) {
         return (this.#addresses[name] ??= this.#loaded.symbol('onnxruntime_vn_' + name));
     }
 
-    /** Hands on a handle or a 1; throws the library's reason for a null or a 0. */
+    /** Returns the handle or 1 that a function returned; throws the library's reason for null or 0. */
     check(outcome) {
         if (outcome) return outcome;
         const text = this.functions.last_error();
-        // Some refusals are silent and leave the text as it was. Making a tensor empties it, so that
-        // such a refusal never shows the reason of an earlier one.
+        // Some calls fail without setting the error text. Creating a tensor clears it, so that they never
+        // report the reason of an earlier failure.
         this.functions.release_tensor(this.functions.tensor_zeros_f32('[1]'));
         throw new VornicError(text || 'the library refused the call without a reason');
     }

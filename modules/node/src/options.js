@@ -6,7 +6,7 @@ const { Owned } = require('./owned');
 const LEVELS = { none: 0, basic: 1, extended: 2, layout: 3, all: 99 };
 const MODES = { sequential: 0, parallel: 1 };
 
-/** Calls the setter of each setting. */
+/** Applies settings by the methods of their names. */
 function apply(setters, target, settings) {
     for (const [name, value] of Object.entries(settings)) {
         if (!Object.hasOwn(setters, name)) throw new VornicError(`there is no setting ${name}`);
@@ -14,7 +14,7 @@ function apply(setters, target, settings) {
     }
 }
 
-/** Methods called like their settings, each of which returns its object. */
+/** Defines a chainable method for each setting. */
 function define(type, setters) {
     for (const [name, setter] of Object.entries(setters)) {
         type.prototype[name] = function set(...values) {
@@ -59,10 +59,10 @@ const SESSION_SETTERS = {
         list.every((entry) => SESSION_SETTERS.provider(f, h, ...[entry].flat())) ? 1 : 0,
 };
 
-/** A flat object of texts; past 1,023 bytes the library would cut it. */
+/** A flat object of strings; the library would truncate a longer one. */
 function providerJson(options) {
     const json = JSON.stringify(options, (key, value) => (key ? String(value) : value));
-    if (Buffer.byteLength(json) > 1023) throw new VornicError('provider options of more than 1023 bytes');
+    if (Buffer.byteLength(json) > 1023) throw new VornicError('provider options take at most 1023 bytes');
     return json;
 }
 
@@ -72,14 +72,14 @@ class SessionOptions extends Owned {
         closedOnError(this, () => apply(SESSION_SETTERS, this, settings));
     }
 
-    /** Calls use with options that were given, or made for it from settings. */
+    /** Calls use with the options, or with temporary ones made from settings. */
     static _with(library, options, use) {
         if (options instanceof SessionOptions) return use(options);
         const own = new SessionOptions(library, options ?? {});
         try {
             return use(own);
         } finally {
-            own.close(); // released when an asynchronous call that uses them has ended
+            own.close(); // an asynchronous call holds them until it has ended
         }
     }
 }

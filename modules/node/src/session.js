@@ -10,7 +10,7 @@ function feedText(feed) {
     return cText(typeof feed === 'string' ? feed : feedJson(feed), 'the feed');
 }
 
-/** An asynchronous run of call(options), ended by the signal at its next node. */
+/** Awaits call(options); the signal terminates the run at its next node. */
 async function withSignal(library, { signal, options }, call) {
     signal?.throwIfAborted();
     if (!signal) return call(options);
@@ -45,7 +45,7 @@ class Session extends Owned {
         return parsed(this.library.functions.get_modelmeta_json(this.handle), 'metadata');
     }
 
-    /** The functions of a JSON run and its arguments; options are RunOptions or nothing. */
+    /** The name of the function for a JSON run, and its arguments. */
     #jsonRun(feed, outputs, options) {
         const args = [this.handle, namesJson(outputs), feedText(feed)];
         return options ? ['run_json_with_options', ...args, options.handle] : ['run_json', ...args];
@@ -66,7 +66,7 @@ class Session extends Owned {
 
     #tensorRun(name, tensor, { outputs, fast }) {
         if (!(tensor instanceof FloatTensor)) {
-            throw new VornicError('runTensor takes a tensor that the library has made');
+            throw new VornicError('runTensor takes a FloatTensor');
         }
         const args = [this.handle, cText(name, 'the name'), tensor.handle, namesJson(outputs)];
         return [fast ? 'run_tensor_fast' : 'run_tensor', ...args];
@@ -96,7 +96,7 @@ class Session extends Owned {
 }
 
 class Binding extends Owned {
-    #session; // its ownership, since the session's object may be closed
+    #session; // the ownership: the Session itself may be closed earlier
 
     constructor(session) {
         const { library } = session;
@@ -135,7 +135,6 @@ class Binding extends Owned {
         return this.#call('synchronize_outputs');
     }
 
-    /** What the latest run gave, by name. */
     get outputs() {
         const text = this.library.functions.iobinding_outputs_json(this.handle);
         return parsed(text, 'binding').outputs ?? {};

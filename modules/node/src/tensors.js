@@ -5,16 +5,24 @@ const { markAsUntransferable } = require('node:worker_threads');
 const { VornicError, parsed } = require('./error');
 const { Owned, holdFor } = require('./owned');
 
-/** Floats of the library's without a copy, which stay until the array's buffer is collected. */
-function viewOf(ownership, address, count) {
-    const buffer = koffi.view(address, 4 * count);
-    markAsUntransferable(buffer);
-    holdFor(buffer, ownership);
-    return new Float32Array(buffer);
+/** Float32Arrays over native memory. They share one buffer, which holds the memory until it is collected. */
+class View {
+    #buffer = new WeakRef(new ArrayBuffer(0));
+
+    get(ownership, count, address) {
+        let buffer = this.#buffer.deref();
+        if (!buffer?.byteLength) {
+            buffer = koffi.view(address, 4 * count);
+            markAsUntransferable(buffer);
+            holdFor(buffer, ownership);
+            this.#buffer = new WeakRef(buffer);
+        }
+        return new Float32Array(buffer);
+    }
 }
 
 class Result extends Owned {
-    #lent = new WeakRef(new ArrayBuffer(0));
+    #view = new View();
 
     constructor(library, handle) {
         super(library, handle, 'release_result');
@@ -52,31 +60,27 @@ class Result extends Owned {
     }
 
     get floatView() {
-        const { floatCount: count, handle } = this;
+        const { floatCount: count, library, handle } = this;
         if (count === 0) return new Float32Array(0);
-        const lent = this.#lent.deref();
-        if (lent?.byteLength) return new Float32Array(lent);
-        const view = viewOf(this._ownership, this.library.functions.result_float_data(handle), count);
-        this.#lent = new WeakRef(view.buffer);
-        return view;
+        return this.#view.get(this._ownership, count, library.functions.result_float_data(handle));
     }
 }
 
-/** How many numbers a shape calls for. */
+/** The number of elements of a shape. */
 function product(shape) {
     const sizes = Array.from(shape, Number);
     const count = sizes.reduce((product, size) => product * size, 1);
     if (!sizes.every(Number.isSafeInteger) || count >= 2 ** 31) {
-        throw new VornicError('a float32 tensor holds at most 2147483647 numbers in whole dimensions');
+        throw new VornicError('a float32 tensor has whole dimensions and at most 2147483647 elements');
     }
     return count;
 }
 
-const MALLOC = process.platform === 'win32' ? 'msvcrt.dll' : null;
+const C_LIBRARY = process.platform === 'win32' ? 'msvcrt.dll' : null;
 let heap;
 
 class FloatTensor extends Owned {
-    #lent = new WeakRef(new ArrayBuffer(0));
+    #view = new View();
     #address;
 
     constructor(library, handle, address, shape) {
@@ -99,11 +103,11 @@ class FloatTensor extends Owned {
         return new FloatTensor(library, handle, null, shape);
     }
 
-    /** Over memory of the C library that the library uses, which its release frees. */
+    /** A tensor over memory from the C library's heap, which its release frees. */
     static _allocated(library, shape) {
         const count = product(shape);
         if (!heap) {
-            const loaded = koffi.load(MALLOC);
+            const loaded = koffi.load(C_LIBRARY);
             heap = {
                 calloc: loaded.func('calloc', 'void *', ['size_t', 'size_t']),
                 free: loaded.func('free', 'void', ['void *']),
@@ -112,18 +116,13 @@ class FloatTensor extends Owned {
         const address = heap.calloc(Math.max(count, 1), 4);
         const sizes = BigInt64Array.from(shape, BigInt);
         const handle = library.functions.tensor_adopt_f32(address, count, sizes, sizes.length);
-        if (!handle) heap.free(address); // it is still the caller's
+        if (!handle) heap.free(address); // not adopted
         return new FloatTensor(library, handle, address, shape);
     }
 
     get data() {
-        if (!this.#address) throw new VornicError('only a tensor of allocate() can be written to');
-        const ownership = this._ownership;
-        const lent = this.#lent.deref();
-        if (lent?.byteLength) return new Float32Array(lent);
-        const view = viewOf(ownership, this.#address, product(this.shape));
-        this.#lent = new WeakRef(view.buffer);
-        return view;
+        if (!this.#address) throw new VornicError('only tensors from allocate() have data');
+        return this.#view.get(this._ownership, product(this.shape), this.#address);
     }
 }
 

@@ -1,27 +1,27 @@
-// What workers leave behind. worker.terminate() runs nothing in the worker any more, no finalizer either,
-// so that its handles would stay until the process ends. Each is therefore entered in a table that all
-// threads share, and the thread that has made the worker releases what it finds there after its exit. By
-// then no call of the worker's is under way: Node.js waits for asynchronous ones too.
+// Releases the handles of terminated workers. worker.terminate() runs no more code in the worker, not even
+// finalizers, so its handles would leak. Workers therefore enter them in a table shared by all threads, and
+// after a worker's exit the thread that created it releases those that remain. No call of the worker is in
+// progress then: Node.js waits for asynchronous ones too.
 'use strict';
 
 const threads = require('node:worker_threads');
 const koffi = require('koffi');
 
-const KEY = 'onnxruntime-vornic handles 1'; // grows when the table's layout changes
-const CAPACITY = 16384; // handles of all workers at a time; further ones are not entered
-const FIELDS = 4; // owner, the worker that the main thread has made, the order of release, nothing
+const KEY = 'onnxruntime-vornic handles 1'; // increment when the table's layout changes
+const CAPACITY = 16384; // handles of all workers together; more are not entered
+const FIELDS = 4; // owner, the owner's top-level worker, release order + 1 or 0 while incomplete, padding
 
-// A worker finds the table of the thread that has made it, if that thread had this module.
+// A worker inherits the table of the thread that created it, if that thread had loaded this module.
 const inherited = threads.getEnvironmentData(KEY);
 const memory = inherited?.memory ?? new SharedArrayBuffer(CAPACITY * (4 * FIELDS + 8 * 2));
 const entries = new Int32Array(memory, 0, CAPACITY * FIELDS);
-const pointers = new BigInt64Array(memory, 4 * CAPACITY * FIELDS); // a handle and what releases it
+const pointers = new BigInt64Array(memory, 4 * CAPACITY * FIELDS); // handle, release function
 const ancestor = inherited?.ancestor || threads.threadId; // 0 is the main thread
 threads.setEnvironmentData(KEY, { memory, ancestor });
 
 let next = 0;
 
-/** Enters a handle; returns its slot, or -1 where no other thread would look for it. */
+/** Enters a handle and returns its slot; -1 if the table is full or not shared. */
 function enter(handle, release, order) {
     if (!inherited) return -1;
     for (let tries = 0; tries < CAPACITY; tries++, next = (next + 1) % CAPACITY) {
@@ -42,7 +42,7 @@ function leave(slot) {
     next = slot;
 }
 
-/** Releases what a worker has left, and what the workers that it had made have. */
+/** Releases the handles of a worker that has exited and of the workers it had created. */
 function releaseAllOf(thread) {
     const left = [];
     for (let slot = 0; slot < CAPACITY; slot++) {
@@ -59,14 +59,14 @@ function releaseAllOf(thread) {
     }
 }
 
-koffi.load(null); // before which koffi.call, in a thread without a library of its own, would crash
+koffi.load(null); // koffi.call crashes in a thread that has not loaded a library
 const releaseType = koffi.proto('void', ['void *']);
 process.on('worker', (worker) => {
-    const { threadId } = worker; // it has none after its exit
+    const { threadId } = worker; // is lost at its exit
     worker.once('exit', () => releaseAllOf(threadId));
 });
 
-/** Keeps a library loaded, whose functions the table names, when the worker that has loaded it ends. */
+/** Keeps a library loaded after its worker has ended, since the table has addresses of its functions. */
 function pin(path) {
     if (!inherited) return;
     if (process.platform === 'win32') {

@@ -6,22 +6,16 @@
         with session.run({"x": tensor("float32", [1, 2], [0.5, 1])}) as result:
             print(result["y"]["data"])
 
-A failure raises VornicError with the reason, and what has to be released is a context manager. A feed
-that somebody else made goes through check_feed first. NumPy is not needed, but its arrays are taken
-wherever numbers are.
+Failures raise VornicError with the reason. Objects that hold native resources are context
+managers. Check feeds from untrusted sources with check_feed. NumPy is not required, but its arrays
+are accepted wherever numbers are.
 """
 from ._errors import VornicError, VornicTimeout
 from ._feeds import Description, Feed, Output, Tensor, check_feed, feed_json, tensor
 from ._handle import Handle
 from ._library import Library
 from ._native import Functions
-from ._options import (
-    ExecutionMode,
-    GraphOptimizationLevel,
-    RunOptions,
-    SessionOptions,
-    Severity,
-)
+from ._options import ExecutionMode, GraphOptimizationLevel, RunOptions, SessionOptions, Severity
 from ._result import Result
 from ._session import Binding, FloatTensor, Session
 

@@ -1,10 +1,10 @@
-"""What is raised, and the checks of plain arguments."""
+"""Exceptions, and checks of plain arguments."""
 import operator
 from typing import Any
 
 
 class VornicError(Exception):
-    """What went wrong, in the library's words or in those of this package.
+    """A failure, with the message of the library or of this package.
 
     >>> library.session("absent.onnx")  # doctest: +ELLIPSIS
     Traceback (most recent call last):
@@ -15,7 +15,7 @@ class VornicError(Exception):
 
 
 class VornicTimeout(VornicError, TimeoutError):
-    """A run was ended at its deadline.
+    """A run was terminated at its deadline.
 
     >>> session.run({"x": tensor("float32", [1, 3], [1, 2, 3])}, timeout=0)
     Traceback (most recent call last):
@@ -26,18 +26,18 @@ class VornicTimeout(VornicError, TimeoutError):
 
 
 def c_text(text: str, what: str) -> bytes:
-    """A text as the library takes it. A zero byte would end it early."""
+    """Encodes a string for the library."""
     try:
         encoded = text.encode()
     except (AttributeError, UnicodeEncodeError) as error:
-        raise VornicError(f"{what} is no text: {error}") from None
+        raise VornicError(f"{what} is not valid text: {error}") from None
     if b"\0" in encoded:
-        raise VornicError(f"{what} holds a zero byte, where the library would take it to end")
+        raise VornicError(f"{what} contains a zero byte, which would end it early")
     return encoded
 
 
 def int32(value: Any, what: str) -> int:
-    """A number that fits, since ctypes would drop its upper bits."""
+    """A value as an int32; ctypes would silently drop its upper bits."""
     try:
         number = operator.index(value)
     except TypeError:

@@ -1,4 +1,4 @@
-"""Feeds: tensors as dicts, their text, and the check of feeds that others send."""
+"""Feeds: tensors as dicts, their JSON text, and the check of untrusted feeds."""
 import json
 import math
 import operator
@@ -10,8 +10,8 @@ from ._errors import VornicError, c_text
 _MEMBERS = ("dtype", "shape", "data")
 _STRINGS = ("string", "str")
 
-# What the numbers of a feed may be, from lowest to highest. A float32 may be as large as what still
-# rounds to one, since writers of shortest digits round the largest up.
+# The lowest and the highest number of each type in a feed. The limit of float32 is the largest
+# number that rounds to a finite one: the shortest decimal form of the largest float32 lies above it.
 _LARGEST_FLOAT32 = 2.0**128 - 2.0**103 - 2.0**75
 _RANGES = {
     "float32": (-_LARGEST_FLOAT32, _LARGEST_FLOAT32),
@@ -23,7 +23,7 @@ _RANGES = {
 
 
 class Tensor(TypedDict):
-    """A tensor of a feed: its element type, its shape, and its items in row-major order."""
+    """A tensor of a feed; data holds its elements in row-major order."""
 
     dtype: str
     shape: List[int]
@@ -31,13 +31,13 @@ class Tensor(TypedDict):
 
 
 class Output(Tensor, total=False):
-    """An output of a run, which can be fed as it is; one that has no text form is an error alone."""
+    """An output of a run, which can be fed as it is; one that has no JSON form has only error."""
 
     error: str
 
 
 class Description(TypedDict):
-    """What a model says of an input or an output; -1 in its shape is for each run to choose."""
+    """An input or output of a model; -1 in its shape is a dimension that each run chooses."""
 
     name: str
     type: str
@@ -50,7 +50,7 @@ Feed = Dict[str, Tensor]
 
 
 def tensor(dtype: str, shape: Iterable[int], data: Iterable[Any]) -> Tensor:
-    """An input tensor for a feed, from flat items or a NumPy array of any shape.
+    """An input tensor for a feed, from flat elements or a NumPy array of any shape.
 
     >>> tensor("int64", [2, 1], (1, 2))
     {'dtype': 'int64', 'shape': [2, 1], 'data': [1, 2]}
@@ -58,19 +58,19 @@ def tensor(dtype: str, shape: Iterable[int], data: Iterable[Any]) -> Tensor:
     try:
         return {"dtype": dtype, "shape": list(shape), "data": list(flat(data))}
     except TypeError as error:
-        raise VornicError(f"no tensor can be made of that: {error}") from None
+        raise VornicError(f"cannot make a tensor: {error}") from None
 
 
 def flat(values: Any) -> Any:
-    """The items of a NumPy array as Python's own in row-major order; anything else as it is."""
+    """The elements of a NumPy array as a list in row-major order; anything else as it is."""
     return values.ravel().tolist() if hasattr(values, "ravel") else values
 
 
 def feed_json(feed: Feed) -> str:
-    """The feed text of a dict of tensors by input name.
+    """The JSON text of a feed.
 
-    Every tensor arrives as its own input: a feed that the library would read in another way is
-    refused. Whether the tensors suit the model is not looked at; see check_feed.
+    Feeds that the library would misread are refused. Whether the tensors fit the model is not
+    checked; see check_feed.
 
     >>> feed_json({"x": tensor("float32", [1, 3], [1, 2.5, 3])})
     '{"x":{"dtype":"float32","shape":[1,3],"data":[1,2.5,3]}}'
@@ -78,29 +78,29 @@ def feed_json(feed: Feed) -> str:
     if not isinstance(feed, dict):
         raise VornicError("a feed must be a dict of tensors by input name, or its text")
     items = {name: tensor_json(name, item) for name, item in feed.items()}
-    # The library looks for an input's quoted name first, and begins its tensor at the next {. So
-    # inputs named like a word of the tensors themselves ("data" is a popular one) go first, and
-    # strings, which may spell any name, last. An input that is both may do in either place.
+    # The library finds an input by the first occurrence of its quoted name and starts its tensor at
+    # the next {. So inputs named like a word inside a tensor ("data" is common) go first, and string
+    # tensors, which may contain any name, last. Inputs that are both are tried in either place.
     words = {*_MEMBERS, *(item["dtype"] for item in feed.values())}
     orders = (
         lambda name: (feed[name]["dtype"] in _STRINGS, name not in words),
         lambda name: (name not in words, feed[name]["dtype"] in _STRINGS),
     )
     for order in orders:
-        text, mistaken = _joined(items, sorted(items, key=order))
-        if mistaken is None:
+        text, misread = _joined(items, sorted(items, key=order))
+        if misread is None:
             return text
-    raise _unfit(mistaken, "its name would be found among other words of the feed; bind it instead")
+    raise _unfit(misread, "its name also occurs earlier in the feed; bind it instead")
 
 
 def check_feed(feed: Any, inputs: Sequence[Description]) -> str:
-    """The text of a feed that somebody else made, checked against a description: Session.inputs.
+    """The JSON text of an untrusted feed, checked against Session.inputs.
 
-    The feed is a dict as json.loads gives it. Raises VornicError, with the input's name and what is
-    wrong with it, unless every input of the description is there and no other, each an object of
-    dtype, shape and data and nothing else, with the described dtype, dimensions that fit, as many
-    numbers or strings as they call for, and none that would arrive changed, but for the rounding of
-    fractions to float32 or float64. NaN and infinities are refused: JSON has none.
+    The feed is what json.loads returned. It must have exactly the inputs described, each an object
+    with only dtype, shape and data: the dtype described, dimensions that fit, and as many elements
+    as they require. Elements that would arrive changed are refused, apart from fractions rounded to
+    float32 or float64; so are NaN and infinities, which JSON lacks. The VornicError names the input
+    and says what is wrong with it.
 
     >>> check_feed({"x": {"dtype": "float32", "shape": [1, 3], "data": [1, 2]}}, session.inputs)
     Traceback (most recent call last):
@@ -108,18 +108,18 @@ def check_feed(feed: Any, inputs: Sequence[Description]) -> str:
     """
     if not isinstance(feed, dict):
         raise VornicError("a feed must be an object of tensors by input name")
-    # From 2,040 bytes on a description may lack entries, so the model may have more inputs.
+    # A description of 2,040 bytes or more may be truncated: inputs may be missing from it.
     if len(inputs) > 16 or len(_plain_json(inputs).encode()) >= 2040:
-        raise VornicError("the model has more inputs than a feed can be checked for")
+        raise VornicError("the model has too many inputs for a feed to be checked")
     described = {entry["name"]: entry for entry in inputs}
     for name in feed:
         if name not in described:
             raise _unfit(name, "the model has no such input")
     for name, entry in described.items():
         if entry["dtype"] != "string" and entry["dtype"] not in _RANGES:
-            raise _unfit(name, "what the model takes there has no JSON form")
+            raise _unfit(name, "its type in the model has no JSON form")
         if len(name.encode()) > 127:
-            raise _unfit(name, "a feed cannot hold names of more than 127 bytes")
+            raise _unfit(name, "a feed cannot hold names longer than 127 bytes")
         if name not in feed:
             raise _unfit(name, "it is missing")
         item = feed[name]
@@ -152,12 +152,12 @@ def _check_members(name: Any, item: Any) -> None:
 
 
 def _checked_count(name: str, shape: Sequence[Any], described: Sequence[int]) -> int:
-    """How many items a shape calls for, which the library holds in 8 dimensions of 65,536 at most."""
+    """The number of elements of a shape, at most 65,536 in 8 dimensions as in the library."""
     if len(shape) > 8:
         raise _unfit(name, "shape must have at most 8 dimensions")
     if not all(type(size) is int and 0 <= size <= 65536 for size in shape):
         raise _unfit(name, "shape must be whole numbers from 0 to 65536")
-    # An empty description may also be that of an unknown rank, for which ONNX Runtime takes any.
+    # An empty description may stand for an unknown rank, for which ONNX Runtime accepts any.
     fits = len(shape) == len(described) and all(d < 0 or d == s for s, d in zip(shape, described))
     if described and not fits:
         raise _unfit(name, f"shape must be {described}, with any size for -1")
@@ -170,22 +170,22 @@ def _checked_count(name: str, shape: Sequence[Any], described: Sequence[int]) ->
 def _check_strings(name: str, data: Sequence[Any], _: str) -> None:
     for text in data:
         if type(text) is not str:
-            raise _unfit(name, "data must be strings alone")
+            raise _unfit(name, "data must contain only strings")
         try:
             length = len(text.encode())
         except UnicodeEncodeError:
-            raise _unfit(name, "data holds a lone surrogate, which has no UTF-8") from None
+            raise _unfit(name, "data holds a lone surrogate, which UTF-8 cannot encode") from None
         if length > 4095:
             raise _unfit(name, "data holds a string of more than 4095 bytes")
         if "\0" in text:
-            raise _unfit(name, "data holds a zero byte, which no string can have")
+            raise _unfit(name, "data holds a zero byte, which strings cannot contain")
 
 
 def _check_numbers(name: str, data: Sequence[Any], dtype: str) -> None:
     if not set(map(type, data)) <= ({bool, int, float} if dtype == "bool" else {int, float}):
-        raise _unfit(name, "data must be numbers alone")
+        raise _unfit(name, "data must contain only numbers")
     lowest, highest = _RANGES[dtype]
-    # NaN may hide from min and max, and isfinite is not for numbers beyond every range.
+    # min and max may miss NaN, and isfinite raises on huge integers, so the ranges come first.
     if data and not (
         lowest <= min(data) and max(data) <= highest and all(map(math.isfinite, data))
     ):
@@ -198,11 +198,11 @@ def _check_numbers(name: str, data: Sequence[Any], dtype: str) -> None:
 
 
 def _joined(items: Dict[str, str], order: Iterable[str]) -> Tuple[str, Optional[str]]:
-    """A feed's text, and an input whose name the library would find elsewhere first, or None."""
+    """A feed's text, and an input that the library would find elsewhere first, or None."""
     text = "{"
     braces: Dict[str, int] = {}
     for name in order:
-        text += f'"{name}":'  # as it is: the library looks for names unescaped
+        text += f'"{name}":'  # not escaped: the library searches for the plain name
         braces[name] = len(text)
         text += items[name] + ","
     text = text.rstrip(",") + "}"
@@ -214,12 +214,12 @@ def _joined(items: Dict[str, str], order: Iterable[str]) -> Tuple[str, Optional[
 
 
 def tensor_json(name: Any, item: Any) -> str:
-    """The text of one tensor, dtype and shape first: strings could spell the members' names."""
+    """One tensor as JSON; data comes last, since its strings may contain the members' names."""
     if not isinstance(name, str):
         raise _unfit(name, "its name must be a str")
     _check_members(name, item)
     data = item["data"]
-    if item["dtype"] in ("bool", "boolean"):  # true and false are written, but not read
+    if item["dtype"] in ("bool", "boolean"):  # the library does not read true and false
         data = [int(value) if isinstance(value, bool) else value for value in data]
     try:
         if item["dtype"] in _STRINGS:
@@ -237,22 +237,21 @@ def _plain_json(value: Any) -> str:
 
 
 def quoted(text: str) -> str:
-    # Everything but these two arrives as it is, control characters too; \u would not be decoded.
+    # The library takes characters other than these two as they are, and does not decode \u.
     if not isinstance(text, str):
-        raise TypeError("a string tensor holds strings alone")
+        raise TypeError("a string tensor must contain only strings")
     return '"' + text.replace("\\", "\\\\").replace('"', '\\"') + '"'
 
 
-def parsed(text: bytes, what: str) -> Any:
+def parsed(text: str, what: str) -> Any:
     try:
-        return json.loads(text.decode(errors="replace"), strict=False)
+        return json.loads(text, strict=False)  # the library does not escape control characters
     except ValueError:
-        # The library cuts a text at its limit, and inf and nan have no JSON form.
-        raise VornicError(f"the text of the {what} is cut or holds inf or nan") from None
+        raise VornicError(f"the JSON of the {what} is truncated or holds inf or nan") from None
 
 
 def names_json(names: Optional[Sequence[str]]) -> Optional[bytes]:
-    """The text that asks for these outputs; nothing asks for all."""
+    """A selection of outputs for the library; None selects all."""
     if not names:
         return None
     if not isinstance(names, (list, tuple)) or not all(isinstance(name, str) for name in names):

@@ -1,4 +1,4 @@
-"""What owns an object of the library's."""
+"""Ownership of the library's objects."""
 import os
 import weakref
 from typing import TYPE_CHECKING, Any, Callable, Optional, TypeVar
@@ -12,15 +12,16 @@ _Self = TypeVar("_Self", bound="Handle")
 
 
 def _release(release: Callable[[int], None], handle: int, process: int) -> None:
-    # Not in a forked child: the threads of a session are the parent's.
+    # Not in a forked child, which does not have the session's threads.
     if os.getpid() == process:
         release(handle)
 
 
 class Handle:
-    """An object of the library's: a context manager that releases it at the end of its block.
+    """An object of the library, and a context manager that releases it at the end of its block.
 
-    What nobody has closed is released when the last reference to it goes, but not when Python ends.
+    An object that was not closed is released with the last reference to it, but not at interpreter
+    exit.
 
     >>> with library.run_options() as options:
     ...     pass
@@ -33,16 +34,17 @@ class Handle:
         self.library = library
         self._handle: Optional[int] = library.check(handle)
         self._release = release
-        self._net = self._released_after(self)
+        self._release_with(self)
 
-    def _released_after(self, last: Any) -> Any:
-        net = weakref.finalize(last, _release, self._release, self.handle, os.getpid())
-        net.atexit = False
-        return net
+    def _release_with(self, owner: Any) -> None:
+        """Releases the handle when owner is collected."""
+        arguments = self._release, self.handle, os.getpid()
+        self._finalizer = weakref.finalize(owner, _release, *arguments)
+        self._finalizer.atexit = False
 
     @property
     def handle(self) -> int:
-        """The address, for calls of Library.functions."""
+        """The address, to pass to Library.functions."""
         if self._handle is None:
             raise VornicError(f"this {type(self).__name__} is closed")
         return self._handle
@@ -54,8 +56,13 @@ class Handle:
         self.close()
 
     def close(self) -> None:
-        """Releases it; a second time does nothing. No other thread may be using it."""
+        """Releases the object; idempotent. No other thread may be using it."""
         if self._handle is not None:
-            self._net.detach()
+            self._finalizer.detach()
             handle, self._handle = self._handle, None
             self._release(handle)
+
+    def _text(self, function: Any) -> str:
+        """The string that a function returns for this handle."""
+        text: bytes = function(self.handle)
+        return text.decode(errors="replace")

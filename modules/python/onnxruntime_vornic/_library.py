@@ -1,4 +1,4 @@
-"""The library, from which everything else is made."""
+"""The loaded library, which creates all other objects."""
 import ctypes
 import os
 from typing import Any, Iterable, List, Optional, Sequence, TypeVar, Union
@@ -14,9 +14,9 @@ Path = Union[str, bytes, "os.PathLike[Any]"]
 
 
 class Library:
-    """The library: the file given, else that of $ONNXRUNTIME_VORNIC_LIBRARY, else the one that came
-    with this package (in its wheel, its checkout's build/linux or its archive), else what the
-    system's loader finds. A given name without a folder is the loader's to find too.
+    """The native library, loaded from path, else from $ONNXRUNTIME_VORNIC_LIBRARY, else from this
+    package (its wheel, archive or checkout), else from wherever the system's loader finds it. The
+    loader also searches for a path without a directory.
 
     >>> library = Library()
     >>> library.providers[-1]
@@ -28,7 +28,7 @@ class Library:
         self.check(self.functions.available())
 
     def check(self, outcome: Optional[_Outcome]) -> _Outcome:
-        """Hands on a handle or a 1 of Library.functions; raises VornicError for a null or a 0.
+        """Returns the handle or 1 that a function returned; raises VornicError for null or 0.
 
         >>> library.check(library.functions.available())
         1
@@ -36,8 +36,8 @@ class Library:
         if outcome:
             return outcome
         text = self.functions.last_error().decode(errors="replace")
-        # Some refusals are silent and leave the text as it was. Making a tensor empties it, so that
-        # such a refusal never shows the reason of an earlier one.
+        # Some calls fail without setting the error text. Creating a tensor clears it, so that they
+        # never report the reason of an earlier failure.
         self.functions.release_tensor(self.functions.tensor_zeros_f32(b"[1]"))
         raise VornicError(text or "the library refused the call without a reason")
 
@@ -49,9 +49,9 @@ class Library:
 
     @property
     def providers(self) -> List[str]:
-        """The execution providers that ONNX Runtime offers. One thread at a time may ask."""
+        """The execution providers of this ONNX Runtime. Not to be read by two threads at once."""
         text: bytes = self.functions.get_available_providers_json()
-        providers: List[str] = parsed(text, "providers")
+        providers: List[str] = parsed(text.decode(), "providers")
         return providers
 
     def session(
@@ -62,9 +62,9 @@ class Library:
         options: Optional[SessionOptions] = None,
         **settings: Any,
     ) -> Session:
-        """A session for a model file, with settings as of SessionOptions.set, or with options.
+        """Loads a model file, either with the settings of SessionOptions.set or with options.
 
-        threads are intra_op_num_threads; 0 leaves their number to ONNX Runtime.
+        threads is intra_op_num_threads; 0 lets ONNX Runtime choose.
 
         >>> with library.session("double.onnx", threads=1, providers=["CPU"]) as session:
         ...     print(session.outputs[0]["name"])
@@ -72,25 +72,25 @@ class Library:
         """
         if options is not None:
             if threads or settings:
-                raise VornicError("a session takes either options or settings of its own")
+                raise VornicError("a session takes options or settings, not both")
             return Session(self, model, options)
         with self.session_options(**{"intra_op_num_threads": threads, **settings}) as own:
             return Session(self, model, own)
 
     def session_options(self, **settings: Any) -> SessionOptions:
-        """Settings for several sessions, as of SessionOptions.set."""
+        """Settings for several sessions; see SessionOptions.set."""
         return SessionOptions(self, **settings)
 
     def run_options(self, **settings: Any) -> RunOptions:
-        """Settings for runs, as of RunOptions.set."""
+        """Settings for runs; see RunOptions.set."""
         return RunOptions(self, **settings)
 
     def tensor(self, values: Any, shape: Optional[Sequence[int]] = None) -> FloatTensor:
         """A float32 tensor for Session.run_tensor, from flat numbers or an array of any shape.
 
-        Without a shape, that of values. Quickest is float32 in C order with the buffer protocol,
-        such as an ndarray or array("f"), which only the library copies. Anything else is converted;
-        bytes are raw float32.
+        The shape defaults to that of values. A float32 buffer in C order, such as an ndarray or
+        array("f"), is fastest: it is copied once. Anything else is converted first; bytes are raw
+        float32.
 
         >>> library.tensor([1, 2.5, 3], [1, 3]).close()
         """
@@ -107,9 +107,9 @@ class Library:
         return FloatTensor(self, self.functions.tensor_zeros_f32(text.encode()))
 
     def adopt(self, address: int, shape: Sequence[int]) -> FloatTensor:
-        """A float32 tensor over memory of malloc's, which the tensor frees from then on.
+        """A float32 tensor over memory from malloc, which the tensor will free.
 
-        Where this fails the memory stays the caller's. On Windows it must be msvcrt.dll's malloc.
+        On failure the memory stays the caller's. On Windows it must come from msvcrt.dll's malloc.
         """
         sizes = (ctypes.c_int64 * len(shape))(*shape)
         count = 1

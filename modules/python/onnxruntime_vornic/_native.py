@@ -1,4 +1,4 @@
-"""The C functions as ctypes declares them, and where their library is found."""
+"""The ctypes declarations of the C functions, and the search for their library."""
 import ctypes
 import os
 import pathlib
@@ -12,7 +12,7 @@ WINDOWS = sys.platform == "win32"
 FILE = "onnxruntime_vornic.dll" if WINDOWS else "libonnxruntime_vornic.so.1"
 PREFIX = "onnxruntime_vn_"
 
-# Result and arguments of each function. ctypes copies a char pointer that is a result into a bytes
+# The result and argument types of each function. ctypes copies a returned string into a bytes
 # object before the call returns.
 SIGNATURES = {
     "available": (c_int32,),
@@ -82,9 +82,9 @@ SIGNATURES = {
 
 
 class Functions:
-    """Every C function as a method, called by its name without ``onnxruntime_vn_``.
+    """Every C function as a method, by its name without ``onnxruntime_vn_``.
 
-    For what the classes of this package do not offer. Handles are integers, texts are bytes, and
+    For what the classes of this package do not cover. Handles are integers, strings are bytes, and
     nothing is checked: see onnxruntime_vornic.h.
 
     >>> library.functions.get_version_string()[:2]
@@ -98,12 +98,12 @@ class Functions:
             function.restype, function.argtypes = result, arguments
             setattr(self, name, function)
 
-    def __getattr__(self, name: str) -> Any:  # for type checkers: __init__ has set what there is
+    def __getattr__(self, name: str) -> Any:  # for type checkers; __init__ sets the functions
         raise AttributeError(name)
 
 
-def own_places() -> List[pathlib.Path]:
-    """Where a library may lie that came with this package: in its wheel, its checkout or archive."""
+def bundled_files() -> List[pathlib.Path]:
+    """Where this package's own library may be: in its wheel, its checkout or its archive."""
     here = pathlib.Path(__file__).resolve().parent
     folders = [here / "lib"]
     if here.parts[-3:-1] == ("modules", "python"):
@@ -114,26 +114,27 @@ def own_places() -> List[pathlib.Path]:
     return [folder / FILE for folder in folders]
 
 
-def choice(path: Union[str, bytes, "os.PathLike[Any]", None]) -> Tuple[str, List[pathlib.Path]]:
-    """What is loaded, and the places where there was nothing."""
+def choose(path: Union[str, bytes, "os.PathLike[Any]", None]) -> Tuple[str, List[pathlib.Path]]:
+    """The file to load, and those tried in vain if only its name is known."""
     named = path or os.environ.get("ONNXRUNTIME_VORNIC_LIBRARY")
     if named:
         text = os.fsdecode(named)
-        # By full path: the loader could find another library of that name, and beside it another
-        # ONNX Runtime (Windows brings an old one of its own).
+        # By full path: the loader could find another library of that name, next to another ONNX
+        # Runtime (Windows ships an old one).
         return (os.path.abspath(text) if os.path.dirname(text) else text), []
-    places = own_places()
-    return next((str(place) for place in places if place.exists()), FILE), places
+    bundled = bundled_files()
+    found = next(filter(pathlib.Path.exists, bundled), None)
+    return (str(found), []) if found else (FILE, bundled)
 
 
 def load(path: Union[str, bytes, "os.PathLike[Any]", None] = None) -> Functions:
-    """The functions of the library at path, or of the one that is found."""
-    chosen, places = choice(path)
+    """Loads the library at path, or the one that is found."""
+    chosen, tried = choose(path)
     try:
         return Functions(chosen)
     except (OSError, AttributeError) as error:
         reason = f"{chosen} is not a usable onnxruntime_vornic: {error}"
-        if chosen == FILE and places:
-            reason += "; nor is there any of " + ", ".join(map(str, places))
-            reason += "; name it in Library(path) or ONNXRUNTIME_VORNIC_LIBRARY"
+        if tried:
+            reason += "; nor does any of these exist: " + ", ".join(map(str, tried))
+            reason += "; pass its path to Library(path) or set ONNXRUNTIME_VORNIC_LIBRARY"
         raise VornicError(reason) from None

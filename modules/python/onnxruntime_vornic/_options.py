@@ -1,4 +1,4 @@
-"""Settings of sessions and of runs."""
+"""Options of sessions and runs."""
 import contextlib
 import enum
 import threading
@@ -28,7 +28,7 @@ class GraphOptimizationLevel(enum.IntEnum):
 
 
 class ExecutionMode(enum.IntEnum):
-    """Whether a session runs operators side by side.
+    """Whether a session runs independent operators in parallel.
 
     >>> library.session("double.onnx", execution_mode=ExecutionMode.PARALLEL).close()
     """
@@ -38,7 +38,7 @@ class ExecutionMode(enum.IntEnum):
 
 
 class Severity(enum.IntEnum):
-    """What is logged: messages of this severity and of those after it.
+    """The least severe messages that are logged.
 
     >>> library.run_options(log_severity_level=Severity.ERROR).close()
     """
@@ -51,7 +51,7 @@ class Severity(enum.IntEnum):
 
 
 def _provider_options_json(options: Mapping[str, Any]) -> bytes:
-    """A flat object of strings, of which the library would cut what it cannot keep."""
+    """A flat object of strings; the library would truncate a longer one."""
     pairs = (
         f"{quoted(str(key))}:{quoted(str(int(value) if isinstance(value, bool) else value))}"
         for key, value in options.items()
@@ -62,25 +62,40 @@ def _provider_options_json(options: Mapping[str, Any]) -> bytes:
     return text
 
 
-class SessionOptions(Handle):
-    """Settings for any number of sessions, which take effect when a session is created.
-
-    What is not given, or None, is left as it is, at first to ONNX Runtime. Library.session takes
-    the same settings directly.
-
-    >>> with library.session_options(intra_op_num_threads=1, providers=["CPU"]) as options:
-    ...     sessions = [library.session("double.onnx", options=options) for _ in range(2)]
-    """
+class _Options(Handle):
+    _kind: str  # as in the names of the C functions
+    set: Any
 
     def __init__(self, library: "Library", **settings: Any) -> None:
-        functions = library.functions
-        handle = functions.create_session_options()
-        super().__init__(library, handle, functions.release_session_options)
+        create = getattr(library.functions, f"create_{self._kind}")
+        super().__init__(library, create(), getattr(library.functions, f"release_{self._kind}"))
         try:
             self.set(**settings)
         except BaseException:
             self.close()
             raise
+
+    def _call(self, name: str, *arguments: Any) -> None:
+        function = getattr(self.library.functions, f"{self._kind}_{name}")
+        self.library.check(function(self.handle, *arguments))
+
+    def _set_numbers(self, **numbers: Optional[int]) -> None:
+        for name, value in numbers.items():
+            if value is not None:
+                self._call(f"set_{name}", int32(value, name))
+
+
+class SessionOptions(_Options):
+    """Settings for any number of sessions, applied when a session is created.
+
+    Settings that are omitted or None keep their value, at first ONNX Runtime's default.
+    Library.session takes the same settings directly.
+
+    >>> with library.session_options(intra_op_num_threads=1, providers=["CPU"]) as options:
+    ...     sessions = [library.session("double.onnx", options=options) for _ in range(2)]
+    """
+
+    _kind = "session_options"
 
     def set(
         self,
@@ -99,61 +114,33 @@ class SessionOptions(Handle):
     ) -> None:
         """Changes settings.
 
-        intra_op_num_threads are those inside one operator, inter_op_num_threads those that run operators
-        side by side in ExecutionMode.PARALLEL. profiling is True or the beginning of the path of the
-        profile, see Session.end_profiling. providers are appended in their order, each a name or
-        a name with its options.
+        intra_op_num_threads is the number of threads that one operator uses, inter_op_num_threads
+        the number that run operators in parallel in ExecutionMode.PARALLEL. profiling is True or a
+        prefix for the profile's path; see Session.end_profiling. providers are appended in order,
+        each as a name or a name with its options.
 
         >>> with library.session_options() as options:
         ...     options.set(graph_optimization_level=GraphOptimizationLevel.ALL, mem_pattern=False)
         ...     options.set(providers=[("CPU", {"use_arena": False})])
         """
-        f, check, handle = self.library.functions, self.library.check, self.handle
-        numbers = (
-            (
-                f.session_options_set_intra_op_num_threads,
-                intra_op_num_threads,
-                "intra_op_num_threads",
-            ),
-            (
-                f.session_options_set_inter_op_num_threads,
-                inter_op_num_threads,
-                "inter_op_num_threads",
-            ),
-            (
-                f.session_options_set_graph_optimization_level,
-                graph_optimization_level,
-                "graph_optimization_level",
-            ),
-            (f.session_options_set_execution_mode, execution_mode, "execution_mode"),
-            (f.session_options_set_log_verbosity_level, log_verbosity_level, "log_verbosity_level"),
-            (f.session_options_set_log_severity_level, log_severity_level, "log_severity_level"),
+        self._set_numbers(
+            intra_op_num_threads=intra_op_num_threads,
+            inter_op_num_threads=inter_op_num_threads,
+            graph_optimization_level=graph_optimization_level,
+            execution_mode=execution_mode,
+            log_verbosity_level=log_verbosity_level,
+            log_severity_level=log_severity_level,
         )
-        for setter, value, name in numbers:
-            if value is not None:
-                check(setter(handle, int32(value, name)))
-        switches = (
-            (
-                cpu_mem_arena,
-                f.session_options_disable_cpu_mem_arena,
-                f.session_options_enable_cpu_mem_arena,
-            ),
-            (
-                mem_pattern,
-                f.session_options_disable_mem_pattern,
-                f.session_options_enable_mem_pattern,
-            ),
-        )
-        for value, off, on in switches:
-            if value is not None:
-                check((on if value else off)(handle))
+        for name, enabled in (("cpu_mem_arena", cpu_mem_arena), ("mem_pattern", mem_pattern)):
+            if enabled is not None:
+                self._call(f"{'enable' if enabled else 'disable'}_{name}")
         if profiling is False:
-            check(f.session_options_disable_profiling(handle))
+            self._call("disable_profiling")
         elif profiling is not None:
             prefix = None if profiling is True else c_text(profiling, "profiling")
-            check(f.session_options_enable_profiling(handle, prefix))
+            self._call("enable_profiling", prefix)
         if log_id is not None:
-            check(f.session_options_set_log_id(handle, c_text(log_id, "log_id")))
+            self._call("set_log_id", c_text(log_id, "log_id"))
         for provider in providers:
             if isinstance(provider, str):
                 self.append_provider(provider)
@@ -161,7 +148,7 @@ class SessionOptions(Handle):
                 self.append_provider(*provider)
 
     def append_provider(self, name: str, options: Optional[Mapping[str, Any]] = None) -> None:
-        """Appends an execution provider; providers are asked in this order, the CPU's last.
+        """Appends an execution provider. ONNX Runtime tries them in order, the CPU's last.
 
         >>> with library.session_options() as options:
         ...     options.append_provider("CPU", {"use_arena": False})
@@ -174,35 +161,17 @@ class SessionOptions(Handle):
             append = functions.session_options_append_execution_provider_with_options
             accepted = append(self.handle, text, _provider_options_json(options))
         if not accepted:
-            raise VornicError("a provider needs a name, and a session has at most 8 of them")
+            raise VornicError("a provider needs a name, and a session takes at most 8 of them")
 
 
-class RunOptions(Handle):
-    """Settings for runs, which runs may share. They end runs early, and tag what runs log.
+class RunOptions(_Options):
+    """Settings that any number of runs may share, to end them early and to tag their log messages.
 
     >>> with library.run_options(tag="request 7") as options:
     ...     session.run({"x": tensor("float32", [1, 3], [1, 2, 3])}, options=options).close()
     """
 
-    def __init__(
-        self,
-        library: "Library",
-        *,
-        tag: Optional[str] = None,
-        log_verbosity_level: Optional[int] = None,
-        log_severity_level: Optional[int] = None,
-    ) -> None:
-        functions = library.functions
-        super().__init__(library, functions.create_run_options(), functions.release_run_options)
-        try:
-            self.set(
-                tag=tag,
-                log_verbosity_level=log_verbosity_level,
-                log_severity_level=log_severity_level,
-            )
-        except BaseException:
-            self.close()
-            raise
+    _kind = "run_options"
 
     def set(
         self,
@@ -211,38 +180,34 @@ class RunOptions(Handle):
         log_verbosity_level: Optional[int] = None,
         log_severity_level: Optional[int] = None,
     ) -> None:
-        """Changes what is given; a log_severity_level of -1 is the session's.
+        """Changes the settings given; a log_severity_level of -1 is the session's.
 
         >>> with library.run_options() as options:
         ...     options.set(tag="request 7", log_severity_level=Severity.ERROR)
         """
-        f, check, handle = self.library.functions, self.library.check, self.handle
         if tag is not None:
-            check(f.run_options_set_run_tag(handle, c_text(tag, "the tag")))
-        if log_verbosity_level is not None:
-            level = int32(log_verbosity_level, "log_verbosity_level")
-            check(f.run_options_set_log_verbosity_level(handle, level))
-        if log_severity_level is not None:
-            level = int32(log_severity_level, "log_severity_level")
-            check(f.run_options_set_log_severity_level(handle, level))
+            self._call("set_run_tag", c_text(tag, "the tag"))
+        self._set_numbers(
+            log_verbosity_level=log_verbosity_level, log_severity_level=log_severity_level
+        )
 
     def terminate(self) -> None:
-        """Ends every run that uses these options, as soon as it can; any thread may call this.
+        """Ends every run with these options at its next node. Any thread may call this.
 
         >>> with library.run_options() as options:
-        ...     options.terminate()  # runs with them fail now
-        ...     options.resume()  # and no longer
+        ...     options.terminate()  # runs fail
+        ...     options.resume()  # runs work again
         """
-        self.library.check(self.library.functions.run_options_set_terminate(self.handle))
+        self._call("set_terminate")
 
     def resume(self) -> None:
-        """Takes terminate back."""
-        self.library.check(self.library.functions.run_options_unset_terminate(self.handle))
+        """Undoes terminate."""
+        self._call("unset_terminate")
 
     @contextlib.contextmanager
     def deadline(self, seconds: float) -> Iterator["RunOptions"]:
-        """A block whose runs with these options end, once the seconds have passed, at their next
-        node, with a VornicTimeout.
+        """A block in which runs with these options end with VornicTimeout at their next node once
+        the seconds have passed.
 
         >>> feed = {"x": tensor("float32", [1, 3], [1, 2, 3])}
         >>> with library.run_options() as options, options.deadline(10):
@@ -278,7 +243,7 @@ class RunOptions(Handle):
 def limited(
     library: "Library", options: Optional[RunOptions], timeout: Optional[float]
 ) -> Iterator[Optional[int]]:
-    """The run options of one run, or None."""
+    """The handle of the options for one run, or None."""
     if timeout is None:
         yield None if options is None else options.handle
     elif options is None:

@@ -1,4 +1,4 @@
-"""What a run gave."""
+"""Results of runs."""
 import array
 import weakref
 from ctypes import c_float
@@ -13,7 +13,7 @@ if TYPE_CHECKING:
 
 
 class Result(Handle):
-    """Copies of a run's outputs, which outlive the session. Also the outputs by name, as a mapping.
+    """The outputs of a run, by name. They are copies and outlive the session.
 
     >>> with session.run({"x": tensor("float32", [1, 3], [1, 2.5, 3])}) as result:
     ...     print(list(result), result["y"]["shape"], result.floats[1])
@@ -23,21 +23,19 @@ class Result(Handle):
     def __init__(self, library: "Library", handle: Optional[int]) -> None:
         super().__init__(library, handle, library.functions.release_result)
         self._outputs: Optional[Dict[str, Output]] = None
-        self._lent: Any = None  # a weak reference to the array that the views of the floats look at
+        self._floats: Any = None  # a weak reference to the array that all float views share
 
     @property
     def text(self) -> str:
-        """The outputs as the library wrote them."""
-        text: bytes = self.library.functions.result_json(self.handle)
-        return text.decode(errors="replace")
+        """The outputs as JSON, as the library wrote them."""
+        return self._text(self.library.functions.result_json)
 
     @property
     def outputs(self) -> Dict[str, Output]:
-        """Every output by name: dtype, shape and data, or error."""
-        handle = self.handle
+        """The outputs by name, each with dtype, shape and data, or with error alone."""
+        self.handle  # raises after close()
         if self._outputs is None:
-            text: bytes = self.library.functions.result_json(handle)
-            self._outputs = parsed(text, "result")["outputs"]
+            self._outputs = parsed(self.text, "result")["outputs"]
         return self._outputs
 
     def __getitem__(self, name: str) -> Output:
@@ -51,22 +49,22 @@ class Result(Handle):
 
     @property
     def float_shape(self) -> List[int]:
-        """The shape of the first float32 output, [] where there is none."""
-        text: bytes = self.library.functions.result_float_shape_json(self.handle)
-        shape: List[int] = parsed(text, "shape")
+        """The shape of the first float32 output; [] if there is none."""
+        functions = self.library.functions
+        shape: List[int] = parsed(self._text(functions.result_float_shape_json), "shape")
         return shape
 
     def float_at(self, index: int) -> float:
-        """One number of the first float32 output, 0 where there is none at that index."""
+        """One element of the first float32 output; 0 if the index is out of range."""
         at = self.library.functions.result_float_at
         number: float = at(self.handle, int32(index, "an index"))
         return number
 
     @property
     def floats(self) -> "array.array[float]":
-        """The first float32 output as an array('f') of its own, in row-major order.
+        """A copy of the first float32 output, as an array('f') in row-major order.
 
-        Empty where there is none: scalars do not count, and a run with a binding has none.
+        Empty if there is none: scalars do not count, and a run with a binding has none.
         """
         copy = array.array("f")
         copy.frombytes(self.float_view.cast("B"))
@@ -77,25 +75,25 @@ class Result(Handle):
         """The same without a copy, as a flat memoryview:
         numpy.asarray(result.float_view).reshape(result.float_shape).
 
-        It may be used after close(): the library's result lives until the last use of it has gone.
+        It stays valid after close(): the memory is released with the last view of it.
         """
         functions = self.library.functions
         count = functions.result_float_count(self.handle)
         if not count:
             return memoryview(array.array("f"))
-        lent = self._lent() if self._lent else None
-        if lent is None:
-            lent = (c_float * count).from_address(functions.result_float_data(self.handle))
-            lent.result = self  # which is not released before
-            self._lent = weakref.ref(lent)
-        return memoryview(lent).cast("B").cast("f").toreadonly()
+        floats = self._floats and self._floats()
+        if floats is None:
+            floats = (c_float * count).from_address(functions.result_float_data(self.handle))
+            floats.result = self  # keeps the memory
+            self._floats = weakref.ref(floats)
+        return memoryview(floats).cast("B").cast("f").toreadonly()
 
     def close(self) -> None:
-        """Releases it, or lets the last view of the floats do so."""
-        lent = self._lent() if self._lent else None
-        if lent is None:
+        """Releases the result, or leaves that to the last float view."""
+        floats = self._floats and self._floats()
+        if floats is None:
             super().close()
         elif self._handle is not None:
-            self._net.detach()
-            self._net = self._released_after(lent)
+            self._finalizer.detach()
+            self._release_with(floats)
             self._handle = None

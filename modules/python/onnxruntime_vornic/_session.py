@@ -4,7 +4,7 @@ import ctypes
 import os
 import sys
 from ctypes import c_char, c_int64
-from typing import TYPE_CHECKING, Any, Dict, List, Optional, Sequence, Union
+from typing import TYPE_CHECKING, Any, Dict, List, Optional, Sequence, Union, cast
 
 from ._errors import VornicError, c_text
 from ._feeds import (
@@ -27,7 +27,7 @@ if TYPE_CHECKING:
 
 
 class Session(Handle):
-    """A model, loaded and ready to run, by several threads if need be.
+    """A loaded model. Several threads may run it at once.
 
     >>> with library.session("double.onnx", threads=1) as session:
     ...     with session.run({"x": tensor("float32", [1, 3], [1, 2.5, 3])}) as result:
@@ -43,38 +43,35 @@ class Session(Handle):
     ) -> None:
         functions, path = library.functions, os.fsencode(model)
         if b"\0" in path:
-            raise VornicError("the model's path holds a zero byte")
+            raise VornicError("the model's path contains a zero byte")
         handle = functions.create_session(path, options.handle)
         super().__init__(library, handle, functions.release_session)
 
     @property
     def inputs(self) -> List[Description]:
-        """What the model takes.
+        """The model's inputs.
 
         >>> [(entry["name"], entry["dtype"], entry["shape"]) for entry in session.inputs]
         [('x', 'float32', [-1, 3])]
         """
-        text: bytes = self.library.functions.get_inputs_json(self.handle)
-        descriptions: List[Description] = parsed(text, "inputs")
-        return descriptions
+        text = self._text(self.library.functions.get_inputs_json)
+        return cast(List[Description], parsed(text, "inputs"))
 
     @property
     def outputs(self) -> List[Description]:
-        """What the model gives."""
-        text: bytes = self.library.functions.get_outputs_json(self.handle)
-        descriptions: List[Description] = parsed(text, "outputs")
-        return descriptions
+        """The model's outputs."""
+        text = self._text(self.library.functions.get_outputs_json)
+        return cast(List[Description], parsed(text, "outputs"))
 
     @property
     def metadata(self) -> Dict[str, Any]:
-        """What the model's maker says of it.
+        """The model's metadata: its producer, version, description and custom entries.
 
         >>> session.metadata["producer_name"], session.metadata["version"]
         ('the "tests"', 7)
         """
-        text: bytes = self.library.functions.get_modelmeta_json(self.handle)
-        metadata: Dict[str, Any] = parsed(text, "metadata")
-        return metadata
+        text = self._text(self.library.functions.get_modelmeta_json)
+        return cast(Dict[str, Any], parsed(text, "metadata"))
 
     def run(
         self,
@@ -84,9 +81,9 @@ class Session(Handle):
         options: Optional[RunOptions] = None,
         timeout: Optional[float] = None,
     ) -> Result:
-        """Runs on a feed, a dict of tensors or its text ready made; outputs lists those wanted.
+        """Runs the model on a feed: a dict of tensors, or its JSON text. outputs selects by name.
 
-        A timeout in seconds ends the run, and all others with the same options, by VornicTimeout.
+        After timeout seconds, the run and all others with the same options end with VornicTimeout.
 
         >>> with session.run({"x": tensor("float32", [1, 3], [1, 2, 3])}, ["y"], timeout=10) as result:
         ...     print(result.text)
@@ -107,9 +104,9 @@ class Session(Handle):
         outputs: Optional[Sequence[str]] = None,
         fast: bool = False,
     ) -> Result:
-        """Runs a model of one float32 input, called name, on a FloatTensor.
+        """Runs a model with one float32 input, called name, on a FloatTensor.
 
-        A fast run writes no numbers as text: see Result.floats.
+        A fast run does not convert numbers to text: read them from Result.floats.
 
         >>> with library.tensor([1, 2.5, 3], [1, 3]) as values:
         ...     with session.run_tensor("x", values, fast=True) as result:
@@ -117,18 +114,18 @@ class Session(Handle):
         [2.0, 5.0, 6.0]
         """
         if not isinstance(values, FloatTensor):
-            raise VornicError("run_tensor takes a tensor that Library.tensor has made")
+            raise VornicError("run_tensor takes a FloatTensor; see Library.tensor")
         functions = self.library.functions
         run = functions.run_tensor_fast if fast else functions.run_tensor
         handle = run(self.handle, c_text(name, "the name"), values.handle, names_json(outputs))
         return Result(self.library, handle)
 
     def binding(self) -> "Binding":
-        """A binding with nothing bound. Close it before its session."""
+        """An empty binding. Close it before its session."""
         return Binding(self)
 
     def end_profiling(self) -> str:
-        """Ends profiling, and gives the path of the profile; "" where there was none.
+        """Ends profiling and returns the path of the profile, "" if the session was not profiling.
 
         >>> with library.session("double.onnx", profiling="mine") as profiled:
         ...     path = profiled.end_profiling()
@@ -136,7 +133,7 @@ class Session(Handle):
         """
         functions = self.library.functions
         path: bytes = functions.session_end_profiling(self.handle)
-        if not path and functions.last_error():  # success empties it
+        if not path and functions.last_error():  # success clears it
             self.library.check(0)
         return os.fsdecode(path)
 
@@ -149,20 +146,20 @@ class FloatTensor(Handle):
 
 
 def float_tensor(library: "Library", values: Any, shape: Optional[Sequence[int]]) -> FloatTensor:
-    """A tensor over the library's own copy of the numbers."""
+    """A tensor over a copy of the numbers."""
     try:
         numbers = _float32_buffer(values)
         if shape is None:
             shape = getattr(values, "shape", None)
         dims = array.array("q", (numbers.nbytes // 4,) if shape is None else shape)
     except (TypeError, ValueError, OverflowError) as error:
-        raise VornicError(f"no float32 tensor can be made of that: {error}") from None
+        raise VornicError(f"cannot make a float32 tensor: {error}") from None
     count = numbers.nbytes // 4
     if count > 2**31 - 1:
         raise VornicError("a float32 tensor holds at most 2147483647 numbers")
     try:
         data = (c_char * 0).from_buffer(numbers)
-    except TypeError:  # Read-only: ctypes gives no address of that.
+    except TypeError:  # read-only: ctypes does not give its address
         data = (c_char * numbers.nbytes).from_buffer_copy(numbers)
     sizes = (c_int64 * len(dims))(*dims)
     make = library.functions.tensor_from_f32
@@ -170,7 +167,7 @@ def float_tensor(library: "Library", values: Any, shape: Optional[Sequence[int]]
 
 
 def _float32_buffer(values: Any) -> memoryview:
-    """Numbers as float32 in C order: the values' own buffer where it is that."""
+    """The values as float32 in C order, without a copy if they already are."""
     if isinstance(values, (bytes, bytearray)):
         return memoryview(values).cast("f")
     try:
@@ -183,7 +180,7 @@ def _float32_buffer(values: Any) -> memoryview:
 
 
 class Binding(Handle):
-    """Inputs and outputs attached once for many runs. Close it before its session.
+    """Inputs and outputs bound once for many runs. Close it before its session.
 
     >>> with session.binding() as binding:
     ...     binding.bind_input("x", tensor("float32", [1, 3], [1, 2, 3]))
@@ -199,13 +196,13 @@ class Binding(Handle):
         super().__init__(session.library, handle, functions.release_iobinding)
 
     def bind_input(self, name: str, values: Tensor) -> None:
-        """Binds a tensor to an input, for every run until the inputs are cleared."""
+        """Binds a tensor to an input, for all runs until clear_inputs."""
         bind = self.library.functions.iobinding_bind_cpu_input_json
         text = c_text(tensor_json(name, values), "the tensor")
         self.library.check(bind(self.handle, c_text(name, "the name"), text))
 
     def bind_output(self, name: str) -> None:
-        """Asks for an output."""
+        """Selects an output."""
         bind = self.library.functions.iobinding_bind_output
         self.library.check(bind(self.handle, c_text(name, "the name")))
 
@@ -214,7 +211,7 @@ class Binding(Handle):
         self.library.check(self.library.functions.iobinding_clear_inputs(self.handle))
 
     def clear_outputs(self) -> None:
-        """Unbinds all outputs: needed where a later input changes their shape."""
+        """Unbinds all outputs: required when a new input changes their shape."""
         self.library.check(self.library.functions.iobinding_clear_outputs(self.handle))
 
     def synchronize_inputs(self) -> None:
@@ -227,20 +224,18 @@ class Binding(Handle):
 
     @property
     def text(self) -> str:
-        """The outputs of the last run as the library wrote them, "{}" before it."""
-        text: bytes = self.library.functions.iobinding_outputs_json(self.handle)
-        return text.decode(errors="replace")
+        """The outputs of the last run as JSON; "{}" before the first."""
+        return self._text(self.library.functions.iobinding_outputs_json)
 
     @property
     def outputs(self) -> Dict[str, Output]:
-        """The outputs of the last run by name; none before it."""
-        outputs: Dict[str, Output] = parsed(self.text.encode(), "outputs").get("outputs", {})
-        return outputs
+        """The outputs of the last run by name; empty before the first."""
+        return cast(Dict[str, Output], parsed(self.text, "outputs").get("outputs", {}))
 
     def run(
         self, *, options: Optional[RunOptions] = None, timeout: Optional[float] = None
     ) -> Result:
-        """Runs on what is bound; options and timeout are those of Session.run."""
+        """Runs the session with what is bound; see Session.run for options and timeout."""
         run = self.library.functions.run_with_iobinding
         with limited(self.library, options, timeout) as limits:
             return Result(self.library, run(self._session.handle, self.handle, limits))
