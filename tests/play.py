@@ -1,7 +1,4 @@
-"""Plays a script of calls and checks every answer; the head of script.txt explains its lines.
-
-PROGRAM makes the calls: caller, or any program that takes the requests described in caller.cpp.
-"""
+"""Plays a script of calls, as the head of script.txt says, through a program, as caller.cpp says."""
 import argparse
 import array
 import contextlib
@@ -31,20 +28,16 @@ def floats(numbers):
     return array.array("f", map(float, numbers.split(","))).tobytes()
 
 
-def shown(text):
-    """The text with unprintable bytes as scripts write them."""
+def shown(text, most=600):
+    """The text, shortened, with unprintable bytes as scripts write them."""
+    text = text if len(text) <= most else text[: most - 200] + " ... " + text[-150:]
     return re.sub("[^ -~]", lambda byte: f"<x{ord(byte[0]):02x}>", text)
-
-
-def shortened(text):
-    return shown(text if len(text) <= 600 else text[:400] + " ... " + text[-150:])
 
 
 def difference(one, other, names=("expected", "got")):
     """Both texts around the first byte that differs, and a mark below it."""
     at = len(os.path.commonprefix([one, other]))
-    start = max(at - 60, 0)
-    same = "... " * (start > 0) + shown(one[start:at])
+    same = "... " * (at > 60) + shown(one[max(at - 60, 0) : at])
     lines = [f"  {name:<10}{same}" for name in names]
     ends = [shown(text[at : at + 140]) for text in (one, other)]
     return f"{lines[0]}{ends[0]}\n{lines[1]}{ends[1]}\n{' ' * len(lines[0])}^ byte {at}"
@@ -53,10 +46,9 @@ def difference(one, other, names=("expected", "got")):
 class Program:
     """A program that answers requests. It is killed if an answer takes 300 seconds."""
 
-    where = "before the first scene"
-
     def __init__(self, command, **settings):
         pipes = dict(stdin=subprocess.PIPE, stdout=subprocess.PIPE, encoding="latin-1")
+        self.where = "before the first scene"
         self.log = tempfile.TemporaryFile("w+", encoding="latin-1")
         self.process = subprocess.Popen(command, stderr=self.log, **pipes, **settings)
 
@@ -76,8 +68,7 @@ class Program:
             signal.alarm(300)
         line = self.process.stdout.readline()
         if not line.endswith("\n"):
-            status = self.end()
-            sys.exit(f"FAILED: {self.where}\n  got       {line!r}, and exit status {status}")
+            sys.exit(f"FAILED: {self.where}\n  got       {line!r}, and exit status {self.end()}")
         return line[:-1].translate(FROM_WIRE)
 
     def close(self):
@@ -129,7 +120,7 @@ class Call:
         if self.error not in (error, error.partition(" failed: ")[0] + " failed"):
             wrong.append(("last error: " + (text or "none") for text in (self.error, error)))
         if wrong:
-            print(f"FAILED: {self.place}\n  call      {shortened(self.text)}")
+            print(f"FAILED: {self.place}\n  call      {shown(self.text)}")
             print(*itertools.starmap(difference, wrong), sep="\n", flush=True)
         return not wrong
 
@@ -155,8 +146,7 @@ class Player:
         if self.threads and call.name in NOT_IN_THREADS:
             return
         if self.threads and call.text.endswith("/double.onnx' null"):
-            self.handles["session"] = "shared"
-            return
+            return self.handles.update(session="shared")
         new, old = next(self.names), self.handles.get(call.kind, "shared")
         arguments = [self.argument(word) for word in call.arguments]
         if self.provider and call.name == "create_session" and arguments[1] == "null":
@@ -172,7 +162,7 @@ class Player:
             requests.append(("", "p", "release_" + call.kind, "$" + old))
         if call.kind:
             self.handles[call.kind] = new
-        self.program.where = f"{call.place}\n  call      {shortened(call.text)}"
+        self.program.where = f"{call.place}\n  call      {shown(call.text)}"
         self.ask(requests, call)
 
     def argument(self, word):
@@ -200,8 +190,7 @@ class Player:
 
     def end(self):
         """Whether every answer, those of the threads included, and the exit status were right."""
-        if self.threads:
-            self.program.close()
+        self.program.close()
         for _ in range(self.threads):
             for count, call in self.pending:
                 self.look(call, [self.program.answer() for _ in range(count)])
