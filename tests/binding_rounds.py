@@ -1,42 +1,54 @@
-"""Writes scenes for watched.py: the lives of bindings, with binds, refusals, clears and runs in any order, and
-the answers that a plain model of a binding gives. binding_rounds.py ROUNDS SEED"""
+"""Prints scenes for watched.py: bindings that live randomly, with the answers of a simple model.
+
+    binding_rounds.py ROUNDS SEED
+"""
 import random
 import sys
 
-CALLS = ("CreateCpuMemoryInfo", "CreateTensorWithDataAsOrtValue", "BindInput")  # of a bind
+CALLS = ("CreateCpuMemoryInfo", "CreateTensorWithDataAsOrtValue", "BindInput")  # of each bind
 STEPS = ["bind"] * 6 + ["refused", "unknown", "malformed", "lost", "clear", "run", "run"]
-NAMES = ("a", "<200*b>")  # the inputs of sum.onnx; the second is longer than what a record keeps of it
-random.seed(int(sys.argv[2]))
+NAMES = ("a", "<200*b>")  # the inputs of sum.onnx; a slot cannot keep all of the second
+BIND = "iobinding_bind_cpu_input_json $iobinding '%s' '%s' "
+ITEM = '{"dtype":"float","shape":[1],"data":[%d]}'
+RUN = "$result = run_with_iobinding $session $iobinding null "
+RESULT = '{"outputs":{"y":{"dtype":"float32","shape":[1],"data":[%d]}}}'
+
+
+def answer_of_run(slots, lost):
+    bound = dict(slot for k, slot in enumerate(slots) if k != lost)
+    return f"-> '{RESULT % sum(bound.values())}'" if len(bound) == 2 else "! RunWithBinding failed"
 
 
 def life():
-    """Of a binding, in lines."""
-    places, lost = [], -1  # name and number of each accepted bind; the one refused as it was bound anew
+    """The lines of one binding."""
+    slots, lost = [], None  # every accepted bind, and the one that was refused when bound again
     yield "$iobinding = create_iobinding $session\niobinding_bind_output $iobinding 'y' -> 1"
     for step in random.choices(STEPS, k=20):
-        name, number, refused, full = random.choice(NAMES), random.randrange(10), None, len(places) == 16
+        name, number, is_full = random.choice(NAMES), random.randrange(10), len(slots) == 16
+        line = BIND % ("nope" if step in ("unknown", "lost") else name, ITEM % number)
         if step == "clear":
-            places, lost = [], -1
+            slots, lost = [], None
             yield "iobinding_clear_inputs $iobinding -> 1"
         elif step == "run":
-            bound = dict(place for k, place in enumerate(places) if k != lost)
-            outputs = '{"outputs":{"y":{"dtype":"float32","shape":[1],"data":[%d]}}}' % sum(bound.values())
-            yield "$result = run_with_iobinding $session $iobinding null " + (f"-> '{outputs}'" if len(bound) == 2 else "! RunWithBinding failed")
+            yield RUN + answer_of_run(slots, lost)
+        elif is_full:
+            yield (BIND % ("a", "[") if step == "malformed" else line) + "-> 0"
         elif step == "malformed":
-            yield "iobinding_bind_cpu_input_json $iobinding 'a' '[' -> 0" + " ! tensor_json must be an object" * (not full)
-        else:
-            if step in ("unknown", "lost"):
-                name = "nope"
-            if not full and (step == "refused" or step == "lost" and places):  # a call of the bind, or of those bound anew
-                refused = random.randrange(3) if step == "refused" else 3 + random.randrange(len(places))
-                yield f"refuse {refused + 1} 'injected'"
-            answer = "-> 0" if full else f"-> 0 ! {CALLS[refused]} failed: injected" if step == "refused" else "-> 0 ! BindInput failed" if name == "nope" else "-> 1"
-            yield f"""iobinding_bind_cpu_input_json $iobinding '{name}' '{{"dtype":"float","shape":[1],"data":[{number}]}}' {answer}"""
-            if answer == "-> 1":
-                places.append((name, number))
-            elif "BindInput" in answer:
-                lost = refused - 3 if refused else -1
+            yield BIND % ("a", "[") + "! tensor_json must be an object"
+        elif step == "refused":
+            call = random.randrange(3)
+            yield f"refuse {call + 1} 'injected'\n{line}! {CALLS[call]} failed: injected"
+            lost = None if call == 2 else lost
+        elif step == "bind":
+            slots.append((name, number))
+            yield line + "-> 1"
+        else:  # an unknown name, after which all are bound again, one of them perhaps in vain
+            lost = random.randrange(len(slots)) if step == "lost" and slots else None
+            if lost is not None:
+                yield f"refuse {4 + lost} 'injected'"
+            yield line + "! BindInput failed"
 
 
+random.seed(int(sys.argv[2]))
 for number in range(int(sys.argv[1])):
     print(f"== Round {number} (sum.onnx)", *life(), sep="\n")

@@ -1,5 +1,5 @@
-// The installed module, through its classes: node module.mjs MODELS DETECTOR LIBRARY prints what is not as it
-// should be, and at last the functions of the library that were called.
+// Checks the installed module through its classes: node module.mjs MODELS DETECTOR LIBRARY fails, or prints
+// the functions of the library that were called.
 import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import { createRequire } from 'node:module';
@@ -11,7 +11,7 @@ const { Library, checkFeed, feedJson, tensor } = vornic;
 const [models, detector, own] = process.argv.slice(2);
 assert.equal(createRequire(import.meta.url)('onnxruntime-vornic').Library, Library);
 
-// A feed, its inputs as described, and a part of the complaint.
+// A feed, the description of the inputs, and a part of the error message.
 const input = (name, dtype, shape) => ({ name, dtype, shape });
 const numbers = [input('x', 'int8', [-1, 2])];
 const x = (item) => ({ x: { dtype: 'int8', shape: [1, 2], data: [1, 2], ...item } });
@@ -43,9 +43,9 @@ const REFUSED = [
 
 async function main() {
     for (const [feed, inputs, why] of REFUSED) {
-        let complaint = null;
-        try { checkFeed(feed, inputs); } catch (error) { complaint = error.message; }
-        assert.ok(why ? complaint?.includes(why) : !complaint, `${JSON.stringify(feed)}: ${complaint}, not ${why}`);
+        let message = null;
+        try { checkFeed(feed, inputs); } catch (error) { message = error.message; }
+        assert.ok(why ? message?.includes(why) : !message, `${JSON.stringify(feed)}: expected ${why}, got ${message}`);
     }
     assert.equal(checkFeed({ data: tensor('bool', [2], [true, 0]), z: tensor('float32', [], [-0]) },
         [input('z', 'float32', []), input('data', 'bool', [2])]),
@@ -101,16 +101,17 @@ async function main() {
     binding.synchronizeInputs().synchronizeOutputs().clearInputs().clearOutputs();
     assert.deepEqual(binding.outputs, {});
     fs.rmSync(session.endProfiling());
-    session.close(); // the binding still uses it
+    session.close(); // the binding keeps it alive
     binding.bindInput('x', feed.x).bindOutput('y');
     assert.equal((await binding.runAsync({ signal: AbortSignal.timeout(60000) })).outputs.y.data[0], 2);
     binding.close();
 
-    // Runs that overlap, and one that is ended; closing waits for them.
+    // Concurrent runs, one of them aborted; closing waits for them.
     const speech = await library.sessionAsync(detector, { intraOpNumThreads: 1 });
+    const state = (n) => tensor('float32', [2, n, 64], new Float32Array(128 * n));
     const chunks = (n) => feedJson({
         input: tensor('float32', [n, 512], new Float32Array(512 * n)), sr: tensor('int64', [], [16000]),
-        h: tensor('float32', [2, n, 64], new Float32Array(128 * n)), c: tensor('float32', [2, n, 64], new Float32Array(128 * n)),
+        h: state(n), c: state(n),
     });
     const runs = Array.from({ length: 8 }, () => speech.runAsync(chunks(1), { outputs: ['output'] }));
     const ended = new AbortController();
@@ -121,7 +122,7 @@ async function main() {
     await assert.rejects(late, { name: 'AbortError' });
     await assert.rejects(async () => speech.runAsync(chunks(1)), /closed/);
 
-    // What a worker that is terminated leaves is released: a session of the detector has 6 MB.
+    // A terminated worker leaks nothing. A session of the detector takes 6 MB.
     let before;
     for (let i = 0; i < 25; i++) {
         const worker = new Worker(new URL(import.meta.url), { argv: process.argv.slice(2) });
@@ -131,7 +132,7 @@ async function main() {
     }
     const left = (process.memoryUsage().rss - before) / 20e6;
     assert.ok(left < 3, `a terminated worker leaves ${left} MB`);
-    if (globalThis.gc) { // and so is what is collected
+    if (globalThis.gc) { // nor does what the collector frees
         library.session(detector);
         for (let i = 0; i < 20 && !called.delete('release_session'); i++) {
             gc();

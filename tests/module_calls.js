@@ -1,5 +1,5 @@
-// Makes the calls that its standard input asks for, as caller.cpp says, through the functions of the
-// installed module: node module_calls.js LIBRARY
+// Makes the calls that are requested on standard input, in the form that caller.cpp describes, through the
+// functions of the installed module: node module_calls.js LIBRARY
 'use strict';
 
 const fs = require('node:fs');
@@ -16,7 +16,7 @@ function argument(word) {
     const numbers = word.slice(4).split(',');
     if (word.startsWith('f32:')) return Float32Array.from(numbers, Number);
     if (word.startsWith('i64:')) return BigInt64Array.from(numbers, BigInt);
-    // A buffer, as texts may hold bytes that are not UTF-8.
+    // A buffer, since texts may contain bytes that are not UTF-8.
     if (word[0] === "'") return Buffer.from(exchanged(word.slice(1), '\x01\x02\x03', '\t\n\r') + '\0', 'latin1');
     return word[0] === '$' ? handles[word.slice(1)] : word === 'null' ? null : Number(word);
 }
@@ -24,7 +24,7 @@ function argument(word) {
 function answer(request) {
     const [handle, comes, name, ...words] = request.split('\t');
     const given = words.map(argument);
-    if (name === 'tensor_adopt_f32' && given[0]) { // memory of malloc's
+    if (name === 'tensor_adopt_f32' && given[0]) { // takes memory from malloc
         const address = malloc(given[0].byteLength);
         koffi.encode(address, koffi.array('float', given[0].length), given[0]);
         given[0] = address;

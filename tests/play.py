@@ -1,77 +1,65 @@
-"""Plays a script of calls, as the head of script.txt says, through the Python module, or through a program
-that takes requests as caller.cpp says: play.py [OPTION...] SCRIPT MODELS LIBRARY|PROGRAM...
-
---provider NAME  appended to the options of sessions that have none of their own
---threads N      without the others: the program makes all calls in so many threads; the last error is a hint then, and not judged
---rounds N       so many times
---then WHAT      behind each time: leave (the last scene's handles stay) or unload (the library is)"""
+"""Plays a script of calls, as the head of script.txt says, through a program, as caller.cpp says."""
+import argparse
 import array
 import contextlib
-import ctypes
-import importlib
 import itertools
+import os
 import pathlib
 import re
 import signal
 import subprocess
 import sys
+import tempfile
 
-LINE = re.compile(r"(?:\$(\w+) = )?(\w+)((?: '[^']*'| [\w$:.,-]+)*?)(?: -> (\.\.\.)?('[^']*'|[\w:.,+-]+?)(\.\.\.)?)?( !(?: (.*))?)?", re.DOTALL)
-EARLIER = "invalid shape_json"  # what a call that must not touch the last error finds there
-EMPTIES_ERROR = "(run_json|run_tensor|run_with_|tensor_|create_session$|session_end_profiling).*"
-FIELDS, WIRE = "\t\n\r", "\1\2\3"
+CALL = re.compile(
+    r"(?:\$(?P<kind>\w+) = )?(?P<name>\w+)(?P<arguments>(?: '[^']*'| [\w$:.,-]+)*?)"
+    r"(?: -> (?P<begins>\.\.\.)?(?P<answer>'[^']*'|[\w:.,+-]+?)(?P<goes_on>\.\.\.)?)?"
+    r"(?P<fails> !(?: (?P<error>.*))?)?",
+    re.DOTALL,
+)
+EARLIER = "invalid shape_json"  # the last error that is set before each call
+APPEND = "session_options_append_execution_provider"
+CLEARS_ERROR = "(run_json|run_tensor|run_with_|tensor_|create_session$|session_end_profiling).*"
+NOT_IN_THREADS = ("get_available_providers_json", "session_end_profiling")
+TO_WIRE, FROM_WIRE = str.maketrans("\t\n\r", "\1\2\3"), str.maketrans("\1\2\3", "\t\n\r")
 
 
-def block_of(kind, numbers):
-    return array.array("fq"[kind == "i64"], map((float, int)[kind == "i64"], numbers.split(","))).tobytes()
+def floats(numbers):
+    return array.array("f", map(float, numbers.split(","))).tobytes()
 
 
-class Bound:
-    """The library through the Python module: what another language's player would have instead."""
+def shown(text, most=600):
+    """The text, shortened, with unprintable bytes as scripts write them."""
+    text = text if len(text) <= most else text[: most - 200] + " ... " + text[-150:]
+    return re.sub("[^ -~]", lambda byte: f"<x{ord(byte[0]):02x}>", text)
 
-    def __init__(self, path):
-        sys.path.append(str(pathlib.Path(__file__).resolve().parents[1] / "modules/python"))
-        module = importlib.import_module("onnxruntime_vornic")
-        self.functions, self.libc, self.handles = module.Library(path).functions, ctypes.CDLL(None), {}
-        self.libc.malloc.restype = ctypes.c_void_p
 
-    def ask(self, requests):
-        return [self.call(*request) for request in requests]
-
-    where, end = "", int  # there is nothing to end, and no status but 0
-
-    def call(self, handle, comes, name, *arguments):
-        given = [self.argument(word) for word in arguments]
-        if name == "tensor_adopt_f32" and given[0]:  # memory of malloc's
-            given[0] = ctypes.memmove(self.libc.malloc(len(given[0])), given[0], len(given[0]))
-        got = self.handles["$" + handle] = getattr(self.functions, name)(*given)
-        if comes == "p" or got is None:
-            return "something" if got else "nothing"
-        if comes.isdigit():
-            return ",".join(map(repr, array.array("f", ctypes.string_at(got, 4 * int(comes)))))
-        return "'" + got.decode("latin-1") if comes == "t" else repr(got)
-
-    def argument(self, word):
-        if word[3:4] == ":":
-            return block_of(*word.split(":"))
-        return word[1:].encode("latin-1") if word[0] == "'" else self.handles[word] if word[0] == "$" else None if word == "null" else int(word)
+def difference(one, other, names=("expected", "got")):
+    """Both texts around the first byte that differs, and a mark below it."""
+    at = len(os.path.commonprefix([one, other]))
+    same = "... " * (at > 60) + shown(one[max(at - 60, 0) : at])
+    lines = [f"  {name:<10}{same}" for name in names]
+    ends = [shown(text[at : at + 140]) for text in (one, other)]
+    return f"{lines[0]}{ends[0]}\n{lines[1]}{ends[1]}\n{' ' * len(lines[0])}^ byte {at}"
 
 
 class Program:
-    """The library through a program, which is ended when no answer comes for 300 seconds."""
-    where = "before the first scene"
+    """A program that answers requests. It is killed if an answer takes 300 seconds."""
 
     def __init__(self, command, **settings):
-        self.process = subprocess.Popen(command, stdin=-1, stdout=-1, text=True, encoding="latin-1", **settings)
+        pipes = dict(stdin=subprocess.PIPE, stdout=subprocess.PIPE, encoding="latin-1")
+        self.where = "before the first scene"
+        self.log = tempfile.TemporaryFile("w+", encoding="latin-1")
+        self.process = subprocess.Popen(command, stderr=self.log, **pipes, **settings)
 
     def ask(self, requests):
         self.send(requests)
         return [self.answer() for _ in requests]
 
     def send(self, requests):
-        wired = str.maketrans(FIELDS, WIRE)
-        with contextlib.suppress(OSError):  # where the program has ended, which shows by its answer
-            self.process.stdin.writelines("\t".join(field.translate(wired) for field in request) + "\n" for request in requests)
+        lines = ("\t".join(field.translate(TO_WIRE) for field in each) + "\n" for each in requests)
+        with contextlib.suppress(OSError):  # if the program has ended, answer() reports it
+            self.process.stdin.writelines(lines)
             self.process.stdin.flush()
 
     def answer(self):
@@ -80,177 +68,229 @@ class Program:
             signal.alarm(300)
         line = self.process.stdout.readline()
         if not line.endswith("\n"):
-            print(f"{self.where}\nthe program said {line!r} and ended with {self.process.wait()}", flush=True)
-            sys.exit(1)
-        return line[:-1].translate(str.maketrans(WIRE, FIELDS))
+            sys.exit(f"FAILED: {self.where}\n  got       {line!r}, and exit status {self.end()}")
+        return line[:-1].translate(FROM_WIRE)
 
     def close(self):
         with contextlib.suppress(OSError):
             self.process.stdin.close()
 
     def end(self):
+        """The exit status; if it is not 0, what the program and ONNX Runtime logged is printed."""
         self.close()
-        return self.process.wait()
+        status = self.process.wait()
+        self.log.seek(0)
+        if status:
+            print(self.log.read(), flush=True)
+        return status
 
 
-class Step:
-    """A line that is spelled out, and what must come of it."""
+class Call:
+    """A call of a script with the answer and the last error that are expected."""
 
-    def __init__(self, place, line):
-        self.place, self.line = place, line
-        self.kind, self.name, arguments, self.begins, answer, self.goes_on, fails, error = LINE.fullmatch(line).groups()
-        self.arguments = re.findall(r"'[^']*'|[^ ]+", arguments)
-        is_nothing = answer == "null" or self.kind and fails and not answer
-        is_empty = re.fullmatch(EMPTIES_ERROR, self.name) and not is_nothing
-        self.error = (error or "") if fails else "" if is_empty else EARLIER
-        self.before = "session_end_profiling" if error == EARLIER else "tensor_zeros_f32"
-        self.answer = "nothing" if is_nothing else answer or ("0" if fails else "something" if self.kind else "anything")
+    def __init__(self, place, text):
+        parts = CALL.fullmatch(text) or sys.exit(f"FAILED: {place}: this is not a call: {text}")
+        vars(self).update(parts.groupdict(), place=place, text=text)
+        self.arguments = re.findall(r"'[^']*'|[^ ]+", self.arguments)
+        is_null = self.answer == "null" or self.kind and self.fails and not self.answer
+        clears = re.fullmatch(CLEARS_ERROR, self.name) and not is_null
+        # This call sets EARLIER; where EARLIER is expected, the other sets something else.
+        self.setter = "session_end_profiling" if self.error == EARLIER else "tensor_zeros_f32"
+        self.error = (self.error or "") if self.fails else "" if clears else EARLIER
+        default = "0" if self.fails else "something" if self.kind else "anything"
+        self.answer = "nothing" if is_null else self.answer or default
         self.is_text = self.answer[0] == "'"
-        self.comes = "p" if self.kind or is_nothing else "t" if self.is_text else "i"
+        self.type = "p" if self.kind or is_null else "t" if self.is_text else "i"
         if self.answer.startswith("f32:"):
             self.answer = self.answer[4:]
-            self.comes = "f" if self.name == "result_float_at" else str(self.answer.count(",") + 1)
+            self.type = "f" if self.name == "result_float_at" else str(self.answer.count(",") + 1)
 
     def matches(self, got):
-        if self.is_text:
-            whole = self.answer[:-1]
-            return got.startswith(whole) if self.goes_on else got.endswith(whole[1:]) if self.begins else got == whole
-        if self.comes in "pit":
-            return self.answer in (got, "anything")
-        return got != "nothing" and block_of("f32", got) == block_of("f32", self.answer)
+        if self.type not in "pit":
+            return got != "nothing" and floats(got) == floats(self.answer)
+        if self.begins:
+            return got.endswith(self.answer[1:])
+        return (
+            got.startswith(self.answer[:-1]) if self.goes_on else self.answer in (got, "anything")
+        )
 
-    def judge(self, got, error):
-        """Whether this came; says what is otherwise. ONNX Runtime's own words in an error may be left out."""
-        if self.matches(got) and (error is None or self.error in (error, error.partition(" failed: ")[0] + " failed")):
-            return True
-        both = [f"{text}; the last error {'as it was' if last == EARLIER else last or 'empty'}" for text, last in ((self.answer, self.error), (got + got[:1] * self.is_text, error))]
-        at = next((k for k, (a, b) in enumerate(zip(*both)) if a != b), 0)
-        expected, got = ("... " * (at > 60) + text[max(at - 60, 0):][:200] for text in both)
-        print(f"{self.place}: not as expected, from byte {at} on\n  call      {self.line[:200]}\n  expected  {expected}\n  got       {got}", flush=True)
+    def check(self, got, error):
+        """Whether both are as expected; prints what is not. ONNX Runtime's words may be left out."""
+        wrong = [] if self.matches(got) else [(self.answer, got)]
+        if self.error not in (error, error.partition(" failed: ")[0] + " failed"):
+            wrong.append(("last error: " + (text or "none") for text in (self.error, error)))
+        if wrong:
+            print(f"FAILED: {self.place}\n  call      {shown(self.text)}")
+            print(*itertools.starmap(difference, wrong), sep="\n", flush=True)
+        return not wrong
 
 
 class Player:
-    """Spells lines out, asks for their calls, and judges what comes."""
+    """Makes the calls of a script through a program and checks what they answer."""
 
-    def __init__(self, caller, models, provider="", threads=0):
-        self.caller, self.provider, self.threads, self.words = caller, provider, threads, {"models": models}
-        self.handles, self.new, self.waiting, self.profiles, self.played, self.failed = {}, map("h{}".format, itertools.count()), [], set(), 0, 0
+    def __init__(self, program, threads=0, provider=None):
+        self.program, self.threads, self.provider = program, threads, provider
+        self.handles = {}  # the latest of each kind
+        self.names = map("h{}".format, itertools.count())
+        self.pending = []  # calls whose answers come when the threads have ended
+        self.played = self.failed = 0
 
     def release(self):
-        self.caller.where = "releasing what is left behind " + self.caller.where
-        self.ask([("", "p", "release_" + kind, "$" + handle) for kind, handle in sorted(self.handles.items()) if handle != "shared"])
+        self.program.where = "releasing the handles of the scene of " + self.program.where
+        for kind, handle in sorted(self.handles.items()):
+            if handle != "shared":
+                self.ask([("", "p", "release_" + kind, "$" + handle)])
         self.handles.clear()
 
-    def play(self, place, line):
-        if definition := re.fullmatch(r"([\w|]+): (.*)", line):
-            self.words.update(dict.fromkeys(definition[1].split("|"), definition[2]))
+    def play(self, call):
+        if self.threads and call.name in NOT_IN_THREADS:
             return
-        times, line = re.fullmatch(r"(?:(\d+)x )?(.*)", line).groups()
-        choice, choices = 0, 1
-        while choice < choices:
-            spelled, choices = self.spell(line, choice)
-            for _ in range(int(times or 1)):
-                self.call(Step(place, spelled))
-            choice += 1
-
-    def spell(self, text, choice):
-        """The text spelled out from the inside, in one of its choices, and how many there are."""
-        choices = 1
-        while part := re.search("<((?:[^<>-]|-(?!>)|->)*)>", text):
-            parts, (times, star, piece) = part[1].split("|"), part[1].partition("*")
-            choices = max(choices, len(parts))
-            byte = re.fullmatch("x([0-9a-f]{2})", times)
-            made = parts[choice % len(parts)] if len(parts) > 1 else int(times) * piece if star else chr(int(byte[1], 16)) if byte else self.words[times]
-            text = text[: part.start()] + made + text[part.end():]
-        return text, choices
-
-    def call(self, step):
-        if self.threads and step.name in ("get_available_providers_json", "session_end_profiling"):
-            return  # one thread at a time
-        if self.threads and step.line.endswith("/double.onnx' null"):
+        if self.threads and call.text.endswith("/double.onnx' null"):
             return self.handles.update(session="shared")
-        old, new, arguments = self.handles.get(step.kind), next(self.new), [self.argument(word) for word in step.arguments]
-        if self.provider and step.name == "create_session" and arguments[1] == "null":
+        new, old = next(self.names), self.handles.get(call.kind, "shared")
+        arguments = [self.argument(word) for word in call.arguments]
+        if self.provider and call.name == "create_session" and arguments[1] == "null":
             arguments[1] = "$provided"
-        if step.name == "session_options_enable_profiling" and step.answer == "1":
-            self.profiles.add("onnxruntime_profile" if arguments[1] == "null" else arguments[1][1:])
-        requests = [("", "p", step.before, "null"), (step.kind and new or "", step.comes, step.name, *arguments), ("", "t", "last_error")]
-        requests += [("", "t", "result_json", "$" + new)] * bool(step.kind and step.is_text) + [("", "p", f"release_{step.kind}", f"${old}")] * (old not in (None, "shared"))
-        self.handles.update({step.kind: new} if step.kind else {})
-        self.caller.where = f"{step.place}: {step.line[:200]}"
-        self.ask(requests, lambda answers: self.look(step, *answers[1:]))
+        requests = [
+            ("", "p", call.setter, "null"),
+            (new if call.kind else "", call.type, call.name, *arguments),
+            ("", "t", "last_error"),
+        ]
+        if call.kind and call.is_text:
+            requests.append(("", "t", "result_json", "$" + new))
+        if old != "shared":
+            requests.append(("", "p", "release_" + call.kind, "$" + old))
+        if call.kind:
+            self.handles[call.kind] = new
+        self.program.where = f"{call.place}\n  call      {shown(call.text)}"
+        self.ask(requests, call)
 
     def argument(self, word):
-        return word.removesuffix("'") if word[0] != "$" else "$" + self.handles[word[1:]] if word[1:] in self.handles else "null"
+        if word[0] == "$":
+            return "$" + self.handles[word[1:]] if word[1:] in self.handles else "null"
+        return word.removesuffix("'")
 
-    def ask(self, requests, look=lambda answers: None):
+    def ask(self, requests, call=None):
         self.played += 1
-        if not self.threads:
-            return look(self.caller.ask(requests))
-        self.caller.send(requests)
-        self.waiting.append((len(requests), look))
+        if self.threads:
+            self.program.send(requests)
+            self.pending.append((len(requests), call))
+        else:
+            self.look(call, self.program.ask(requests))
 
-    def look(self, step, got, error, json="", *_):
-        got = json if step.is_text and step.kind else got
-        if step.name == "session_end_profiling" and step.goes_on and "_profile_" in got:
-            got = got[: len(step.answer) - 1]  # a time follows
-        self.came(step, got, None if self.threads else error[1:])
+    def look(self, call, answers):
+        if call:
+            got = answers[3] if call.kind and call.is_text else answers[1]
+            # Other threads set the last error too.
+            error = call.error if self.threads else answers[2][1:]
+            self.check(call, got + "'" * call.is_text, error)
 
-    def came(self, step, got, error):
-        self.failed += not step.judge(got, error)
+    def check(self, call, got, error):
+        self.failed += not call.check(got, error)
 
     def end(self):
-        """Whether all was as expected, the answers of the threads and the end of the program included."""
+        """Whether every answer, those of the threads included, and the exit status were right."""
+        self.program.close()
         for _ in range(self.threads):
-            self.caller.where = "in the threads"
-            self.caller.close()
-            for count, look in self.waiting:
-                look([self.caller.answer() for _ in range(count)])
-        status = self.caller.end()
-        for profile in [path for prefix in self.profiles for path in pathlib.Path().glob(prefix + "_2*.json")]:
+            for count, call in self.pending:
+                self.look(call, [self.program.answer() for _ in range(count)])
+        status = self.program.end()
+        for profile in pathlib.Path().glob("*_profile_2*.json"):
             profile.unlink(missing_ok=True)
-        print(f"{self.played} calls played, {self.failed} not as expected, the program ended with {status}")
+        print(f"{self.played} calls played, {self.failed} failed, exit status {status}")
         return self.played > 0 and self.failed == status == 0
 
 
-def scenes(path):
-    """Each scene's title, and its lines with their places."""
-    title, lines = "", []
-    for number, line in enumerate(open(path, encoding="latin-1"), 1):
-        if line.startswith("== "):
-            yield title, lines
-            title, model = f"{path}:{number}: {line[3:-1]}", re.search(r"\((\w+\.onnx)\)", line)
-            lines = [(title, f"$session = create_session '<models>/{model[1]}' null")] if model else []
-        elif line[0] not in "#\n":
-            lines.append((f"{path}:{number}", line.rstrip("\n")))
-    yield title, lines
+def lines_of(path):
+    """Every line as [place, text, rows], with the lines that continue it."""
+    lines = []
+    for number, text in enumerate(open(path, encoding="latin-1"), 1):
+        text, place = text.rstrip("\n"), f"{path}:{number}"
+        if text.startswith(8 * " "):
+            last = (lines[-1][2] or lines)[-1]
+            is_outside = last is lines[-1] and not re.match(r"[\w|]+: ", last[1])
+            last[1] += " " * (is_outside and last[1].count("'") % 2 == 0) + text[8:]
+        elif text.startswith(4 * " "):
+            lines[-1][2].append([place, text[4:]])
+        elif text[:1] not in ("", "#"):
+            lines.append([place, text, []])
+    return lines
+
+
+def spelled(text, words):
+    """The text in each of its choices, with every <...> replaced, the innermost first."""
+    choice, choices = 0, 1
+    while choice < choices:
+        made = text
+        while part := re.search("<((?:[^<>-]|-(?!>)|->)*)>", made):
+            options, (times, star, piece) = part[1].split("|"), part[1].partition("*")
+            choices = max(choices, len(options))
+            if len(options) > 1:
+                new = options[choice % len(options)]
+            elif re.fullmatch("x[0-9a-f]{2}", times):
+                new = chr(int(times[1:], 16))
+            else:
+                new = int(times) * piece if star else words[times]
+            made = made[: part.start()] + new + made[part.end() :]
+        yield made
+        choice += 1
+
+
+def scenes(path, models):
+    """Each scene as its title, its calls with their places, and the words that are defined."""
+    words, title, calls = {"models": models}, "", []
+    for place, text, rows in lines_of(path):
+        if bool(rows) != ("<1>" in text):
+            sys.exit(f"FAILED: {place}: a line with <1> needs rows, and no other may have any")
+        if text.startswith("== "):
+            yield title, calls, words.copy()
+            title, model = f"{place}: {text[3:]}", re.search(r"\((\w+\.onnx)\)", text)
+            calls = (
+                [(place, f"$session = create_session '{models}/{model[1]}' null")] if model else []
+            )
+        elif definition := re.fullmatch(r"([\w|]+): (.*)", text):
+            words.update(dict.fromkeys(definition[1].split("|"), definition[2]))
+        else:
+            times, text = re.fullmatch(r"(?:(\d+)x )?(.*)", text).groups()
+            for place, row in rows or [(place, "")]:
+                cells = row.split(" | ")
+                filled = re.sub(r"<(\d)>", lambda column: cells[int(column[1]) - 1], text)
+                calls += [(place, made) for made in spelled(filled, words)] * int(times or 1)
+    yield title, calls, words
 
 
 def main():
-    options, given = {"--provider": "", "--threads": 0, "--rounds": 1, "--then": ""}, sys.argv[1:]
-    while given and given[0] in options:
-        options[given[0]] = type(options[given[0]])(given[1])
-        del given[:2]
-    others = options["--provider"] or options["--rounds"] > 1 or options["--then"]
-    script, models, *command = given if len(given) > 2 and not (options["--threads"] and others) else sys.exit(__doc__)
-    if not pathlib.Path(models.removeprefix("Z:"), "double.onnx").exists():  # Wine's name of the root
-        sys.exit(f"play: {models} holds no double.onnx: make_models.py FOLDER makes the models")
-    caller = Program(command) if command[1:] else Bound(command[0])
-    player = Player(caller, models, options["--provider"], options["--threads"])
-    for number in range(options["--rounds"]):
-        # For all threads. To bind ONNX Runtime empties the last error; and it needs a CPU session beside WebGPU's.
-        caller.ask([("shared", "p", "create_session", f"'{models}/double.onnx", "null")])
-        if player.provider:
-            caller.ask([("provided", "p", "create_session_options"), ("", "i", "session_options_append_execution_provider", "$provided", "'" + player.provider)])
-        for _, lines in scenes(script):
+    parser = argparse.ArgumentParser(description=__doc__)
+    add = parser.add_argument
+    add("--provider", help="is appended to the options of sessions without any")
+    add("--threads", type=int, default=0, help="the number that PROGRAM is told to start")
+    add("--rounds", type=int, default=1, help="how often the script is played")
+    add("--then", choices=["leave", "unload"], help="what is done after each round")
+    add("script")
+    add("models", help="a folder that make_models.py has filled")
+    add("program", nargs=argparse.REMAINDER, help="with its arguments")
+    given = parser.parse_args()
+    model = given.models + "/double.onnx"
+    if not os.path.exists(model.removeprefix("Z:")):  # Wine's name of the root
+        parser.error(f"there is no {model}: make_models.py FOLDER makes the models")
+    player = Player(Program(given.program), given.threads, given.provider)
+    ask = player.program.ask
+    for number in range(given.rounds):
+        # Threads share this session, WebGPU needs one on the CPU besides its own, and the call binds
+        # ONNX Runtime, which clears the last error.
+        ask([("shared", "p", "create_session", "'" + model, "null")])
+        if given.provider:
+            ask([("provided", "p", "create_session_options")])
+            ask([("", "i", APPEND, "$provided", "'" + given.provider)])
+        for _, calls, _ in scenes(given.script, given.models):
             player.release()
-            for line in lines:
-                player.play(*line)
-        if options["--then"] != "leave":
+            for call in calls:
+                player.play(Call(*call))
+        if given.then != "leave":
             player.release()
-        if not player.threads and not player.provider:
-            caller.ask([("", "p", "release_session", "$shared")])
-        if options["--then"] == "unload":
+        if not given.threads and not given.provider:
+            ask([("", "p", "release_session", "$shared")])
+        if given.then == "unload":
             player.ask([("", "p", "unload")])
         print("round", number + 1, flush=True)
     return 0 if player.end() else 1

@@ -1,34 +1,33 @@
-"""Checks the Python module: python_binding.py CHECKOUT LIBRARY MODELS [COUNT [SEED]]. Its docs' examples
-run, and by their end it has called every function of the header. Of COUNT random feeds, most of them
-damaged, each that check_feed lets pass must run, on exactly its own tensors."""
+"""Checks the Python module.
+
+The examples of its docs run, and by the end every function of the header has been called. Of random
+feeds, most of them damaged, each that check_feed accepts must run, on exactly its tensors.
+"""
 import array
 import ctypes
 import doctest
 import json
 import math
 import os
-import pathlib
 import random
 import re
 import sys
 
-root = pathlib.Path(sys.argv[1]).resolve()
-sys.path.insert(0, str(root / "modules/python"))
+from delivery import check, finish, given, models
+
+sys.path.insert(0, str(given.source / "modules/python"))
 import onnxruntime_vornic as binding
 from onnxruntime_vornic import _feeds, _native
 
-library, tensor = binding.Library(sys.argv[2]), binding.tensor
-count, seed = map(int, (sys.argv[4:] + ["3000", "1"][len(sys.argv[4:]) :]))
+library, tensor, (count, seed) = binding.Library(given.library), binding.tensor, given.feeds
 random.seed(seed)
 WORDS = ["dtype", "data", '"shape":[9]', '{"data":[9]}', "\\", "é\n\1", "n" * 4095]
 JUNK = [None, True, -1, 256, 1.0, 0.5, 2**53 + 1, 10**400, 1e39, math.nan, [], [1], [[1]], {}]
 JUNK += [{"data": [9]}, "\0", "\ud800", "é" * 2048, *WORDS]
 FEED = {"x": tensor("float32", [1, 3], [1, 2, 3])}
-SETTINGS = dict(
-    inter_op_num_threads=1, execution_mode=0, profiling=False, cpu_mem_arena=True, mem_pattern=True
-)
-SETTINGS.update(log_id="me", log_verbosity_level=0, log_severity_level=3)
-# An input of types.onnx that is replaced or added, and how what is said of it begins.
+SETTINGS = dict(inter_op_num_threads=1, execution_mode=0, profiling=False, mem_pattern=True)
+SETTINGS.update(cpu_mem_arena=True, log_id="me", log_verbosity_level=0, log_severity_level=3)
+# An input of types.onnx, what replaces its tensor, and how the refusal begins.
 BAD = """in_float32 {"dtype":"float32","shape":[1],"data":"16000"} ! data must be an array
 in_float32 {"dtype":"float32","shape":[1]} ! a tensor must have dtype, shape and data
 in_float32 {"note":{"data":[9]},"dtype":"float32","shape":[1],"data":[1]} ! a tensor must have
@@ -39,20 +38,15 @@ in_string {"dtype":"string","shape":[64000000],"data":["a"]} ! shape must be who
 in_string {"dtype":"string","shape":[1],"data":["LONG"]} ! data holds a string of more than 4095
 in_int32 {"dtype":"int32","shape":[1],"data":[0.5]} ! data must be whole numbers
 more {"dtype":"int32","shape":[0],"data":[]} ! the model has no such input"""
-failures, called = [], []
+called = []
 
 
 def counted(name, function):
     return lambda *arguments: called.append(name) or function(*arguments)
 
 
-for name in _native.SIGNATURES:
-    setattr(library.functions, name, counted(name, getattr(library.functions, name)))
-
-
-def check(what, good, got):
-    print(f"ok: {what}" if good else f"FAILED: {what}\n  got {got}")
-    failures.extend([what] * (not good))
+def model(name, **settings):
+    return library.session(models / f"{name}.onnx", **settings)
 
 
 def refusal(call, *arguments):
@@ -94,9 +88,9 @@ def arrived(item):
 
 
 def fuzz(session, rounds):
-    """How many feeds passed; ends at one that arrives as another."""
+    """How many feeds were accepted; stops at one that arrives changed."""
     inputs, outputs = session.inputs, [output["name"] for output in session.outputs]
-    names, passed = [entry["name"] for entry in inputs], 0
+    names, accepted = [entry["name"] for entry in inputs], 0
     for _ in range(rounds):
         entries = random.sample(inputs, len(inputs))
         feed = {entry["name"]: random_tensor(entry, names) for entry in entries}
@@ -109,9 +103,76 @@ def fuzz(session, rounds):
         with session.run(text) as result:
             got = [arrived(result.outputs[name]) for name in outputs]
         if got != [arrived(feed[name]) for name in names]:
-            return check(feed, False, got) or 0
-        passed += 1
-    return passed
+            return check(f"seed {seed}: {text}", [arrived(feed[name]) for name in names], got) or 0
+        accepted += 1
+    return accepted
+
+
+def check_feeds():
+    for name in ("types", "odd", "words", "quotes", "rank8"):
+        with model(name) as session:
+            accepted = fuzz(session, count // 5)
+            share = count / 50 < accepted < count / 5
+            check(f"a tenth to all of {count // 5} feeds of {name}: {accepted}", True, share)
+    with model("types") as session:
+        empty = {entry["name"]: tensor(entry["dtype"], [0], []) for entry in session.inputs}
+        for line in BAD.splitlines():
+            name, text, reason = line.replace(" ", " ! ", 1).split(" ! ")
+            feed = {**empty, name: json.loads(text.replace("LONG", 2048 * "é"))}
+            said = refusal(binding.check_feed, feed, session.inputs)
+            check(f"{name} {text}", f"input '{name}': {reason}.*", said)
+
+
+def check_lifetimes():
+    item = tensor("float32", [1], [2])
+    with model("pair") as session:
+        cut = binding.feed_json({"a": item, "b": item}) + "\0"
+        for feed in (None, [], b"{}", {"a": None}, {"a": item, 1: item}, cut, "\ud800"):
+            said = refusal(session.run, feed)
+            check(f"{feed!r} is refused: {said}", False, said.startswith("none"))
+        with session.run({"a": item, "b": item}) as result:
+            view = result.float_view
+        check("floats of a closed result", [4], view.tolist())
+        check("outputs of it", "this Result is closed", refusal(lambda: result.outputs))
+    with model("double") as session:
+        result, released = session.run(FEED), called.count("release_result")
+        del result
+        check("a result that nobody closed", released + 1, called.count("release_result"))
+
+
+def check_tensors():
+    flat, shape = array.array("f", [0, 7]) * 75264, (1, 3, 224, 224)
+    with model("large") as session:
+        view = memoryview(flat).cast("B").cast("f", shape)
+        for image in (flat, view, bytes(flat), flat.tolist()):
+            with library.tensor(image, shape) as fed, session.run_tensor("x", fed) as result:
+                check(f"an image as {type(image)}", [7], result.floats.tolist())
+    check("a tensor of the array's shape", True, library.tensor(memoryview(flat)).handle > 0)
+    malloc = ctypes.CDLL(None).malloc
+    malloc.restype = ctypes.c_void_p
+    memory = ctypes.memmove(malloc(12), array.array("f", [1, 2, 3]).tobytes(), 12)
+    with model("double") as session:
+        result = session.run_tensor("x", library.adopt(memory, [1, 3]))
+        got = [result.float_shape, result.float_at(1), result.floats.tolist()]
+        check("adopted memory", [[1, 3], 4, [2, 4, 6]], got)
+        check("the profile where there is none", "", session.end_profiling())
+
+
+def check_options():
+    with library.session_options(**SETTINGS) as options:
+        options.set(cpu_mem_arena=False)
+        with model("double", options=options) as session, session.binding() as bound:
+            bound.clear_inputs(), bound.clear_outputs(), bound.synchronize_inputs()
+            bound.bind_input("x", FEED["x"])
+            bound.bind_output("y")
+            with bound.run(timeout=9) as result:
+                bound.synchronize_outputs()
+                check("a binding's outputs", bound.outputs, result.outputs)
+    check("providers", True, "CPUExecutionProvider" in library.providers)
+    with model("double") as session, library.run_options(log_verbosity_level=0) as options:
+        said = refusal(run_until, options, session, 0.05)
+        check("a deadline", "the run was ended after 0.05 s", said)
+        check("a run after it", [2, 4, 6], session.run(FEED, options=options)["y"]["data"])
 
 
 def run_until(options, session, seconds):
@@ -120,67 +181,37 @@ def run_until(options, session, seconds):
             session.run(FEED, options=options)
 
 
-for model in ("types", "odd", "words", "quotes", "rank8"):
-    with library.session(f"{sys.argv[3]}/{model}.onnx") as session:
-        passed = fuzz(session, count // 5)
-        check(f"feeds of {model}: {passed} passed", count / 50 < passed < count / 5, passed)
-with library.session(f"{sys.argv[3]}/types.onnx") as session:
-    empty = {entry["name"]: tensor(entry["dtype"], [0], []) for entry in session.inputs}
-    for name, text, reason in (
-        line.replace(" ", " ! ", 1).split(" ! ") for line in BAD.splitlines()
-    ):
-        feed = {**empty, name: json.loads(text.replace("LONG", 2048 * "é"))}
-        said = refusal(binding.check_feed, feed, session.inputs)
-        check(f"{name} {text}", said.startswith(f"input '{name}': {reason}"), said)
-with library.session(f"{sys.argv[3]}/pair.onnx") as session:
-    item = tensor("float32", [1], [2])
-    cut = binding.feed_json({"a": item, "b": item}) + "\0"
-    for feed in (None, [], b"{}", {"a": None}, {"a": item, 1: item}, cut, "\ud800"):
-        said = refusal(session.run, feed)
-        check(f"a feed that is {feed!r}", not said.startswith("none"), said)
-    with session.run({"a": item, "b": item}) as result:
-        view = result.float_view
-    check("floats after the end", view.tolist() == [4], view.tolist())
-    said = refusal(lambda: result.outputs)
-    check("outputs after the end", said == "this Result is closed", said)
-with library.session(f"{sys.argv[3]}/large.onnx") as session:
-    flat, shape = array.array("f", [0, 7]) * 75264, (1, 3, 224, 224)
-    for image in (flat, memoryview(flat).cast("B").cast("f", shape), bytes(flat), flat.tolist()):
-        with library.tensor(image, shape) as fed, session.run_tensor("x", fed) as result:
-            check(f"an image as {type(image)}", result.floats.tolist() == [7], result.floats)
-    check("a tensor of the array's shape", library.tensor(memoryview(flat)).handle, "nothing")
-os.environ["ONNXRUNTIME_VORNIC_LIBRARY"] = os.path.abspath(sys.argv[2])
-os.chdir(sys.argv[3])
-malloc = ctypes.CDLL(None).malloc
-malloc.restype = ctypes.c_void_p
-with library.session("double.onnx") as session:
-    names = {**vars(binding), "library": library, "session": session, "os": os}
-    for name in [name for name in sorted(sys.modules) if name.startswith("onnxruntime_vornic")]:
-        wrong, run = doctest.testmod(sys.modules[name], extraglobs=names)
-        check(f"{run} examples in {name}", not wrong, wrong)
-    memory = ctypes.memmove(malloc(12), array.array("f", [1, 2, 3]).tobytes(), 12)
-    result = session.run_tensor("x", library.adopt(memory, [1, 3]))
-    got = [result.float_shape, result.float_at(1), result.floats.tolist(), session.end_profiling()]
-    check("adopted memory", got == [[1, 3], 4, [2, 4, 6], ""], got)
-    released = called.count("release_result")
-    del result
-    check("what nobody closed", called.count("release_result") == released + 1, called[-9:])
-    with library.session_options(**SETTINGS) as options:
-        options.set(cpu_mem_arena=False)
-        with library.session("double.onnx", options=options) as other, other.binding() as bound:
-            for prepare in (bound.clear_inputs, bound.clear_outputs, bound.synchronize_inputs):
-                prepare()
-            bound.bind_input("x", FEED["x"])
-            bound.bind_output("y")
-            with bound.run(timeout=9) as result:
-                bound.synchronize_outputs()
-                check("a binding's outputs", bound.outputs == result.outputs, bound.text)
-    check("providers", "CPUExecutionProvider" in library.providers, library.providers)
-    with library.run_options(log_verbosity_level=0) as options:
-        said = refusal(run_until, options, session, 0.05)
-        check("a deadline", said == "the run was ended after 0.05 s", said)
-        check("after a deadline", session.run(FEED, options=options), "nothing")
-header = (root / "include/onnxruntime_vornic.h").read_text()
-missing = set(re.findall(r"\bonnxruntime_vn_(\w+)\(", header)).symmetric_difference(called)
-check("every function of the header was called", not missing, missing)
-sys.exit(len(failures) > 0)
+def check_examples():
+    os.environ["ONNXRUNTIME_VORNIC_LIBRARY"] = str(given.library)
+    os.chdir(models)
+    with library.session("double.onnx") as session:
+        names = {**vars(binding), "library": library, "session": session, "os": os}
+        for name in [name for name in sorted(sys.modules) if name.startswith("onnxruntime_vornic")]:
+            wrong, run = doctest.testmod(sys.modules[name], extraglobs=names)
+            check(f"{run} examples in {name}", 0, wrong)
+
+
+def ctype(declared):
+    """What ctypes calls the type of a C declaration."""
+    if "*" in declared:
+        return ctypes.c_char_p if declared.startswith("const char*") else ctypes.c_void_p
+    return {"int32_t": ctypes.c_int32, "float": ctypes.c_float, "void": None}[declared.split()[0]]
+
+
+def check_signatures():
+    """Every function is declared to ctypes as the header declares it, and has been called."""
+    cdef = (given.build / "onnxruntime_vornic.cdef").read_text()
+    declared = re.findall(r"(.*?) ?onnxruntime_vn_(\w+)\((.*)\);", cdef)
+    for result, name, arguments in declared:
+        types = [result] + [each for each in arguments.split(", ") if each != "void"]
+        check(f"signature of {name}", [*map(ctype, types)], [*_native.SIGNATURES[name]])
+    names = {name for _, name, _ in declared}
+    check("functions that were not called", set(), names.symmetric_difference(called))
+
+
+for name in _native.SIGNATURES:
+    setattr(library.functions, name, counted(name, getattr(library.functions, name)))
+for part in (check_feeds, check_lifetimes, check_tensors, check_options, check_examples):
+    part()
+check_signatures()
+finish()
