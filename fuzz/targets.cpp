@@ -119,7 +119,7 @@ void check_read(const char* text) {
 // Writing is printf's, and what is written reads back as it was.
 void check_written(double value) {
     const float single = static_cast<float>(value);
-    char room[kNumberRoom], expected[64];
+    char room[kNumberCapacity], expected[64];
     for (const int digits : {9, 17}) {
         char* const end = digits == 9 ? write_float32(room, single) : write_float64(room, value);
         snprintf(expected, sizeof expected, "%.*g", digits, digits == 9 ? double{single} : value);

@@ -138,7 +138,7 @@ std::string near_float(uint32_t bits, Random& random) {
     const double number = static_cast<double>(std::bit_cast<float>(bits));
     const double next = static_cast<double>(std::bit_cast<float>(bits + 1));
     uint64_t chance = random();
-    char text[kNumberRoom];
+    char text[kNumberCapacity];
     const double near = chance % 4 == 0 ? number : number / 2 + next / 2;
     std::string result(text, write_float64(text, chance % 8 < 4 ? near : -near));
     chance >>= 8;

@@ -64,7 +64,7 @@ void check_float_text(double value, int digits, const char* got, const char* end
 }
 
 void check_write_float(float value) {
-    char text[kNumberRoom + 1];
+    char text[kNumberCapacity + 1];
     char* const end = write_float32(text, value);
     check_float_text(static_cast<double>(value), 9, text, end);
     *end = '\0';
@@ -82,7 +82,7 @@ void check_write_float(float value) {
 }
 
 void check_write_double(double value) {
-    char text[kNumberRoom + 1];
+    char text[kNumberCapacity + 1];
     char* const end = write_float64(text, value);
     check_float_text(value, 17, text, end);
     *end = '\0';
@@ -91,7 +91,7 @@ void check_write_double(double value) {
 
 // Without a sign, and as a negative number.
 void check_write_integer(uint64_t value) {
-    char text[kNumberRoom + 1], expected[32];
+    char text[kNumberCapacity + 1], expected[32];
     snprintf(expected, sizeof expected, "%llu", static_cast<unsigned long long>(value));
     check_text(expected, static_cast<double>(value), text, write_uint64(text, value));
     const auto negative = static_cast<int64_t>(0 - value);
