@@ -50,10 +50,9 @@ struct TwoFloatTails {
 
     [[gnu::always_inline]] TwoFloatTails(const FourNumbers& four, int i, int64_t negated,
                                          int64_t next_negated) {
-        const Bytes a = load_aligned(&kFloatTails[negated]);
-        const Bytes b = load_aligned(&kFloatTails[next_negated]);
-        digits = last_digits(four, i, first_halves(a, b));
-        units = reinterpret_cast<Doubles>(last_halves(a, b));
+        const Columns columns = load_columns(&kFloatTails[negated], &kFloatTails[next_negated]);
+        digits = last_digits(four, i, columns.first);
+        units = reinterpret_cast<Doubles>(columns.second);
     }
 };
 

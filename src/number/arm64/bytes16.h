@@ -28,12 +28,13 @@ inline Bytes load_halves(const void* a, const void* b) {
                        vld1_u8(static_cast<const uint8_t*>(b)));
 }
 
-// The first, or the last, eight bytes of both.
-inline Bytes first_halves(Bytes a, Bytes b) {
-    return vreinterpretq_u8_u64(vzip1q_u64(vreinterpretq_u64_u8(a), vreinterpretq_u64_u8(b)));
-}
-inline Bytes last_halves(Bytes a, Bytes b) {
-    return vreinterpretq_u8_u64(vzip2q_u64(vreinterpretq_u64_u8(a), vreinterpretq_u64_u8(b)));
+// The first and the second eight bytes of two entries of sixteen.
+struct Columns {
+    Bytes first, second;
+};
+inline Columns load_columns(const void* a, const void* b) {
+    const Words x = vreinterpretq_u64_u8(load(a)), y = vreinterpretq_u64_u8(load(b));
+    return {vreinterpretq_u8_u64(vzip1q_u64(x, y)), vreinterpretq_u8_u64(vzip2q_u64(x, y))};
 }
 
 inline Bytes broadcast(char byte) { return vdupq_n_u8(static_cast<uint8_t>(byte)); }

@@ -30,9 +30,14 @@ inline Bytes load_halves(const void* a, const void* b) {
         _mm_loadh_pd(_mm_load_sd(static_cast<const double*>(a)), static_cast<const double*>(b)));
 }
 
-// The first, or the last, eight bytes of both.
-inline Bytes first_halves(Bytes a, Bytes b) { return _mm_unpacklo_epi64(a, b); }
-inline Bytes last_halves(Bytes a, Bytes b) { return _mm_unpackhi_epi64(a, b); }
+// The first and the second eight bytes of two entries of sixteen.
+struct Columns {
+    Bytes first, second;
+};
+inline Columns load_columns(const void* a, const void* b) {
+    return {load_halves(a, b),
+            load_halves(static_cast<const char*>(a) + 8, static_cast<const char*>(b) + 8)};
+}
 
 inline Bytes broadcast(char byte) { return _mm_set1_epi8(byte); }
 inline Bytes minimum(Bytes a, Bytes b) { return _mm_min_epu8(a, b); }
