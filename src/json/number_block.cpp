@@ -165,11 +165,7 @@ private:
 
     void read_single_digits() {
         const char* const from = at_;
-        if (*at_ == ' ') {
-            read_single_digits<1>();
-        } else {
-            read_single_digits<0>();
-        }
+        *at_ == ' ' ? read_single_digits<1>() : read_single_digits<0>();
         if (at_ != from) list_.restart(at_);
     }
 

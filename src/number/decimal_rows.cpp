@@ -126,27 +126,18 @@ template <typename Number>
 
 [[gnu::always_inline]] inline bool read_long(const FourNumbers& four, const Decimals& decimals,
                                              double* to) {
-    const Tail* tails[4];
-    Power powers[4];
-#pragma GCC unroll 4
-    for (int i = 0; i < 4; ++i) {
-        tails[i] = &kTails[decimals.negated[i]];
-        const int q = static_cast<int>(decimals.exponents[i]) - tails[i]->count;
-        powers[i] = {q, power_of_ten_log2(q)};
-    }
-    const Bytes a = last_digits(four, 0, load_halves(&tails[0]->mask, &tails[1]->mask));
-    const Bytes b = last_digits(four, 2, load_halves(&tails[2]->mask, &tails[3]->mask));
-    return are_digits(maximum(a, b)) &&
-           scale_four(four, to_words(decimals.a), to_words(decimals.b), a, b, tails, powers, to);
+    const FourTails tails(four, decimals.negated);
+    return are_digits(maximum(tails.a, tails.b)) &&
+           scale_four(four, to_words(decimals.a), to_words(decimals.b), tails, decimals.exponents,
+                      to);
 }
 
-template <typename Number>
-[[gnu::always_inline]] inline bool read_four_decimals(FourNumbers four, Number* to) {
+constexpr auto read_four_decimals =
+    []<typename Number>(FourNumbers four, Number* to) __attribute__((always_inline)) {
     Decimals decimals{{}, {}, {-16, -16, -16, -16}, {}};
     const bool have_exponents = may_have_exponents(four);
     if (have_exponents && !take_exponents(&four, decimals.exponents)) return false;
-    if (!four.fit(kMaxLength)) [[unlikely]]
-        return false;
+    if (__builtin_expect(!four.fit(kMaxLength), false)) return false;
     Bytes digits[4];
     int64_t least = 0;
 #pragma GCC unroll 4
@@ -162,16 +153,13 @@ template <typename Number>
     decimals.b = to_eights(digits[2], digits[3]);
     const bool are_short = four.fit(16) && !have_exponents;
     return are_short ? read_short(four, decimals, to) : read_long(four, decimals, to);
-}
+};
 
 }  // namespace
 
 template <typename Number>
 int64_t read_decimals(const NumberRow& row, Number* to) {
-    return read_row(
-        row, to, [](const FourNumbers& four, Number* numbers) __attribute__((always_inline)) {
-            return read_four_decimals(four, numbers);
-        });
+    return read_row(row, to, read_four_decimals);
 }
 template int64_t read_decimals(const NumberRow& row, float* to);
 template int64_t read_decimals(const NumberRow& row, double* to);

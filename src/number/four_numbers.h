@@ -2,8 +2,10 @@
 // into digits. All tables are indexed by a number's negated length, start - end.
 #pragma once
 
+#include <stddef.h>
 #include <stdint.h>
 
+#include <array>
 #include <iterator>
 
 #include "bytes16.h"
@@ -28,16 +30,13 @@ struct ByLength {
 
 // Sixteen bytes of which the first ones are set, as many as the number is long: a load that starts
 // that many bytes before the zeros of the table.
-struct PrefixMasks {
-    uint8_t byte[kMaxLength + 16];
-};
-inline constexpr PrefixMasks kPrefixMasks = [] {
-    PrefixMasks masks{};
-    for (int64_t i = 0; i < kMaxLength; ++i) masks.byte[i] = 255;
+inline constexpr std::array kPrefixMasks = [] {
+    std::array<uint8_t, kMaxLength + 16> masks{};
+    for (size_t i = 0; i < kMaxLength; ++i) masks[i] = 255;
     return masks;
 }();
 inline Bytes prefix_mask(int64_t negated) {
-    const uint8_t* zero = &kPrefixMasks.byte[kMaxLength];
+    const uint8_t* zero = &kPrefixMasks[kMaxLength];
     __asm__("" : "+r"(zero));
     return load(zero + negated);
 }
@@ -84,8 +83,7 @@ template <int64_t kGap>
                                                FourNumbers* four) {
 #pragma GCC unroll 4
     for (int i = 0; i < 4; ++i) {
-        if (kGap != 0 && ends[i][1] != ' ') [[unlikely]]
-            return false;
+        if (__builtin_expect(kGap != 0 && ends[i][1] != ' ', false)) return false;
         at += kGap;
         four->negative[i] = *at == '-';
         __asm__("" : "+r"(four->negative[i]));  // compare once for all uses

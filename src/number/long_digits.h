@@ -61,25 +61,27 @@ struct Tail {
     uint64_t mask;   // of the tail's digits
     uint64_t power;  // 10^count
     uint64_t limit;  // the leading digits must be below this for the integer not to overflow
-    int32_t count;   // of the tail's digits
-    int32_t log2;    // of 10^q for q = -14 - count: fourteen digits after the point, and the tail's
+    int64_t count;   // of the tail's digits
 };
 inline constexpr ByLength<Tail> kTails = [] {
     ByLength<Tail> tails{};  // a limit of 0 beyond kMaxWithTail
     uint64_t power = 1;
-    for (int n = 0; n <= kMaxWithTail; ++n) {
-        const int count = n > 16 ? n - 16 : 0;
+    for (int64_t n = 0; n <= kMaxWithTail; ++n) {
+        const int64_t count = n > 16 ? n - 16 : 0;
         if (count > 0) power *= 10;
-        tails[-n] = {suffix_mask(count), power, UINT64_MAX / power - 1, count,
-                     power_of_ten_log2(-14 - count)};
+        tails[-n] = {suffix_mask(count), power, UINT64_MAX / power - 1, count};
     }
     return tails;
 }();
 
-// A power of ten q and floor(log2(10^q)).
-struct Power {
-    int q;
-    int log2;
+struct FourTails {
+    const Tail* tail[4];
+    Bytes a, b;  // the digits of two each
+
+    [[gnu::always_inline]] FourTails(const FourNumbers& four, const int64_t (&negated)[4])
+        : tail{&kTails[negated[0]], &kTails[negated[1]], &kTails[negated[2]], &kTails[negated[3]]},
+          a(last_digits(four, 0, load_halves(&tail[0]->mask, &tail[1]->mask))),
+          b(last_digits(four, 2, load_halves(&tail[2]->mask, &tail[3]->mask))) {}
 };
 
 struct ScaledDigits {
@@ -102,36 +104,37 @@ struct ScaledDigits {
 // bits to be dropped, with a half added, are all ones, or all zeros, where it may be a midpoint. For both,
 // adding another unit makes nine bits zero. That is one number in 500, which is read again exactly;
 // Lemire computes more of the product instead. The double is normal, as q is within 150 of 0.
-[[gnu::always_inline]] inline ScaledDigits scale(uint64_t word, Power power) {
+[[gnu::always_inline]] inline ScaledDigits scale(uint64_t word, int q) {
     const int zeros = std::countl_zero(word | 1);
-    const uint128_t product = static_cast<uint128_t>(word << zeros) * kPowersOfTen[power.q].high;
+    const uint128_t product = static_cast<uint128_t>(word << zeros) * kPowersOfTen[q].high;
     const uint64_t high = static_cast<uint64_t>(product >> 64);
     const int top = static_cast<int>(high >> 63);
     const uint64_t kept = high >> top;
     const uint64_t sum = kept + 512 + 1;
-    const int last_bit = power.log2 + 1 - zeros + 10 + top;
+    const int last_bit = power_of_ten_log2(q) + 1 - zeros + 10 + top;
     const uint64_t bits =
         (static_cast<uint64_t>(last_bit - kMinExponent) << kFractionBits) + (sum >> 10);
     return {word != 0 ? bits : 0, (sum & 1022) == 0};
 }
 
-// Scales four numbers, which are each the leading digits, in two words each, and a tail, times a power.
-// False if a result may be wrong.
+// Scales four numbers: the leading digits, in two words each, and the tails, times 10^exponent before the
+// tails. False if a result may be wrong.
 [[gnu::always_inline]] inline bool scale_four(const FourNumbers& four, Words a, Words b,
-                                              Bytes a_tails, Bytes b_tails,
-                                              const Tail* const (&tails)[4],
-                                              const Power (&powers)[4], double* to) {
+                                              const FourTails& tails, const int64_t (&exponents)[4],
+                                              double* to) {
     uint64_t leading[4];
     uint32_t tail_digits[4];
     store(reinterpret_cast<Bytes>(a), leading);
     store(reinterpret_cast<Bytes>(b), leading + 2);
-    store(reinterpret_cast<Bytes>(to_eights(a_tails, b_tails)), tail_digits);
+    store(reinterpret_cast<Bytes>(to_eights(tails.a, tails.b)), tail_digits);
     bool is_ambiguous = false;
 #pragma GCC unroll 4
     for (int i = 0; i < 4; ++i) {
-        const ScaledDigits scaled = scale(leading[i] * tails[i]->power + tail_digits[i], powers[i]);
+        const Tail& tail = *tails.tail[i];
+        const ScaledDigits scaled = scale(leading[i] * tail.power + tail_digits[i],
+                                          static_cast<int>(exponents[i] - tail.count));
         to[i] = std::bit_cast<double>(scaled.bits | four.negative[i] << 63);
-        is_ambiguous |= scaled.is_ambiguous | (leading[i] >= tails[i]->limit);
+        is_ambiguous |= scaled.is_ambiguous | (leading[i] >= tail.limit);
     }
     return !is_ambiguous;
 }

@@ -6,8 +6,7 @@ namespace vornic {
 namespace {
 
 [[gnu::always_inline]] inline bool read_four_long_pointed(const FourNumbers& four, float* to) {
-    if (!four.fit(kMaxLength)) [[unlikely]]
-        return false;
+    if (__builtin_expect(!four.fit(kMaxLength), false)) return false;
     const PointedDigits digits(four);
     const auto tails = [&](int i) {
         return TwoFloatTails(four, i, four.negated_length(i), four.negated_length(i + 1));
@@ -22,20 +21,12 @@ namespace {
 }
 
 [[gnu::always_inline]] inline bool read_four_long_pointed(const FourNumbers& four, double* to) {
-    if (!four.fit(kMaxLength)) [[unlikely]]
-        return false;
+    if (__builtin_expect(!four.fit(kMaxLength), false)) return false;
     const PointedDigits digits(four);
-    const Tail* tails[4];
-    Power powers[4];
-#pragma GCC unroll 4
-    for (int i = 0; i < 4; ++i) {
-        tails[i] = &kTails[four.negated_length(i)];
-        powers[i] = {-14 - tails[i]->count, tails[i]->log2};
-    }
-    const Bytes a = last_digits(four, 0, load_halves(&tails[0]->mask, &tails[1]->mask));
-    const Bytes b = last_digits(four, 2, load_halves(&tails[2]->mask, &tails[3]->mask));
-    return digits.are_valid(maximum(a, b)) &&
-           scale_four(four, digits.words(0), digits.words(2), a, b, tails, powers, to);
+    const FourTails tails(four, {four.negated_length(0), four.negated_length(1),
+                                 four.negated_length(2), four.negated_length(3)});
+    return digits.are_valid(maximum(tails.a, tails.b)) &&
+           scale_four(four, digits.words(0), digits.words(2), tails, {-14, -14, -14, -14}, to);
 }
 
 }  // namespace

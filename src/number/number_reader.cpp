@@ -1,7 +1,9 @@
 #include "number/number_reader.h"
 
+#include <stddef.h>
 #include <stdint.h>
 
+#include <array>
 #include <bit>
 
 #include "number/decimal_rounding.h"
@@ -15,17 +17,12 @@ constexpr uint64_t kQuietNan = 0x7ff8000000000000;
 // any text does not overflow.
 constexpr int64_t kHugeExponent = 1000000000000000000;
 
-struct PowersOfTenDouble {
-    double power[23];  // up to 10^22 they are exact
-};
-
-constexpr PowersOfTenDouble make_exact_doubles() {
-    PowersOfTenDouble table{{1}};
-    for (int i = 1; i < 23; ++i) table.power[i] = table.power[i - 1] * 10;
-    return table;
-}
-
-constexpr PowersOfTenDouble kExactDoubles = make_exact_doubles();
+// Powers of ten are exact doubles up to 10^22.
+constexpr std::array kExactPowers = [] {
+    std::array<double, 23> powers{1};
+    for (size_t i = 1; i < powers.size(); ++i) powers[i] = powers[i - 1] * 10;
+    return powers;
+}();
 
 bool is_digit(char c) { return static_cast<unsigned char>(c - '0') < 10; }
 char lower(char c) { return static_cast<char>(c | 0x20); }  // of a letter
@@ -47,14 +44,10 @@ bool append_digit(char c, uint64_t& word) {
 // of its time here: inlined, so that the word stays in a register.
 [[gnu::always_inline]] inline const char* take_digits(const char* p, uint64_t& word) {
     for (;; p += 8) {
-        if (!append_digit(p[0], word)) return p;
-        if (!append_digit(p[1], word)) return p + 1;
-        if (!append_digit(p[2], word)) return p + 2;
-        if (!append_digit(p[3], word)) return p + 3;
-        if (!append_digit(p[4], word)) return p + 4;
-        if (!append_digit(p[5], word)) return p + 5;
-        if (!append_digit(p[6], word)) return p + 6;
-        if (!append_digit(p[7], word)) return p + 7;
+#pragma GCC unroll 8
+        for (int i = 0; i < 8; ++i) {
+            if (!append_digit(p[i], word)) return p + i;
+        }
     }
 }
 
@@ -207,8 +200,8 @@ NumberRead read_number(const char* first) {
     // Clinger's exact case: both operands are exact, so the one operation rounds correctly.
     if (word <= uint64_t{1} << 53 && exponent >= -22 && exponent <= 22) {
         const double number = static_cast<double>(static_cast<int64_t>(word));
-        const double value = exponent < 0 ? number / kExactDoubles.power[-exponent]
-                                          : number * kExactDoubles.power[exponent];
+        const double value = exponent < 0 ? number / kExactPowers[static_cast<size_t>(-exponent)]
+                                          : number * kExactPowers[static_cast<size_t>(exponent)];
         return signed_number(std::bit_cast<uint64_t>(value), negative, p);
     }
     return signed_number(round_decimal({whole, count, exponent, word}), negative, p);

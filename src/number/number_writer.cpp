@@ -120,22 +120,6 @@ template <int kDigits>
     return write_general<17>(first, value);
 }
 
-template <typename Float>
-[[gnu::always_inline]] inline NumbersWritten write_all(char* first, const char* end,
-                                                       const Float* numbers, uint64_t count) {
-    const Float* number = numbers;
-    for (;;) {
-        const uint64_t fitting = static_cast<uint64_t>(end - first) / (kNumberCapacity + 1);
-        const Float* const stop = number + std::min(fitting, count);
-        if (number == stop) return {first, static_cast<uint64_t>(number - numbers)};
-        count -= static_cast<uint64_t>(stop - number);
-        do {
-            first = write_number(first, *number++);
-            *first++ = ',';
-        } while (number != stop);
-    }
-}
-
 // The digits of a number below 10^8 in the order of the text, one to a byte. The word is split into two
 // numbers of four digits, four of two, and eight of one (SWAR). The reciprocals of 100 and 10 are
 // rounded up by so little that every quotient is exact; the masks clear the bits shifted in from the number
@@ -191,13 +175,22 @@ char* write_integer(char* first, uint64_t number) {
 
 }  // namespace
 
-NumbersWritten write_numbers(char* first, const char* end, const float* numbers, uint64_t count) {
-    return write_all(first, end, numbers, count);
+template <typename Float>
+NumbersWritten write_numbers(char* first, const char* end, const Float* numbers, uint64_t count) {
+    const Float* number = numbers;
+    for (;;) {
+        const uint64_t fitting = static_cast<uint64_t>(end - first) / (kNumberCapacity + 1);
+        const Float* const stop = number + std::min(fitting, count);
+        if (number == stop) return {first, static_cast<uint64_t>(number - numbers)};
+        count -= static_cast<uint64_t>(stop - number);
+        do {
+            first = write_number(first, *number++);
+            *first++ = ',';
+        } while (number != stop);
+    }
 }
-
-NumbersWritten write_numbers(char* first, const char* end, const double* numbers, uint64_t count) {
-    return write_all(first, end, numbers, count);
-}
+template NumbersWritten write_numbers(char*, const char*, const float*, uint64_t);
+template NumbersWritten write_numbers(char*, const char*, const double*, uint64_t);
 
 char* write_float32(char* first, float value) {
     return write_numbers(first, first + kNumberCapacity + 1, &value, 1).end - 1;

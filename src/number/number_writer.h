@@ -25,7 +25,7 @@ struct NumbersWritten {
     char* end;  // after the last comma
     uint64_t count;
 };
-NumbersWritten write_numbers(char* first, const char* end, const float* numbers, uint64_t count);
-NumbersWritten write_numbers(char* first, const char* end, const double* numbers, uint64_t count);
+template <typename Float>
+NumbersWritten write_numbers(char* first, const char* end, const Float* numbers, uint64_t count);
 
 }  // namespace vornic

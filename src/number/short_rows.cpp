@@ -18,10 +18,9 @@ constexpr ByLength<uint64_t> kIntegerMasks = [] {
 //     pairs     0     0     7     49    |  0     0     0     16
 //     fours     0           749         |  0           16
 //     eights    749                     |  16                       below 2^31: exact as doubles
-template <typename Number>
-[[gnu::always_inline]] inline bool read_four_integers(const FourNumbers& four, Number* to) {
-    if (!four.fit(8)) [[unlikely]]
-        return false;
+constexpr auto read_four_integers =
+    []<typename Number>(const FourNumbers& four, Number* to) __attribute__((always_inline)) {
+    if (__builtin_expect(!four.fit(8), false)) return false;
     const auto digits = [&](int i) {
         return last_digits(four, i,
                            load_halves(&kIntegerMasks[four.negated_length(i)],
@@ -36,39 +35,32 @@ template <typename Number>
         store_four(four, first_to_doubles(numbers), last_to_doubles(numbers), to);
     }
     return are_digits(maximum(a, b));
-}
+};
 
 // Up to fifteen digits divided by 10^14. Both are exact as doubles, so the one division rounds correctly
 // (W. D. Clinger, How to Read Floating Point Numbers Accurately, 1990).
-template <typename Number>
-[[gnu::always_inline]] inline bool read_four_pointed(const FourNumbers& four, Number* to) {
-    if (!four.fit(16)) [[unlikely]]
-        return false;
+constexpr auto read_four_pointed =
+    []<typename Number>(const FourNumbers& four, Number* to) __attribute__((always_inline)) {
+    if (__builtin_expect(!four.fit(16), false)) return false;
     const PointedDigits digits(four);
     const Doubles power = {1e14, 1e14};
     store_four(four, small_to_doubles(digits.words(0)) / power,
                small_to_doubles(digits.words(2)) / power, to);
     return digits.are_valid(broadcast('\0'));
-}
+};
 
 }  // namespace
 
 template <typename Number>
 int64_t read_integers(const NumberRow& row, Number* to) {
-    return read_row(
-        row, to, [](const FourNumbers& four, Number* numbers) __attribute__((always_inline)) {
-            return read_four_integers(four, numbers);
-        });
+    return read_row(row, to, read_four_integers);
 }
 template int64_t read_integers(const NumberRow& row, float* to);
 template int64_t read_integers(const NumberRow& row, double* to);
 
 template <typename Number>
 int64_t read_pointed(const NumberRow& row, Number* to) {
-    return read_row(
-        row, to, [](const FourNumbers& four, Number* numbers) __attribute__((always_inline)) {
-            return read_four_pointed(four, numbers);
-        });
+    return read_row(row, to, read_four_pointed);
 }
 template int64_t read_pointed(const NumberRow& row, float* to);
 template int64_t read_pointed(const NumberRow& row, double* to);

@@ -47,6 +47,10 @@ inline bool has_zero(Bytes bytes) {
     return _mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_setzero_si128())) != 0;
 }
 
+inline int64_t add_halves(Bytes words) {
+    return _mm_cvtsi128_si64(_mm_add_epi64(words, _mm_srli_si128(words, 8)));
+}
+
 // One bit for each of 16 bytes, the first byte's lowest: set if the byte equals `byte`.
 inline uint64_t match_mask(char byte, Bytes bytes) {
     return static_cast<uint64_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_set1_epi8(byte))));
@@ -68,8 +72,8 @@ inline Matches match_64(char byte, const char* at) {
     }
     const Bytes sums =
         _mm_add_epi8(_mm_add_epi8(found[0], found[1]), _mm_add_epi8(found[2], found[3]));
-    const Bytes halves = _mm_sad_epu8(_mm_sub_epi8(_mm_setzero_si128(), sums), _mm_setzero_si128());
-    return {bits, _mm_cvtsi128_si64(_mm_add_epi64(halves, _mm_srli_si128(halves, 8)))};
+    return {bits,
+            add_halves(_mm_sad_epu8(_mm_sub_epi8(_mm_setzero_si128(), sums), _mm_setzero_si128()))};
 }
 
 // Undefined for 0. Inline assembly, because GCC 12 widens the result of __builtin_ctzll with another
@@ -109,11 +113,7 @@ public:
         for (const Bytes block : blocks) found = _mm_sub_epi8(found, _mm_cmpeq_epi8(block, byte_));
         sums_ = _mm_add_epi64(sums_, _mm_sad_epu8(found, _mm_setzero_si128()));
     }
-    uint64_t total() const {
-        uint64_t halves[2];
-        store(sums_, halves);
-        return halves[0] + halves[1];
-    }
+    uint64_t total() const { return static_cast<uint64_t>(add_halves(sums_)); }
 
 private:
     Bytes byte_;
