@@ -1,8 +1,7 @@
-// The two scans over whole texts read aligned windows of four blocks of 16 bytes. They load a block, or on
-// x64 a window, only after finding no terminator before it. So whatever is loaded together lies within
-// one page, under arm64's memory tagging within one granule, and holds at least one byte of the text.
-// Bytes of the first block before the text and of the last one after it are ignored; the address
-// sanitizer is told so.
+// The two scans over whole texts read aligned windows of four blocks of 16 bytes. They load a block, or on x64
+// a window, only after finding no terminator before it. So what is loaded together lies within one page,
+// under arm64's memory tagging within one granule, and holds at least one byte of the text. Other bytes
+// of the first and the last block are ignored; the address sanitizer is told so.
 #include "json/scan.h"
 
 #include "bytes16.h"

@@ -104,9 +104,8 @@ template <typename Number>
     return true;
 }
 
-// Bounds, as explained at FloatTail; 10^14 of its units are one of the sixteenth digit. The value of the
-// digits, its sum with a unit, the power of ten and two products each have a relative error of at most
-// 2^-53, the power of 2^-52: less than 2^-50 in all.
+// Bounds, as explained at FloatTail. The value of the digits, its sum with a unit, the power of ten and two
+// products each have a relative error of at most 2^-53, the power of 2^-52: less than 2^-50 in all.
 [[gnu::always_inline]] inline bool read_long(const FourNumbers& four, const Decimals& decimals,
                                              float* to) {
     const int64_t(&negated)[4] = decimals.negated;
@@ -117,7 +116,7 @@ template <typename Number>
     const Doubles a = to_doubles(decimals.a), b = to_doubles(decimals.b);
     const Doubles a_power = two_powers(decimals, 0, 1), b_power = two_powers(decimals, 2, 1);
     const Floats low = to_floats(a * a_power * below, b * b_power * below);
-    const Doubles scale = {1e14, 1e14};
+    const Doubles scale = {1e14, 1e14};  // units are of the fourteenth decimal
     const Floats high = to_floats((a + a_tails.units * scale) * a_power * above,
                                   (b + b_tails.units * scale) * b_power * above);
     store_signed(four, low, to);
@@ -139,16 +138,16 @@ constexpr auto read_four_decimals =
     if (have_exponents && !take_exponents(&four, decimals.exponents)) return false;
     if (__builtin_expect(!four.fit(kMaxLength), false)) return false;
     Bytes digits[4];
-    int64_t least = 0;
+    int64_t are_empty = 0;
 #pragma GCC unroll 4
     for (int i = 0; i < 4; ++i) {
         const Significand significand = take_significand(four.first[i], -four.negated_length(i));
         digits[i] = significand.digits;
         decimals.exponents[i] += significand.whole;
         decimals.negated[i] = -significand.count;
-        least |= significand.count - 1;  // negative for a point without digits
+        are_empty |= significand.count - 1;  // negative for a point without digits
     }
-    if (least < 0 || !are_digits(maximum_of_four(digits))) return false;
+    if (are_empty < 0 || !are_digits(maximum_of_four(digits))) return false;
     decimals.a = to_eights(digits[0], digits[1]);
     decimals.b = to_eights(digits[2], digits[3]);
     const bool are_short = four.fit(16) && !have_exponents;
