@@ -106,7 +106,7 @@ inline void check_read(const char* text) {
 
 template <typename Number>
 void check_written(Number number, char* (*write)(char*, Number), const std::string& expected) {
-    char buffer[kNumberRoom];
+    char buffer[kNumberCapacity];
     const std::string_view got(buffer, static_cast<size_t>(write(buffer, number) - buffer));
     if (got != expected) fail("writing a number", shown(number), escaped(expected), escaped(got));
 }

@@ -4,19 +4,20 @@
 
 #include "json/number_block.h"
 #include "number/number_reader.h"
+#include "number/number_row.h"
 
 namespace vornic {
 namespace {
 
-// How far the reading of an array has come.
+// The cursor of an array's reader.
 struct ArrayPosition {
     const char* at;
-    int64_t items = 0;
-    AfterItem after = AfterItem::comma;  // what was after the last item
+    int64_t items = 0;                   // read so far
+    AfterItem after = AfterItem::comma;  // the delimiter before `at`
 };
 
-// Reads numbers one by one while commas follow them, slots are left and `until`, unless it is null, is
-// ahead. 0 with the reason in the last-error text; what was read before it counts all the same.
+// Reads numbers one by one while commas follow them, slots are left and `until`, unless it is null, has
+// not been reached. Returns 0 with the reason in the last-error text; numbers read before still count.
 template <typename Number>
 int32_t read_each_number(ArrayPosition* position, const char* until, int64_t capacity,
                          Number* numbers, int64_t slots) {
@@ -71,7 +72,7 @@ int32_t select_names(const char* text, const Name* names, uint64_t name_count,
         ++at;
         Name name;
         size_t length = 0;
-        if (!read_quoted(&at, name, sizeof name, &length, keep_escaped)) {
+        if (!read_quoted(&at, name, sizeof name, &length, unescape_literally)) {
             return fail("unterminated string in output_names_json");
         }
         uint64_t found = find_name(name, names, name_count);
@@ -88,18 +89,18 @@ int32_t select_names(const char* text, const Name* names, uint64_t name_count,
     return 1;
 }
 
-// Reads an array part by part. `take_part` is called with the index of the part's first number and with
-// a function that reads numbers into the slots it is given and returns their count.
+// Reads an array part by part. `take_part` is called with the index of the part's first number and a
+// function that reads numbers into the slots passed to it and returns their count.
 template <typename TakePart>
-int32_t read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
-                     TakePart take_part) {
+int32_t read_numbers_by_part(const char* text, const char* end, int64_t capacity, uint64_t* count,
+                             TakePart take_part) {
     *count = 0;
     const char* bracket = text != nullptr ? strchr(text, '[') : nullptr;
     if (bracket == nullptr) return 0;
     ArrayPosition position{bracket + 1};
-    // Blocks are tried from here on, and left for good after one that did not fill all of its slots.
-    const bool has_blocks = end != nullptr && end - text > kNumberBlockBefore;
-    const char* block_from = has_blocks ? text + kNumberBlockBefore : nullptr;
+    // The fast path is tried from here on, until a block that does not fill its slots.
+    const bool has_blocks = end != nullptr && end - text > kBytesBefore;
+    const char* block_from = has_blocks ? text + kBytesBefore : nullptr;
     int32_t is_good = 1;
     while (is_good && position.after == AfterItem::comma) {
         const int64_t first = position.items;
@@ -126,23 +127,21 @@ int32_t read_numbers(const char* text, const char* end, int64_t capacity, uint64
                      NumberSink sink) {
     constexpr int64_t kSlots = 1024;
     double numbers[kSlots];
-    return read_numbers(text, end, capacity, count, [&](int64_t first, auto read) {
+    return read_numbers_by_part(text, end, capacity, count, [&](int64_t first, auto read) {
         const int64_t taken = read(numbers, kSlots);
         sink.take(sink.to, first, numbers, taken);
     });
 }
 
+template <std::floating_point Number>
 int32_t read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
-                     float* numbers) {
-    return read_numbers(text, end, capacity, count,
-                        [&](int64_t first, auto read) { read(numbers + first, INT64_MAX); });
+                     Number* numbers) {
+    return read_numbers_by_part(text, end, capacity, count, [&](int64_t first, auto read) {
+        read(numbers + first, INT64_MAX);
+    });
 }
-
-int32_t read_numbers(const char* text, const char* end, int64_t capacity, uint64_t* count,
-                     double* numbers) {
-    return read_numbers(text, end, capacity, count,
-                        [&](int64_t first, auto read) { read(numbers + first, INT64_MAX); });
-}
+template int32_t read_numbers(const char*, const char*, int64_t, uint64_t*, float*);
+template int32_t read_numbers(const char*, const char*, int64_t, uint64_t*, double*);
 
 int32_t vnort_parse_number_array_double(const char* text, double* numbers, int64_t capacity,
                                         uint64_t* count) {

@@ -1,11 +1,11 @@
-// Numbers are read in two steps. The first finds commas, 64 bytes at a time, and lists where they are:
+// Numbers are read in two steps. The first finds the commas of 64 bytes at a time and lists them:
 //
 //     text      3.25,-0.5,7, 12.125,0.1,0     a window (of 64 bytes)
-//     commas    ....^....^.^.......^...^.     bits of a word, the first byte's lowest: little-endian
+//     commas    ....^....^.^.......^...^.     bits of a word, the first byte's lowest
 //     ends          *    * *       *   *      the list
 //
-// The second reads the numbers between them in groups of four. As the list is made ahead, no number
-// waits until the end of the one before has been found.
+// The second reads the numbers between them in groups of four. Because of the list, no number waits until
+// the end of the one before it has been found.
 #include "json/number_block.h"
 
 #include <string.h>
@@ -20,42 +20,45 @@ namespace {
 
 constexpr int64_t kWindow = 64;
 constexpr int64_t kGroup = 4;
-constexpr int64_t kAfter = kWindow + kRowAfter;  // bytes after a window's start that are looked at
+constexpr int64_t kLookahead =
+    kWindow + kBytesAfter;  // bytes read from the start of the last window
 
-// The commas that have been found and not passed yet.
+// The commas found but not yet consumed.
 class CommaList {
 public:
     CommaList(const char* at, const char* last) : at_(at), last_(last) {}
 
-    // Adds those of the next windows, until there are many. The bits of a window are listed by fours,
-    // since a loop over each would be left at another turn every time; what is listed too much is
-    // overwritten.
+    // Adds the commas of the next windows until there are kMany. Those of a window are listed by fours,
+    // because the end of a loop over single ones would be mispredicted; surplus entries are overwritten.
     void extend() {
+        const char *at = at_, *const last = last_;
         const char** to = commas_ + count_;
-        for (; at_ <= last_ && to < commas_ + kMany; at_ += kWindow) {
-            const Places places = match_mask(',', at_);
-            const char** const next = to + places.count;
-            for (PlaceList list(places.bits); to < next; to += 4) {
+        for (; at <= last && to < commas_ + kMany; at += kWindow) {
+            const Matches found = match_64(',', at);
+            const char** const next = to + found.count;
+            BitIndices indices(found.bits);
+            do {
 #pragma GCC unroll 4
-                for (int i = 0; i < 4; ++i) to[i] = at_ + list.next();
-            }
+                for (int i = 0; i < 4; ++i) to[i] = at + indices.next();
+                to += 4;
+            } while (to < next);
             to = next;
         }
-        if (at_ > last_ && at_ < last_ + kWindow) {
-            // What is left, from a window that ends where the last one may.
-            uint64_t bits = match_mask(',', last_).bits >> (at_ - last_) << (at_ - last_);
-            for (; bits != 0; bits &= bits - 1) *to++ = last_ + lowest_bit_index(bits);
-            at_ = last_ + kWindow;
+        if (at > last && at < last + kWindow) {
+            // The remaining bytes, from a window that starts at the last possible position.
+            uint64_t bits = match_64(',', last).bits >> (at - last) << (at - last);
+            for (; bits != 0; bits &= bits - 1) *to++ = last + lowest_bit_index(bits);
+            at = last + kWindow;
         }
+        at_ = at;
         count_ = to - commas_;
     }
 
-    void drop(int64_t passed) {
-        count_ -= passed;
-        memmove(commas_, commas_ + passed, static_cast<size_t>(count_) * sizeof *commas_);
+    void drop(int64_t consumed) {
+        count_ -= consumed;
+        memmove(commas_, commas_ + consumed, static_cast<size_t>(count_) * sizeof *commas_);
     }
 
-    // Starts again, from here.
     void restart(const char* at) {
         at_ = at;
         count_ = 0;
@@ -68,13 +71,13 @@ private:
     static constexpr int64_t kMany = 128;
 
     const char* at_;          // of the next window
-    const char* const last_;  // no window starts after it
+    const char* const last_;  // the last position where a window may start
     int64_t count_ = 0;
     const char* commas_[kMany + 2 * kWindow];
 };
 
-// Eight bytes of text: any digit where this one has a 0, a blank where it has a line. A byte's limit,
-// added to a difference that is too great, sets its highest bit.
+// A pattern of eight bytes: '0' matches any digit, '_' a space, any other byte itself. Adding `limits` to
+// the difference carries into the top bit of each byte that does not match (SWAR).
 struct Pattern {
     uint64_t text;
     uint64_t limits;
@@ -100,11 +103,11 @@ bool are_single_digits(const char* at) {
     return kBlanks == 0 ? dense.is_at(at) : upper.is_at(at) && lower.is_at(at + 4);
 }
 
-// The kernels, and none of them: numbers one by one.
+// With `none`, numbers are read one by one.
 enum class Kernel { integers, pointed, long_pointed, decimals, none };
 
 template <typename Number>
-int64_t read_row(Kernel kernel, const NumberRow& row, Number* to) {
+int64_t read_groups(Kernel kernel, const NumberRow& row, Number* to) {
     switch (kernel) {
         case Kernel::integers: return read_integers(row, to);
         case Kernel::pointed: return read_pointed(row, to);
@@ -114,14 +117,14 @@ int64_t read_row(Kernel kernel, const NumberRow& row, Number* to) {
     }
 }
 
-// The quickest one that may suit the number at the start of a row.
+// The fastest kernel that may be able to read the number at the start of a row.
 Kernel first_kernel(const NumberRow& row) {
     const char* const number = row.at + row.gap;
     if (number[*number == '-' ? 2 : 1] == '.') return Kernel::pointed;
     return *row.ends - number <= 9 ? Kernel::integers : Kernel::decimals;
 }
 
-// The next one that may suit numbers that do not suit this one.
+// The next kernel to try for numbers that this one cannot read.
 Kernel wider_kernel(Kernel kernel) {
     return kernel == Kernel::pointed ? Kernel::long_pointed : Kernel::decimals;
 }
@@ -129,10 +132,9 @@ Kernel wider_kernel(Kernel kernel) {
 template <typename Number>
 class Block {
 public:
-    Block(const char* at, const char* last, Number* to, int64_t most)
-        : at_(at), last_(last), list_(at, last), to_(to), end_(to + most) {}
+    Block(const char* at, const char* last, Number* to, int64_t max_count)
+        : at_(at), last_(last), list_(at, last), to_(to), end_(to + max_count) {}
 
-    // Reads until the last window.
     void read() {
         do {
             if (list_.count() < kGroup) read_single_digits();
@@ -145,8 +147,7 @@ public:
     Number* to() const { return to_; }
 
 private:
-    // Four numbers of one digit, such as "0,1,0,1,", again and again: shorter than the list of their
-    // commas.
+    // Reads groups of four numbers of one digit each, such as "0,1,0,1,", without listing their commas.
     template <int kBlanks>
     void read_single_digits() {
         constexpr int kEach = kBlanks + 2;
@@ -164,17 +165,13 @@ private:
 
     void read_single_digits() {
         const char* const from = at_;
-        if (*at_ == ' ') {
-            read_single_digits<1>();
-        } else {
-            read_single_digits<0>();
-        }
+        *at_ == ' ' ? read_single_digits<1>() : read_single_digits<0>();
         if (at_ != from) list_.restart(at_);
     }
 
-    // Reads the groups in the list. False when there are none, or at what is no number. A kernel that
-    // stops early gives way to a wider one until the list is read; numbers that none can read are read
-    // one by one, and all the rest of the list after a few groups of these.
+    // Reads the groups in the list. False if there are none, or at anything but a number. A kernel that
+    // stops early is replaced by a wider one until the end of the list. Numbers that none can read are
+    // read one by one, and after a few such groups, so is the rest of the list.
     bool read_list() {
         constexpr int64_t kFew = 4;
         const int64_t groups = (list_.count() < end_ - to_ ? list_.count() : end_ - to_) / kGroup;
@@ -184,7 +181,7 @@ private:
         Kernel kernel = first_kernel({at_, ends, groups, *at_ == ' '});
         for (int64_t misses = 0; ends != last;) {
             const NumberRow row{at_, ends, (last - ends) / kGroup, *at_ == ' '};
-            const int64_t read = read_row(kernel, row, to_);
+            const int64_t read = read_groups(kernel, row, to_);
             ends += kGroup * read;
             to_ += kGroup * read;
             if (read > 0) at_ = ends[-1] + 1;
@@ -202,7 +199,7 @@ private:
         return true;
     }
 
-    // One number of any form, with blanks around it. False when the text up to its end is anything else.
+    // Reads one number of any form with blanks around it. False if the text up to `end` is anything else.
     bool read_one(const char* end) {
         const char* const first = skip_blanks(at_);
         const NumberRead read = read_number(first);
@@ -212,29 +209,23 @@ private:
         return true;
     }
 
-    const char* at_;  // after the last comma passed
+    const char* at_;  // after the last comma consumed
     const char* const last_;
     CommaList list_;
     Number* to_;
     Number* const end_;
 };
 
+}  // namespace
+
 template <typename Number>
-NumberBlockRead read_block(const char* at, const char* end, Number* numbers, int64_t most) {
-    if (end - at < kAfter) return {at, 0};
-    Block block(at, end - kAfter, numbers, most);
+NumberBlock read_number_block(const char* at, const char* end, Number* numbers, int64_t max_count) {
+    if (end - at < kLookahead) return {at, 0};
+    Block block(at, end - kLookahead, numbers, max_count);
     block.read();
     return {block.at(), block.to() - numbers};
 }
-
-}  // namespace
-
-NumberBlockRead read_number_block(const char* at, const char* end, double* numbers, int64_t most) {
-    return read_block(at, end, numbers, most);
-}
-
-NumberBlockRead read_number_block(const char* at, const char* end, float* numbers, int64_t most) {
-    return read_block(at, end, numbers, most);
-}
+template NumberBlock read_number_block(const char*, const char*, float*, int64_t);
+template NumberBlock read_number_block(const char*, const char*, double*, int64_t);
 
 }  // namespace vornic

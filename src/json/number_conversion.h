@@ -1,5 +1,5 @@
-// Numbers on their way from JSON into a tensor of integers: what a C cast from double gives on x64, also
-// where the language leaves it open.
+// Conversion of doubles to the elements of integer tensors, with the results of a C cast on x64 even where
+// the language leaves them undefined.
 #pragma once
 
 #include <stdint.h>
@@ -8,7 +8,7 @@
 
 namespace vornic {
 
-// Truncated toward zero; the most negative value for NaN and what does not fit.
+// Truncates toward zero. NaN and values out of range give the most negative integer.
 inline int32_t truncate_to_int32(double number) {
     if (!(number > -2147483649.0 && number < 2147483648.0)) return INT32_MIN;
     return static_cast<int32_t>(number);
@@ -24,7 +24,7 @@ inline void convert(double number, Bool8* to) { *to = Bool8(!(number == 0)); }
 
 inline void convert(double number, int64_t* to) { *to = truncate_to_int64(number); }
 
-// Numbers below 2^63, negative ones too, keep their 64 bits; 2^64 and more become 0.
+// Numbers below 2^63 are converted as to int64_t, including negative ones; 2^64 and more become 0.
 inline void convert(double number, uint64_t* to) {
     constexpr double top_bit = 0x1p63;
     *to = number >= top_bit
@@ -36,13 +36,13 @@ inline void convert(double number, uint32_t* to) {
     *to = static_cast<uint32_t>(truncate_to_int64(number));
 }
 
-// The smaller integers keep the low bits of a 32-bit one.
+// Smaller integers are the low bits of a 32-bit one.
 template <typename Integer>
 void convert(double number, Integer* to) {
     *to = static_cast<Integer>(truncate_to_int32(number));
 }
 
-// Many of them, on their way to places from the first one on.
+// Converts many numbers to the elements from index `first` on.
 template <typename Element>
 void convert_all(void* to, int64_t first, const double* numbers, int64_t count) {
     Element* const elements = static_cast<Element*>(to) + first;

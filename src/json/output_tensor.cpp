@@ -33,7 +33,7 @@ NumbersWritten write_elements(char* first, const char* end, const Element* eleme
         return write_numbers(first, end, elements, count);
     } else {
         uint64_t i = 0;
-        for (; i < count && end - first > static_cast<int64_t>(kNumberRoom); ++i) {
+        for (; i < count && end - first > static_cast<int64_t>(kNumberCapacity); ++i) {
             first = write_element(first, elements[i]);
             *first++ = ',';
         }
@@ -51,7 +51,7 @@ void append_elements(BoundedText& text, const Element* elements, uint64_t count)
     text.length = static_cast<uint64_t>(written.end - text.buffer) - (i > 0 && i == count);
     vnort_append(text, "");
     for (; i < count && !is_full(text); ++i) {
-        char buffer[kNumberRoom + 1];
+        char buffer[kNumberCapacity + 1];
         written = write_elements(buffer, buffer + sizeof buffer, elements + i, 1);
         const size_t length = static_cast<size_t>(written.end - buffer) - (i + 1 == count);
         vnort_append(text, {buffer, length});

@@ -1,7 +1,7 @@
-// The two scans that pass over whole arrays take aligned windows of kScanBlocks * 16 bytes, and load one
-// only after finding no terminator in the one before. So every window that is read holds at least one
-// byte of the text and lies within one page. Bytes of the first window before the text and of the last
-// one after it are loaded and ignored, which the address checker is told.
+// The two scans over whole texts read aligned windows of four blocks of 16 bytes. They load a block, or on x64
+// a window, only after finding no terminator before it. So what is loaded together lies within one page,
+// under arm64's memory tagging within one granule, and holds at least one byte of the text. Other bytes
+// of the first and the last block are ignored; the address sanitizer is told so.
 #include "json/scan.h"
 
 #include "bytes16.h"
@@ -10,13 +10,13 @@ namespace vornic {
 namespace {
 
 constexpr uintptr_t kBlockSize = sizeof(Bytes);
-constexpr uintptr_t kWindowSize = kScanBlocks * kBlockSize;
+constexpr int kWindowBlocks = 4;
 
 const Bytes* block_of(const char* at) {
     return reinterpret_cast<const Bytes*>(reinterpret_cast<uintptr_t>(at) & ~(kBlockSize - 1));
 }
 
-// The bytes of the text's first block that belong to it, a bit each.
+// A bit for each byte of the text's first block that belongs to the text.
 uint64_t first_block_mask(const char* text) {
     return ~uint64_t{0} << (reinterpret_cast<uintptr_t>(text) & (kBlockSize - 1));
 }
@@ -27,33 +27,46 @@ const char* byte_of(const Bytes* block, uint64_t index) {
 
 __attribute__((no_sanitize("address"))) Bytes load(const Bytes* block) { return *block; }
 
-// Makes every byte that equals `byte` zero, and no other.
-Bytes zero_at(Bytes bytes, char byte) { return bit_xor(bytes, broadcast(byte)); }
+// Each scan makes its delimiters zero, and no other bytes; a terminator is zero already.
+constexpr auto zero_marks = [](Bytes bytes) {
+    return minimum(bytes, minimum(bytes ^ broadcast('"'), bytes ^ broadcast('{')));
+};
+constexpr auto zero_array_end = [](Bytes bytes) { return minimum(bytes, bytes ^ broadcast(']')); };
 
-// Makes the delimiters of each scan zero; a terminator is one already.
-Bytes zero_at_mark(Bytes bytes) {
-    return minimum(bytes, minimum(zero_at(bytes, '"'), zero_at(bytes, '{')));
+// Loads a window up to its first kScanBlocks blocks with a delimiter. False if there are any.
+template <typename Zero>
+bool load_plain_window(const Bytes* at, Zero zero_delimiters, Bytes (&window)[kWindowBlocks]) {
+#pragma GCC unroll 4
+    for (int i = 0; i < kWindowBlocks; i += kScanBlocks) {
+        Bytes least = zero_delimiters(window[i] = load(at + i));
+#pragma GCC unroll 4
+        for (int k = i + 1; k < i + kScanBlocks; ++k) {
+            least = minimum(least, zero_delimiters(window[k] = load(at + k)));
+        }
+        if (has_zero(least)) [[unlikely]]
+            return false;
+    }
+    return true;
 }
 
-Bytes zero_at_array_end(Bytes bytes) { return minimum(bytes, zero_at(bytes, ']')); }
-
-// The first block with a delimiter: a byte that `change` makes zero. Those before it are handed to
-// `pass`, one or kScanBlocks at a time.
-template <typename Change, typename Pass>
-const Bytes* find_block(const Bytes* at, Change change, Pass pass) {
-    const auto has_delimiter = [=](const Bytes* block) { return has_zero(change(load(block))); };
-    for (; reinterpret_cast<uintptr_t>(at) % kWindowSize != 0; ++at) {
-        if (has_delimiter(at)) return at;
-        pass(at, 1);
+// The first block with a delimiter. The blocks before it are handed to `skip` in windows, single ones
+// with zeros after them.
+template <typename Zero, typename Skip>
+const Bytes* find_block(const Bytes* at, Zero zero_delimiters, Skip skip) {
+    const auto skip_single = [&] {
+        const Bytes zeros = broadcast('\0'), block = load(at);
+        if (has_zero(zero_delimiters(block))) return false;
+        skip({block, zeros, zeros, zeros});
+        ++at;
+        return true;
+    };
+    while (reinterpret_cast<uintptr_t>(at) % (kWindowBlocks * kBlockSize) != 0) {
+        if (!skip_single()) return at;
     }
-    for (;; at += kScanBlocks) {
-        Bytes least = change(load(at));
-#pragma GCC unroll 4
-        for (int i = 1; i < kScanBlocks; ++i) least = minimum(least, change(load(at + i)));
-        if (has_zero(least)) break;
-        pass(at, kScanBlocks);
-    }
-    for (; !has_delimiter(at); ++at) pass(at, 1);
+    Bytes window[kWindowBlocks];
+    for (; load_plain_window(at, zero_delimiters, window); at += kWindowBlocks) skip(window);
+    __asm__("" : "+r"(at));  // keeps what the next check shares with the loop out of the loop
+    while (skip_single()) continue;
     return at;
 }
 
@@ -67,31 +80,25 @@ uint64_t count_bits(uint64_t bits) {
 
 const char* find_delimiter(const char* text) {
     const Bytes* block = block_of(text);
-    uint64_t marks = match_mask('\0', zero_at_mark(load(block))) & first_block_mask(text);
+    uint64_t marks = match_mask('\0', zero_marks(load(block))) & first_block_mask(text);
     if (marks == 0) {
-        block = find_block(block + 1, zero_at_mark, [](const Bytes*, int) {});
-        marks = match_mask('\0', zero_at_mark(load(block)));
+        block = find_block(block + 1, zero_marks, [](const Bytes(&)[kWindowBlocks]) {});
+        marks = match_mask('\0', zero_marks(load(block)));
     }
     return byte_of(block, lowest_bit_index(marks));
 }
 
 CommaCount count_commas(const char* text) {
     const Bytes* block = block_of(text);
-    const auto ends_in = [](Bytes bytes) { return match_mask('\0', zero_at_array_end(bytes)); };
+    const auto ends_in = [](Bytes bytes) { return match_mask('\0', zero_array_end(bytes)); };
     uint64_t ends = ends_in(load(block)) & first_block_mask(text);
     uint64_t commas = match_mask(',', load(block)) & first_block_mask(text);
     uint64_t count = 0;
     if (ends == 0) {
-        ByteSums sums;
-        block = find_block(block + 1, zero_at_array_end, [&sums](const Bytes* at, int blocks) {
-            Bytes found = broadcast('\0');  // commas at each of 16 indices
-#pragma GCC unroll 4
-            for (int i = 0; i < blocks; ++i) {
-                found = subtract(found, equal_bytes(load(at + i), broadcast(',')));
-            }
-            sums.add(found);
-        });
-        count = count_bits(commas) + sums.total();
+        ByteCount skipped(',');
+        block = find_block(block + 1, zero_array_end,
+                           [&](const Bytes(&window)[kWindowBlocks]) { skipped.add(window); });
+        count = count_bits(commas) + skipped.total();
         ends = ends_in(load(block));
         commas = match_mask(',', load(block));
     }

@@ -1,4 +1,4 @@
-// The smallest steps of the scanners.
+// Scanning primitives.
 #pragma once
 
 #include <stddef.h>
@@ -16,12 +16,11 @@ inline const char* skip_blanks(const char* at) {
     return at;
 }
 
-// The byte after a backslash, as it is.
-inline char keep_escaped(char byte) { return byte; }
+// An unescape for read_quoted: the byte after a backslash stands for itself.
+inline char unescape_literally(char byte) { return byte; }
 
-// Reads a string from after its opening quote to after its closing one; `unescape` says what a
-// backslash and the byte after it stand for. False when the string is not closed or, with its
-// terminator, does not fit.
+// Reads a string from after its opening quote to after its closing one. `unescape` maps the byte after a
+// backslash to the byte meant. False if the string is not closed or does not fit with a terminator.
 template <typename Unescape>
 bool read_quoted(const char** at, char* to, size_t capacity, size_t* length, Unescape unescape) {
     const char* from = *at;
@@ -38,10 +37,10 @@ bool read_quoted(const char** at, char* to, size_t capacity, size_t* length, Une
     return true;
 }
 
-// The next double quote, '{' or terminator.
+// Finds the next double quote, '{' or terminator.
 const char* find_delimiter(const char* text);
 
-// The commas before the next ']' or the terminator, and where that is.
+// Counts the commas before the next ']' or terminator, which is the end.
 struct CommaCount {
     uint64_t count;
     const char* end;

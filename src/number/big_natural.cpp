@@ -15,7 +15,7 @@ void BigNatural::multiply_add(uint64_t factor, uint64_t addend) {
 }
 
 void BigNatural::multiply_by_power_of_five(int exponent) {
-    constexpr int kStep = 27;  // the greatest power of five in 64 bits
+    constexpr int kStep = 27;  // the largest power of five that fits into 64 bits
     constexpr uint64_t kFiveToStep = 7450580596923828125;
     for (; exponent >= kStep; exponent -= kStep) multiply_add(kFiveToStep, 0);
     for (; exponent > 0; --exponent) multiply_add(5, 0);

@@ -1,6 +1,6 @@
-// Decimal digits as text: taken from a table by three and laid out as printf's %g does. More is stored
-// than the text has where that costs less than a branch; words are stored whole, their first byte
-// first as on x64 and arm64.
+// Lays decimal digits out as printf's %g does, three digits at a time from a table. Stores may run past
+// the end of the text, within kNumberCapacity: an over-wide store is cheaper than a branch. Little-endian
+// only, as x64 and arm64 are.
 #pragma once
 
 #include <stdint.h>
@@ -12,7 +12,7 @@
 
 namespace vornic {
 
-// Three digits as text, and in the fourth byte a bit for each that is not 0, the first one's lowest.
+// Three ASCII digits, and in the top byte a mask of those that are not '0' (bit 0: the first digit).
 struct Triples {
     uint32_t text[1000];
 };
@@ -20,8 +20,8 @@ inline constexpr Triples kTriples = [] {
     Triples triples{};
     for (uint32_t i = 0; i < 1000; ++i) {
         const uint32_t a = i / 100, b = i / 10 % 10, c = i % 10;
-        const uint32_t used = uint32_t{a != 0} | uint32_t{b != 0} << 1 | uint32_t{c != 0} << 2;
-        triples.text[i] = 0x303030 + (a | b << 8 | c << 16) + (used << 24);
+        const uint32_t nonzero = uint32_t{a != 0} | uint32_t{b != 0} << 1 | uint32_t{c != 0} << 2;
+        triples.text[i] = 0x303030 + (a | b << 8 | c << 16) + (nonzero << 24);
     }
     return triples;
 }();
@@ -35,7 +35,7 @@ void store_word(char* to, Word word) {
 template <int kDigits>
 class DigitText {
 public:
-    // From the upper digits, two or three of them, and the others as a binary fraction.
+    // From the leading two or three digits and the others as a binary fraction.
     [[gnu::always_inline]] DigitText(uint64_t upper, uint64_t fraction) {
         triples_[0] = kTriples.text[upper];
 #pragma GCC unroll 8
@@ -48,20 +48,21 @@ public:
 
     char leading() const { return static_cast<char>(triples_[0] >> 8 * kPadding); }
 
-    // Of nine digits, those behind the leading one.
-    uint64_t behind_leading() const {
+    // The last eight of nine digits.
+    uint64_t after_leading() const {
         const uint64_t middle = triples_[1] & 0xffffff;
         return (triples_[0] >> 8 & 0xffff) | middle << 16 | uint64_t{triples_[2]} << 40;
     }
 
-    // The place of the last digit that is not 0, the leading one's being 0; 0 if all are.
+    // The index of the last digit that is not 0, or 0 if all are.
     [[gnu::always_inline]] int64_t last() const {
-        uint32_t used = triples_[kTriplesUsed - 1] >> 24;
+        uint32_t nonzero = triples_[kTriplesUsed - 1] >> 24;
 #pragma GCC unroll 8
         for (unsigned i = 2; i <= kTriplesUsed; ++i) {
-            used = used * 8 + (triples_[kTriplesUsed - i] >> 24);
+            nonzero = nonzero * 8 + (triples_[kTriplesUsed - i] >> 24);
         }
-        return int64_t{std::countl_zero(used | uint32_t{1} << kPadding) ^ 31} - int64_t{kPadding};
+        return int64_t{std::countl_zero(nonzero | uint32_t{1} << kPadding) ^ 31} -
+               int64_t{kPadding};
     }
 
     [[gnu::always_inline]] void store(char* to) const {
@@ -81,15 +82,14 @@ private:
 inline char* write_exponent(char* p, int64_t exponent) {
     const bool negative = exponent < 0;
     const int64_t magnitude = negative ? -exponent : exponent;
-    const int omitted = int{magnitude < 100};  // there are two digits at least
+    const int omitted = int{magnitude < 100};  // there are at least two digits
     p[0] = 'e';
     p[1] = negative ? '-' : '+';
     store_word(p + 2, kTriples.text[magnitude] >> 8 * omitted);
     return p + 5 - omitted;
 }
 
-// A number whose leading digit stands for itself times 10^exponent, without zeros at the end of its
-// fraction.
+// Lays out the number d.ddd * 10^exponent without trailing zeros in its fraction.
 template <int kDigits>
 [[gnu::always_inline]] inline char* lay_out(char* p, const DigitText<kDigits>& digits,
                                             int64_t exponent) {
@@ -98,7 +98,7 @@ template <int kDigits>
         char* const before = p - exponent;
         store_word(p, uint64_t{0x303030303030'2e30});  // "0.000000"
         digits.store(before + 1);
-        p[1] = '.';  // over the leading digit where the exponent is 0
+        p[1] = '.';  // over the leading digit if the exponent is 0
         before[static_cast<uint64_t>(exponent) >> 63] = digits.leading();
         char* const end = before + last;
         return end + 2 - int{(exponent | last) == 0};
@@ -106,15 +106,15 @@ template <int kDigits>
     if (static_cast<uint64_t>(exponent) < kDigits) {
         char* const point = p + exponent + 1;
         if constexpr (kDigits == 9) {
-            const uint64_t behind = digits.behind_leading();
+            const uint64_t rest = digits.after_leading();
             p[0] = digits.leading();
-            store_word(p + 1, behind);
-            store_word(point + 1, behind >> (8 * exponent & 63));
+            store_word(p + 1, rest);
+            store_word(point + 1, rest >> (8 * exponent & 63));
         } else {
             digits.store(p);
-            char behind[16];
-            memcpy(behind, point, sizeof behind);
-            memcpy(point + 1, behind, sizeof behind);
+            char fraction[16];
+            memcpy(fraction, point, sizeof fraction);
+            memcpy(point + 1, fraction, sizeof fraction);
         }
         *point = '.';
         return last <= exponent ? point : p + last + 2;

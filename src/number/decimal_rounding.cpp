@@ -5,21 +5,21 @@
 namespace vornic {
 namespace {
 
-// The digits of a decimal as an integer, and the exponent that goes with it. A half way point
-// between doubles has at most 767 significant digits; of the digits after the 800th it only matters
-// whether one is not 0, and a 1 in their place says so.
+// The digits of a decimal as an integer; `exponent` is adjusted to it. A midpoint between doubles has at
+// most 767 significant digits, so of the digits after the 800th it only matters whether any is not 0. If so,
+// a single 1 replaces them.
 BigNatural read_all_digits(const char* digits, int64_t count, int64_t& exponent) {
     constexpr int64_t kKeptDigits = 800;
     BigNatural number(0);
     int64_t kept = 0;
     uint64_t chunk = 0;
     uint64_t power = 1;
-    bool rest = false;
+    bool has_more = false;
     for (int64_t i = 0; i < count; ++digits) {
         if (*digits == '.') continue;
         ++i;
         if (kept == kKeptDigits) {
-            rest = rest || *digits != '0';
+            has_more = has_more || *digits != '0';
             continue;
         }
         ++kept;
@@ -33,7 +33,7 @@ BigNatural read_all_digits(const char* digits, int64_t count, int64_t& exponent)
     }
     number.multiply_add(power, chunk);
     exponent += count - kept;
-    if (rest) {
+    if (has_more) {
         number.multiply_add(10, 1);
         --exponent;
     }

@@ -1,4 +1,4 @@
-// The kernel for decimals of any kind, so that one that is unlike its neighbours does not hold them up.
+// The kernel for decimals of any form, so that a number unlike its neighbours does not slow them down.
 #include <string.h>
 
 #include "number/long_digits.h"
@@ -6,18 +6,18 @@
 namespace vornic {
 namespace {
 
-// "e-05", "E+20", "e-7": an exponent with its sign and one or two digits at the end of a number.
-struct WrittenExponent {
-    uint64_t length;  // 0 where there is none
+// "e-05", "E+20", "e-7": the exponent of a number, with a sign and one or two digits.
+struct Exponent {
+    uint64_t length;  // 0 if there is none
     int64_t value;
-    bool is_good;
+    bool is_valid;
 };
 
-// In the last four bytes as a little-endian word, the digit of the ones is the highest byte:
+// In the number's last four bytes as a little-endian word, the last digit is the highest byte:
 //
 //     3.39e-09     "e-09" = 0x39302d65     e in the lowest byte: two digits
-//     3.39e-9      "9e-9" = 0x392d6539     e in the next one: one digit
-[[gnu::always_inline]] inline WrittenExponent take_exponent(const char* end) {
+//     3.39e-9      "9e-9" = 0x392d6539     e in the byte above: one digit
+[[gnu::always_inline]] inline Exponent take_exponent(const char* end) {
     uint32_t text;
     memcpy(&text, end - 4, sizeof text);
     constexpr uint32_t kUpperCase = 0xdf;
@@ -26,12 +26,12 @@ struct WrittenExponent {
     const uint32_t sign = (has_two ? text >> 8 : text >> 16) & 0xff;
     const uint32_t tens = has_two ? (text >> 16 & 0xff) - '0' : 0, ones = (text >> 24) - '0';
     const auto value = static_cast<int64_t>(10 * tens + ones);
-    const bool is_good = (tens <= 9) & (ones <= 9) & ((sign == '-') | (sign == '+'));
-    return {3 + uint64_t{has_two}, sign == '-' ? -value : value, is_good};
+    const bool is_valid = (tens <= 9) & (ones <= 9) & ((sign == '-') | (sign == '+'));
+    return {3 + uint64_t{has_two}, sign == '-' ? -value : value, is_valid};
 }
 
-// Whether any of the numbers may have an exponent: among the bytes before an end, digits, points, signs,
-// blanks and commas lack the bit that all letters have.
+// Whether any of the numbers may have an exponent. Of the bytes before an end, digits, points, signs,
+// blanks and commas lack the bit 0x40, which all letters have.
 [[gnu::always_inline]] inline bool may_have_exponents(const FourNumbers& four) {
     uint32_t all = 0;
 #pragma GCC unroll 4
@@ -43,47 +43,45 @@ struct WrittenExponent {
     return (all & 0x4040) != 0;
 }
 
-// Cuts exponents off the ends of the numbers and adds them to `exponents`. False when one of them is not
-// as above.
+// Strips exponents off the ends of the numbers and adds them to `exponents`. False if one is not as above.
 [[gnu::always_inline]] inline bool take_exponents(FourNumbers* four, int64_t (&exponents)[4]) {
-    bool are_good = true;
+    bool are_valid = true;
 #pragma GCC unroll 4
     for (int i = 0; i < 4; ++i) {
-        const WrittenExponent written = take_exponent(four->end[i]);
+        const Exponent written = take_exponent(four->end[i]);
         exponents[i] += written.value;
         four->end[i] -= written.length;
-        are_good &= written.is_good;
+        are_valid &= written.is_valid;
     }
-    return are_good;
+    return are_valid;
 }
 
-// The first sixteen digits of a number with a point anywhere or none: the bytes up to the point, and
-// those after it from a load that begins one byte later. For 31.4159,
+// The first sixteen digits of a number with a point anywhere or none: the bytes before the point, and
+// those after it from a load that starts one byte later. For 31.4159,
 //
-//     load at first        3  1  .  4  1  5  9  ,  .  .     whole = 2, the place of the point
-//     load at first + 1    1  .  4  1  5  9  ,  .  .  .
+//     load at first        3  1  .  4  1  5  9  ,  *  *     whole = 2, the index of the point
+//     load at first + 1    1  .  4  1  5  9  ,  *  *  *
 //     before the point     FF FF 0  0  0  0  0  0  0  0     which load a byte is taken from
-//     digits               3  1  4  1  5  9  0  0  0  0     "0" taken off, the first 6 kept
+//     digits               3  1  4  1  5  9  0  0  0  0     "0" subtracted, the first 6 kept
 //
-// The sum of sixteen is 3141590000000000, the number times 10^(16 - whole).
-struct Mantissa {
+// The value of sixteen is 3141590000000000, the number times 10^(16 - whole).
+struct Significand {
     Bytes digits;
     int64_t whole;  // digits before the point
     int64_t count;  // of all digits
 };
 
-[[gnu::always_inline]] inline Mantissa take_mantissa(const char* first, int64_t length) {
+[[gnu::always_inline]] inline Significand take_significand(const char* first, int64_t length) {
     const Bytes text = load(first);
-    const auto whole =
-        static_cast<int64_t>(lowest_bit_index(match_mask('.', text) | uint64_t{1} << length));
+    const int64_t whole = find_byte('.', text, length);
     const int64_t count = length - (whole < length);
-    const Bytes before = first_bytes_mask(-whole);
-    const Bytes joined = bit_or(bit_and(text, before), and_not(load(first + 1), before));
-    return {bit_and(bit_xor(joined, broadcast('0')), first_bytes_mask(-count)), whole, count};
+    const Bytes before = prefix_mask(-whole);
+    const Bytes joined = (text & before) | (load(first + 1) & ~before);
+    return {(joined ^ broadcast('0')) & prefix_mask(-count), whole, count};
 }
 
-// A group on its way: the first sixteen digits as eights, the power of ten that goes with them, and by
-// the negated count of digits, what comes after them.
+// A group's first sixteen digits, the power of ten to multiply them by, and the negated count of all
+// digits, which is the index of the tables for the digits after those.
 struct Decimals {
     Eights a;
     Eights b;
@@ -92,12 +90,12 @@ struct Decimals {
 };
 
 [[gnu::always_inline]] inline Doubles two_powers(const Decimals& decimals, int i, int64_t sign) {
-    return two(kDoublePowersOfTen[sign * decimals.exponents[i]],
-               kDoublePowersOfTen[sign * decimals.exponents[i + 1]]);
+    return Doubles{kDoublePowersOfTen[sign * decimals.exponents[i]],
+                   kDoublePowersOfTen[sign * decimals.exponents[i + 1]]};
 }
 
-// Up to fifteen digits, or sixteen that are not divided, in numbers of up to sixteen bytes: Clinger's
-// exact case. Fifteen digits make a multiple of ten of the sixteen, below 2^54 and so exact.
+// Numbers of up to sixteen bytes, so with fifteen digits, or with sixteen and nothing to divide by:
+// Clinger's exact case. The fifteen are stored as sixteen, a multiple of ten below 2^54, which is exact.
 template <typename Number>
 [[gnu::always_inline]] inline bool read_short(const FourNumbers& four, const Decimals& decimals,
                                               Number* to) {
@@ -106,66 +104,63 @@ template <typename Number>
     return true;
 }
 
-// Bounds, as in long_digits.h. Sixteen digits, their sum with a unit, the power of ten and two products
-// are each wrong by at most 2^-53 of themselves, or the power by 2^-52: together by less than 2^-50.
-[[gnu::always_inline]] inline bool read_scaled(const FourNumbers& four, const Decimals& decimals,
-                                               Bytes, Bytes, float* to) {
-    const auto more = [&](int i) {
-        return two(kUnitMore[decimals.negated[i]], kUnitMore[decimals.negated[i + 1]]);
-    };
-    const Doubles less = broadcast(1 - 0x1p-50), greater = broadcast(1 + 0x1p-50);
-    const Doubles x = to_doubles(decimals.a), y = to_doubles(decimals.b);
-    const Doubles x_power = two_powers(decimals, 0, 1), y_power = two_powers(decimals, 2, 1);
-    const Floats low = to_floats(x * x_power * less, y * y_power * less);
-    const Floats high =
-        to_floats((x + more(0)) * x_power * greater, (y + more(2)) * y_power * greater);
-    store_four(four, low, to);
-    return are_digits(differ(low, high));
+// Bounds, as explained at FloatTail. The value of the digits, its sum with a unit, the power of ten and two
+// products each have a relative error of at most 2^-53, the power of 2^-52: less than 2^-50 in all.
+[[gnu::always_inline]] inline bool read_long(const FourNumbers& four, const Decimals& decimals,
+                                             float* to) {
+    const int64_t(&negated)[4] = decimals.negated;
+    const TwoFloatTails a_tails(four, 0, negated[0], negated[1]);
+    const TwoFloatTails b_tails(four, 2, negated[2], negated[3]);
+    constexpr double kBelow = 1 - 0x1p-50, kAbove = 1 + 0x1p-50;
+    const Doubles below = {kBelow, kBelow}, above = {kAbove, kAbove};
+    const Doubles a = to_doubles(decimals.a), b = to_doubles(decimals.b);
+    const Doubles a_power = two_powers(decimals, 0, 1), b_power = two_powers(decimals, 2, 1);
+    const Floats low = to_floats(a * a_power * below, b * b_power * below);
+    const Doubles scale = {1e14, 1e14};  // units are of the fourteenth decimal
+    const Floats high = to_floats((a + a_tails.units * scale) * a_power * above,
+                                  (b + b_tails.units * scale) * b_power * above);
+    store_signed(four, low, to);
+    return are_digits(maximum(a_tails.digits, b_tails.digits) | not_equal(low, high));
 }
 
-[[gnu::always_inline]] inline bool read_scaled(const FourNumbers& four, const Decimals& decimals,
-                                               Bytes a_tail, Bytes b_tail, double* to) {
-    return scale_four(four, to_words(decimals.a), to_words(decimals.b), a_tail, b_tail,
-                      decimals.negated, decimals.exponents, to);
+[[gnu::always_inline]] inline bool read_long(const FourNumbers& four, const Decimals& decimals,
+                                             double* to) {
+    const FourTails tails(four, decimals.negated);
+    return are_digits(maximum(tails.a, tails.b)) &&
+           scale_four(four, to_words(decimals.a), to_words(decimals.b), tails, decimals.exponents,
+                      to);
 }
 
-template <typename Number>
-[[gnu::always_inline]] inline bool read_decimals(FourNumbers four, Number* to) {
+constexpr auto read_four_decimals =
+    []<typename Number>(FourNumbers four, Number* to) __attribute__((always_inline)) {
     Decimals decimals{{}, {}, {-16, -16, -16, -16}, {}};
     const bool have_exponents = may_have_exponents(four);
     if (have_exponents && !take_exponents(&four, decimals.exponents)) return false;
-    if (!four.fit(kLongest)) return false;
+    if (__builtin_expect(!four.fit(kMaxLength), false)) return false;
     Bytes digits[4];
-    int64_t least = 0;
+    int64_t are_empty = 0;
 #pragma GCC unroll 4
     for (int i = 0; i < 4; ++i) {
-        const Mantissa mantissa = take_mantissa(four.first[i], -four.negated_length(i));
-        digits[i] = mantissa.digits;
-        decimals.exponents[i] += mantissa.whole;
-        decimals.negated[i] = -mantissa.count;
-        least |= mantissa.count - 1;  // negative for a point alone
+        const Significand significand = take_significand(four.first[i], -four.negated_length(i));
+        digits[i] = significand.digits;
+        decimals.exponents[i] += significand.whole;
+        decimals.negated[i] = -significand.count;
+        are_empty |= significand.count - 1;  // negative for a point without digits
     }
-    if (least < 0 || !are_digits(maximum_of_four(digits))) return false;
-    decimals.a = to_eights(to_fours(digits[0]), to_fours(digits[1]));
-    decimals.b = to_eights(to_fours(digits[2]), to_fours(digits[3]));
-    const bool are_short = four.fit(16);
-    if (are_short && !have_exponents) return read_short(four, decimals, to);
-    Bytes a_tail = broadcast('\0'), b_tail = a_tail;
-    if (!are_short) {
-        a_tail = tail_digits(four, 0, decimals.negated[0], decimals.negated[1]);
-        b_tail = tail_digits(four, 2, decimals.negated[2], decimals.negated[3]);
-        if (!are_digits(maximum(a_tail, b_tail))) return false;
-    }
-    return read_scaled(four, decimals, a_tail, b_tail, to);
-}
+    if (are_empty < 0 || !are_digits(maximum_of_four(digits))) return false;
+    decimals.a = to_eights(digits[0], digits[1]);
+    decimals.b = to_eights(digits[2], digits[3]);
+    const bool are_short = four.fit(16) && !have_exponents;
+    return are_short ? read_short(four, decimals, to) : read_long(four, decimals, to);
+};
 
 }  // namespace
 
-int64_t read_decimals(const NumberRow& row, float* to) {
-    return read_row(row, to, read_decimals<float>);
+template <typename Number>
+int64_t read_decimals(const NumberRow& row, Number* to) {
+    return read_row(row, to, read_four_decimals);
 }
-int64_t read_decimals(const NumberRow& row, double* to) {
-    return read_row(row, to, read_decimals<double>);
-}
+template int64_t read_decimals(const NumberRow& row, float* to);
+template int64_t read_decimals(const NumberRow& row, double* to);
 
 }  // namespace vornic

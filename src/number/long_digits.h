@@ -1,8 +1,7 @@
-// Numbers of more than the sixteen digits, or fifteen, that one vector sums up: from those and the digits
-// after them to a float, or to a double.
+// Numbers of more digits than the fifteen or sixteen that fit into one vector, from those leading digits
+// and the tail after them to a float or a double.
 #pragma once
 
-#include <math.h>
 #include <stdint.h>
 
 #include <bit>
@@ -13,105 +12,131 @@
 
 namespace vornic {
 
-// The digits after the first sixteen bytes, at most eight; by the number's length.
-[[gnu::always_inline]] inline Bytes tail_digits(const FourNumbers& four, int i, int64_t negated,
-                                                int64_t next_negated) {
-    return last_digits(four, i, kLastBytes<16>[negated], kLastBytes<16>[next_negated]);
-}
+// Lengths with a tail: the bytes after the first sixteen, at most eight.
+inline constexpr int64_t kMaxWithTail = 24;
 
-// A float32 needs no exact double. The first digits of 0.25588029623031616, cut off, and one unit more
-// are bounds that round to the same float:
+// A float32 needs no exact double. The leading digits of 0.25588029623031616, truncated, and one unit
+// more are bounds that round to the same float:
 //
 //     25588029623031 * 10^-14 <= the number < 25588029623032 * 10^-14      both 0x1.06057cp-2f
 //
-// The nearest double lies between the bounds as doubles, since rounding never changes an order, and so
-// the float that it converts to lies between theirs: where they are one float, it is that one. This
-// gives the conversion of the rounded double, not the nearest float, where the two differ:
-// 1.00000005960464477539062501 is nearest to 0x1.000002p0f, but as a double it is a tie, 1 + 2^-24,
-// which goes to 1.0f. There the bounds differ, and the number is read again as a double.
+// Rounding is monotonic. So the nearest double lies between the bounds as doubles, and the float that it
+// converts to between theirs: if these are equal, it is that float. The result is the conversion of the
+// rounded double, which is not always the nearest float: 1.00000005960464477539062501 is nearest to
+// 0x1.000002p0f, but rounds to the double 1 + 2^-24, which is a midpoint and converts to 1.0f. There the
+// bounds differ, and the number is read again as a double.
 //
-// What is added to the upper bound's digits, by the length: nothing where none are cut off. Where the
-// tail would not hold them all, no bound is equal to NaN.
-inline constexpr ByLength<double> kUnitMore = [] {
-    ByLength<double> units{};
-    for (int64_t n = 17; n <= kLongest; ++n) units[-n] = n <= 24 ? 1 : __builtin_nan("");
-    return units;
+// 2^-97 is more than 2^-51 of 10^-14, whose error as a double is below 2^-99, and each rounding of a product
+// or sum errs by at most 2^-53 of it. So products with these are bounds.
+inline constexpr double kBelowUnit = 1e-14 - 0x1p-97, kAboveUnit = 1e-14 + 0x1p-97;
+
+// What is added to the upper bound, the unit, is 0 if no digits are cut off, and NaN, which is equal to
+// no bound, if the tail would not hold all of them.
+struct FloatTail {
+    uint64_t mask;  // of the tail's digits
+    double unit;
+};
+alignas(16) inline constexpr ByLength<FloatTail> kFloatTails = [] {
+    ByLength<FloatTail> tails{};
+    for (int64_t n = 17; n <= kMaxWithTail; ++n) tails[-n] = {suffix_mask(n - 16), kAboveUnit};
+    for (int64_t n = kMaxWithTail + 1; n <= kMaxLength; ++n) tails[-n].unit = __builtin_nan("");
+    return tails;
 }();
 
-// By the length: the power of ten that makes place for the tail's digits, and what the digits before
-// them have to be below for 64 bits to hold all.
+// Of numbers i and i + 1.
+struct TwoFloatTails {
+    Bytes digits;
+    Doubles units;
+
+    [[gnu::always_inline]] TwoFloatTails(const FourNumbers& four, int i, int64_t negated,
+                                         int64_t next_negated) {
+        const Columns columns = load_columns(&kFloatTails[negated], &kFloatTails[next_negated]);
+        digits = last_digits(four, i, columns.first);
+        units = reinterpret_cast<Doubles>(columns.second);
+    }
+};
+
+// For a double, the leading digits and the tail's become one integer of 64 bits.
 struct Tail {
-    int64_t count;
-    uint64_t power;
-    uint64_t limit;  // 0 where the tail would not hold them all
+    uint64_t mask;   // of the tail's digits
+    uint64_t power;  // 10^count
+    uint64_t limit;  // the leading digits must be below this for the integer not to overflow
+    int64_t count;   // of the tail's digits
 };
 inline constexpr ByLength<Tail> kTails = [] {
-    ByLength<Tail> tails{};
+    ByLength<Tail> tails{};  // a limit of 0 beyond kMaxWithTail
     uint64_t power = 1;
-    for (int64_t n = 0; n <= kLongest; ++n) {
-        if (n > 16 && n <= 24) power *= 10;
-        if (n <= 24) tails[-n] = {n > 16 ? n - 16 : 0, power, UINT64_MAX / power - 1};
+    for (int64_t n = 0; n <= kMaxWithTail; ++n) {
+        const int64_t count = n > 16 ? n - 16 : 0;
+        if (count > 0) power *= 10;
+        tails[-n] = {suffix_mask(count), power, UINT64_MAX / power - 1, count};
     }
     return tails;
 }();
 
-// A double's bits, and whether they may be wrong.
-struct ScaledDigits {
-    uint64_t bits;
-    uint64_t doubt;  // 0 when they are right
+struct FourTails {
+    const Tail* tail[4];
+    Bytes a, b;  // the digits of two each
+
+    [[gnu::always_inline]] FourTails(const FourNumbers& four, const int64_t (&negated)[4])
+        : tail{&kTails[negated[0]], &kTails[negated[1]], &kTails[negated[2]], &kTails[negated[3]]},
+          a(last_digits(four, 0, load_halves(&tail[0]->mask, &tail[1]->mask))),
+          b(last_digits(four, 2, load_halves(&tail[2]->mask, &tail[3]->mask))) {}
 };
 
-// digits * 10^exponent with a tail after the digits. The Eisel-Lemire algorithm (D. Lemire, Number
-// Parsing at a Gigabyte per Second, 2021) with the upper half of its product alone: 64 bits by the
-// leading 64 bits of the power. For 0.2558802884476004,
+struct ScaledDigits {
+    uint64_t bits;      // of a double
+    bool is_ambiguous;  // whether they may be wrong
+};
+
+// word * 10^q by the Eisel-Lemire algorithm (D. Lemire, Number Parsing at a Gigabyte per Second, 2021)
+// with only the upper half of its product: 64 bits by the leading 64 bits of the power. For
+// 0.2558802884476004,
 //
 //     word      2558802884476004 << 12                                its top bit set
-//     power     0xe69594bec44de15b                                    10^-16, cut off
+//     power     0xe69594bec44de15b                                    10^-16, truncated
 //     high      0x8302bdbd25a08633                                    the product's upper 64 bits
-//     kept      0x8302bdbd25a08 633 -> 53 bits                        0x1.06057b7a4b411p-2
+//     kept      0x41815ede92d04319 -> 53 bits                         0x1.06057b7a4b411p-2
 //
-// The word is exact and the power short by less than a unit, which makes the product short by less than
-// 2^64; as much again is cut off with its lower half. So the true product is in [high, high + 2), and
-// rounds as `high` does unless the bits below those kept, a half added, are all ones, or all zeros, where
-// it may be a tie. That is one number in a thousand, which is read again exactly; Lemire multiplies once
-// more instead. The number is normal: its exponent of ten is within 130 of 0.
-[[gnu::always_inline]] inline ScaledDigits scale(uint64_t digits, uint64_t tail_digits,
-                                                 const Tail& tail, int64_t exponent) {
-    const uint64_t word = digits * tail.power + tail_digits;
-    const int q = static_cast<int>(exponent - tail.count);
+// The word is exact and the power less than a unit too small, which makes the product less than 2^64 too
+// small; its lower half, less than 2^64 too, is dropped. So the true product is in [high, high + 2).
+// Halved if its top bit is set, it is in [kept, kept + 2), and it rounds as `kept` does unless the ten
+// bits to be dropped, with a half added, are all ones, or all zeros, where it may be a midpoint. For both,
+// adding another unit makes nine bits zero. That is one number in 500, which is read again exactly;
+// Lemire computes more of the product instead. The double is normal, as q is within 150 of 0.
+[[gnu::always_inline]] inline ScaledDigits scale(uint64_t word, int q) {
     const int zeros = std::countl_zero(word | 1);
     const uint128_t product = static_cast<uint128_t>(word << zeros) * kPowersOfTen[q].high;
     const uint64_t high = static_cast<uint64_t>(product >> 64);
-    const int dropped = 10 + static_cast<int>(high >> 63);
-    const uint64_t half = uint64_t{1} << (dropped - 1);
-    const uint64_t sum = high + half;
-    const int last_bit = power_of_ten_log2(q) + 1 - zeros + dropped;
+    const int top = static_cast<int>(high >> 63);
+    const uint64_t kept = high >> top;
+    const uint64_t sum = kept + 512 + 1;
+    const int last_bit = power_of_ten_log2(q) + 1 - zeros + 10 + top;
     const uint64_t bits =
-        (static_cast<uint64_t>(last_bit - kLeastExponent) << kFractionBits) + (sum >> dropped);
-    const uint64_t is_close = (sum & (2 * half - 1)) - 1 >= 2 * half - 2;
-    return {word != 0 ? bits : 0, (is_close & uint64_t{word != 0}) | (digits >= tail.limit)};
+        (static_cast<uint64_t>(last_bit - kMinExponent) << kFractionBits) + (sum >> 10);
+    return {word != 0 ? bits : 0, (sum & 1022) == 0};
 }
 
-// Four of these: the digits as two words each, the tails' as tail_digits gives them. The sizes are
-// negated, as for the tables. False when one of the results may be wrong.
+// Scales four numbers: the leading digits, in two words each, and the tails, times 10^exponent before the
+// tails. False if a result may be wrong.
 [[gnu::always_inline]] inline bool scale_four(const FourNumbers& four, Words a, Words b,
-                                              Bytes a_tail, Bytes b_tail,
-                                              const int64_t (&negated)[4],
-                                              const int64_t (&exponents)[4], double* to) {
-    uint64_t digits[4];
+                                              const FourTails& tails, const int64_t (&exponents)[4],
+                                              double* to) {
+    uint64_t leading[4];
     uint32_t tail_digits[4];
-    store_words(a, digits);
-    store_words(b, digits + 2);
-    store_eights(to_eights(to_fours(a_tail), to_fours(b_tail)), tail_digits);
-    uint64_t doubt = 0;
+    store(reinterpret_cast<Bytes>(a), leading);
+    store(reinterpret_cast<Bytes>(b), leading + 2);
+    store(reinterpret_cast<Bytes>(to_eights(tails.a, tails.b)), tail_digits);
+    bool is_ambiguous = false;
 #pragma GCC unroll 4
     for (int i = 0; i < 4; ++i) {
-        const ScaledDigits scaled =
-            scale(digits[i], tail_digits[i], kTails[negated[i]], exponents[i]);
+        const Tail& tail = *tails.tail[i];
+        const ScaledDigits scaled = scale(leading[i] * tail.power + tail_digits[i],
+                                          static_cast<int>(exponents[i] - tail.count));
         to[i] = std::bit_cast<double>(scaled.bits | four.negative[i] << 63);
-        doubt |= scaled.doubt;
+        is_ambiguous |= scaled.is_ambiguous | (leading[i] >= tail.limit);
     }
-    return doubt == 0;
+    return !is_ambiguous;
 }
 
 }  // namespace vornic

@@ -1,7 +1,9 @@
 #include "number/number_reader.h"
 
+#include <stddef.h>
 #include <stdint.h>
 
+#include <array>
 #include <bit>
 
 #include "number/decimal_rounding.h"
@@ -11,26 +13,21 @@ namespace {
 
 constexpr uint64_t kQuietNan = 0x7ff8000000000000;
 
-// An exponent past this one decides alone whether a number is 0 or infinite, yet leaves room to
-// add the number of digits of any text.
+// Beyond this exponent a number is 0 or infinite whatever its digits, and adding the number of digits of
+// any text does not overflow.
 constexpr int64_t kHugeExponent = 1000000000000000000;
 
-struct PowersOfTenDouble {
-    double power[23];  // up to 10^22 they are exact
-};
-
-constexpr PowersOfTenDouble make_exact_doubles() {
-    PowersOfTenDouble table{{1}};
-    for (int i = 1; i < 23; ++i) table.power[i] = table.power[i - 1] * 10;
-    return table;
-}
-
-constexpr PowersOfTenDouble kExactDoubles = make_exact_doubles();
+// Powers of ten are exact doubles up to 10^22.
+constexpr std::array kExactPowers = [] {
+    std::array<double, 23> powers{1};
+    for (size_t i = 1; i < powers.size(); ++i) powers[i] = powers[i - 1] * 10;
+    return powers;
+}();
 
 bool is_digit(char c) { return static_cast<unsigned char>(c - '0') < 10; }
 char lower(char c) { return static_cast<char>(c | 0x20); }  // of a letter
 
-int hex_digit(char c) {  // -1 if it is none
+int hex_digit(char c) {  // -1 for any other character
     if (is_digit(c)) return c - '0';
     const char letter = lower(c);
     return letter >= 'a' && letter <= 'f' ? letter - 'a' + 10 : -1;
@@ -43,18 +40,14 @@ bool append_digit(char c, uint64_t& word) {
     return true;
 }
 
-// Appends digits to a word; past 19 significant ones the word is meaningless. Nearly all the time
-// of reading is spent here: inlined, so that the word stays in a register.
+// Appends digits to a word, which is meaningless after more than 19 significant ones. Reading spends most
+// of its time here: inlined, so that the word stays in a register.
 [[gnu::always_inline]] inline const char* take_digits(const char* p, uint64_t& word) {
     for (;; p += 8) {
-        if (!append_digit(p[0], word)) return p;
-        if (!append_digit(p[1], word)) return p + 1;
-        if (!append_digit(p[2], word)) return p + 2;
-        if (!append_digit(p[3], word)) return p + 3;
-        if (!append_digit(p[4], word)) return p + 4;
-        if (!append_digit(p[5], word)) return p + 5;
-        if (!append_digit(p[6], word)) return p + 6;
-        if (!append_digit(p[7], word)) return p + 7;
+#pragma GCC unroll 8
+        for (int i = 0; i < 8; ++i) {
+            if (!append_digit(p[i], word)) return p + i;
+        }
     }
 }
 
@@ -63,7 +56,7 @@ struct Exponent {
     const char* end;
 };
 
-// Reads an exponent that begins with a letter at p; without a digit, none: 0 and p itself.
+// Reads an exponent that begins with a letter at p. Without digits there is none: returns 0 and p.
 Exponent take_exponent(const char* const p) {
     const bool negative = p[1] == '-';
     const char* const digits = p + (negative || p[1] == '+' ? 2 : 1);
@@ -80,7 +73,7 @@ NumberRead signed_number(uint64_t bits, bool negative, const char* end) {
     return {std::bit_cast<double>(bits | static_cast<uint64_t>(negative) << 63), end};
 }
 
-// Rounds a decimal of more than 19 digits, leading zeros among them. It starts at p.
+// Rounds a decimal at p of more than 19 digits, including leading zeros.
 [[gnu::noinline]] uint64_t round_long_decimal(const char* p, int64_t count, int64_t exponent) {
     for (; count > 0 && (*p == '0' || *p == '.'); ++p) count -= *p == '0';
     Decimal decimal = {p, count, exponent, 0};
@@ -90,9 +83,9 @@ NumberRead signed_number(uint64_t bits, bool negative, const char* end) {
 
 struct Hexadecimal {
     uint64_t word;     // the first 16 significant digits
-    bool rest;         // a digit after them is not 0
+    bool has_more;     // whether a digit after them is not 0
     int64_t exponent;  // of two, for the word
-    const char* end;   // null without any digit
+    const char* end;   // null if there is no digit
 };
 
 Hexadecimal take_hexadecimal(const char* p) {
@@ -109,7 +102,7 @@ Hexadecimal take_hexadecimal(const char* p) {
         any = true;
         const bool fits = number.word >> 60 == 0;
         if (fits) number.word = number.word << 4 | static_cast<uint64_t>(digit);
-        number.rest |= !fits && digit != 0;
+        number.has_more |= !fits && digit != 0;
         number.exponent += 4 * (int{!fits} - int{fraction});
     }
     if (any) number.end = p;
@@ -121,11 +114,11 @@ uint64_t round_hexadecimal(const Hexadecimal& hexadecimal) {
     const int zeros = std::countl_zero(hexadecimal.word);
     const int64_t top = hexadecimal.exponent + 63 - zeros;
     if (top > 1023) return kInfinity;
-    if (top < kLeastExponent - 1) return 0;
+    if (top < kMinExponent - 1) return 0;
     const int last_bit = last_bit_exponent(static_cast<int>(top));
-    // Below the word's 64 bits stands one more for the rest.
+    // Below the word's 64 bits, a sticky bit for the digits after them.
     const uint128_t number = static_cast<uint128_t>(hexadecimal.word << zeros) << 1 |
-                             static_cast<uint128_t>(hexadecimal.rest);
+                             static_cast<uint128_t>(hexadecimal.has_more);
     const int dropped = last_bit - static_cast<int>(top) + 64;  // 12 to 65
     const uint128_t half = static_cast<uint128_t>(1) << (dropped - 1);
     const uint128_t below = number & (2 * half - 1);
@@ -134,7 +127,7 @@ uint64_t round_hexadecimal(const Hexadecimal& hexadecimal) {
     return double_bits(significand, last_bit);
 }
 
-// A hexadecimal number, x being its letter; without a digit after it, the 0 before it.
+// Reads a hexadecimal number whose letter is at x; without a digit after it, the 0 before it.
 [[gnu::noinline]] NumberRead read_hexadecimal(const char* x, bool negative) {
     Hexadecimal hexadecimal = take_hexadecimal(x + 1);
     if (hexadecimal.end == nullptr) return signed_number(0, negative, x);
@@ -159,7 +152,7 @@ bool is_nan_character(char c) {
     return is_digit(c) || c == '_' || (lower(c) >= 'a' && lower(c) <= 'z');
 }
 
-// Infinity, NaN, or no number at all; p is after the sign.
+// Reads an infinity, a NaN or nothing; p is after the sign.
 [[gnu::noinline]] NumberRead read_word(const char* first, const char* p, bool negative) {
     if (const int length = match_word(p, "inf")) {
         p += length;
@@ -182,7 +175,7 @@ bool is_nan_character(char c) {
 NumberRead read_number(const char* first) {
     const bool negative = *first == '-';
     const bool positive = *first == '+';
-    const char* const whole = first + (int{negative} | int{positive});  // without a branch
+    const char* const whole = first + (int{negative} | int{positive});  // avoids a branch
     uint64_t word = 0;
     const char* p = take_digits(whole, word);
     int64_t count = p - whole;
@@ -204,11 +197,11 @@ NumberRead read_number(const char* first) {
     if (count > kWordDigits) {
         return signed_number(round_long_decimal(whole, count, exponent), negative, p);
     }
-    // Both operands are exact, so the one operation rounds correctly.
+    // Clinger's exact case: both operands are exact, so the one operation rounds correctly.
     if (word <= uint64_t{1} << 53 && exponent >= -22 && exponent <= 22) {
         const double number = static_cast<double>(static_cast<int64_t>(word));
-        const double value = exponent < 0 ? number / kExactDoubles.power[-exponent]
-                                          : number * kExactDoubles.power[exponent];
+        const double value = exponent < 0 ? number / kExactPowers[static_cast<size_t>(-exponent)]
+                                          : number * kExactPowers[static_cast<size_t>(exponent)];
         return signed_number(std::bit_cast<uint64_t>(value), negative, p);
     }
     return signed_number(round_decimal({whole, count, exponent, word}), negative, p);

@@ -1,51 +1,49 @@
-// Reading numbers four at a time where the end of each is already known.
+// Reading numbers four at a time from text in which their ends have already been found.
 //
 // A row is text such as
 //
 //     3.25, -0.5, 7, 12.125,
 //         ^     ^  ^       ^     ends[0] to ends[3]: one group
 //
-// Each kernel reads groups of one kind, without a loop or a branch per digit, and stops before the
-// first group that has any other number. What a kernel does read is exact: the nearest double, ties to
-// even, as strtod gives it; or the float that this double converts to.
+// Each kernel reads groups of one kind of numbers, without a loop or a branch per digit, and stops before
+// the first group with any other number. What it reads is correctly rounded: the nearest double, ties
+// to even, as from strtod; or the float that this double converts to.
 #pragma once
 
 #include <stdint.h>
 
 namespace vornic {
 
-// The delimiter after each number is one byte; `gap` blanks, none or one, come after that.
+// The delimiter after each number is one byte, followed by `gap` spaces: none or one.
 struct NumberRow {
     const char* at;           // after the delimiter before the first number
-    const char* const* ends;  // of the numbers: their delimiters, four to a group
-    int64_t groups;           // one at least
+    const char* const* ends;  // pointers to the delimiters after the numbers, four to a group
+    int64_t groups;           // at least one
     int64_t gap;
 };
 
-// Kernels look at so many bytes before the first number's start and after the last one's end.
-inline constexpr int64_t kRowBefore = 8;
-inline constexpr int64_t kRowAfter = 16;
+// Kernels load up to this many bytes before the start of the first number and after the end of the last.
+inline constexpr int64_t kBytesBefore = 8;
+inline constexpr int64_t kBytesAfter = 16;
 
-// They give the number of groups read. One group more may have been overwritten at `to`, as far as
-// the row goes.
-template <typename Number>
-using ReadRow = int64_t(const NumberRow& row, Number* to);
+// The kernels return the number of groups read. They may overwrite one more group at `to`, as far as the
+// row has groups. Number is float or double.
 
 // Integers of up to eight digits.
-ReadRow<float> read_integers;
-ReadRow<double> read_integers;
+template <typename Number>
+int64_t read_integers(const NumberRow& row, Number* to);
 
 // "3.25": one digit, the point, up to 14 more digits.
-ReadRow<float> read_pointed;
-ReadRow<double> read_pointed;
+template <typename Number>
+int64_t read_pointed(const NumberRow& row, Number* to);
 
 // The same with up to 22 more digits.
-ReadRow<float> read_long_pointed;
-ReadRow<double> read_long_pointed;
+template <typename Number>
+int64_t read_long_pointed(const NumberRow& row, Number* to);
 
-// Any decimal of up to 24 digits, perhaps with a point and an exponent of one or two digits and its
-// sign.
-ReadRow<float> read_decimals;
-ReadRow<double> read_decimals;
+// Decimals of up to 24 digits with or without a point, and with or without an exponent of one or two
+// digits and a sign.
+template <typename Number>
+int64_t read_decimals(const NumberRow& row, Number* to);
 
 }  // namespace vornic

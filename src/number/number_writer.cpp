@@ -18,11 +18,10 @@ struct Decimal {
 };
 
 // Rounds a positive finite double to kDigits digits; for nine, it is a float. Scaled by a power of ten
-// cut to 128 bits, it has at most 57 bits before the binary point and at least 69 behind it, and is
-// short by less than 2 units of the last one. That could make it fall short of a half that it exceeds,
-// if it exceeds it by less than 2^-68, but there is no such double: proofs/hard_roundings.py computes
-// the nearest. Exactly a half comes only with powers of ten in 0..27, where nothing is cut; it goes to
-// even.
+// truncated to 128 bits, it has at most 57 bits before the binary point and at least 69 after it, and is
+// too small by less than 2 units of the last bit. That could put it below a midpoint that it exceeds by
+// less than 2^-68, but there is no such double: proofs/hard_roundings.py computes the closest. Exact
+// midpoints occur only with powers of ten in 0..27, where nothing is truncated; they go to even.
 template <int kDigits>
 Decimal round_to_digits(uint64_t bits) {
     constexpr uint64_t kLeadingUnit = kDigits == 9 ? kTenTo8 : kTenTo8 * kTenTo8;
@@ -56,8 +55,9 @@ Decimal round_to_digits(uint64_t bits) {
     return {digits, exponent};
 }
 
-// The upper digits and the others as a fraction, by the reciprocal of a power of ten. It is rounded up,
-// which makes the fraction greater, but by less than a unit of its last digit.
+// Splits the digits into the leading two or three and a 64-bit binary fraction of the rest, by one
+// multiplication by a rounded-up reciprocal. The error of the fraction is below one unit of the last
+// digit, so truncating it gives the right digits.
 template <int kDigits>
 DigitText<kDigits> split(uint64_t digits) {
     constexpr uint64_t kUnit = kDigits == 9 ? 1000000 : 1000000000000000;
@@ -88,12 +88,13 @@ template <int kDigits>
     return lay_out(p, split<kDigits>(decimal.digits), decimal.exponent);
 }
 
-[[gnu::noinline]] char* write_rare_float32(char* first, double value) {
+[[gnu::noinline]] char* write_float32_slowly(char* first, double value) {
     return write_general<9>(first, value);
 }
 
-// One multiplication by the binade's factor. Where there is none, or what is left behind the nine
-// digits is no more than they may be too great by, the way for all numbers decides.
+// Fast path: one multiplication by the binade's factor. If it has none, or if the remainder after nine
+// digits is within the error bound kMaxExcess, which leaves the last digit in doubt, falls back to
+// write_general.
 [[gnu::always_inline]] inline char* write_number(char* first, float value) {
     const uint32_t bits = std::bit_cast<uint32_t>(value);
     const uint32_t magnitude = bits & 0x7fffffff;
@@ -103,13 +104,13 @@ template <int kDigits>
     const uint128_t product = static_cast<uint128_t>(significand) * kBinadeScales.factor[scale];
     uint64_t fraction;
     const bool carry =
-        __builtin_add_overflow(static_cast<uint64_t>(product), kHalfOfNinth, &fraction);
+        __builtin_add_overflow(static_cast<uint64_t>(product), kHalfOfNinthDigit, &fraction);
     const uint64_t upper = static_cast<uint64_t>(product >> 64) + carry;
     const int64_t exponent = kBinadeScales.exponent[scale];
     constexpr int kDoubtfulBits = 44;
-    static_assert(kTooGreat * 1000000 < uint64_t{1} << kDoubtfulBits);
+    static_assert(kMaxExcess * 1000000 < uint64_t{1} << kDoubtfulBits);
     if (exponent == kNoScale || fraction * 1000000 >> kDoubtfulBits == 0) [[unlikely]] {
-        return write_rare_float32(first, static_cast<double>(value));
+        return write_float32_slowly(first, static_cast<double>(value));
     }
     *first = '-';
     return lay_out<9>(first + (bits >> 31), {upper, fraction}, exponent);
@@ -119,32 +120,20 @@ template <int kDigits>
     return write_general<17>(first, value);
 }
 
-template <typename Float>
-[[gnu::always_inline]] inline NumbersWritten write_all(char* first, const char* end,
-                                                       const Float* numbers, uint64_t count) {
-    const Float* number = numbers;
-    for (;;) {
-        const uint64_t fitting = static_cast<uint64_t>(end - first) / (kNumberRoom + 1);
-        const Float* const behind = number + std::min(fitting, count);
-        if (number == behind) return {first, static_cast<uint64_t>(number - numbers)};
-        count -= static_cast<uint64_t>(behind - number);
-        do {
-            first = write_number(first, *number++);
-            *first++ = ',';
-        } while (number != behind);
-    }
-}
-
-// The digits of a number below 10^8 in the order of the text, one to a byte. The word is split into
-// two numbers of four digits, four of two and eight of one; the reciprocals of 100 and 10 are
-// rounded up by so little that every quotient is right, and the masks cut off what is shifted in
-// from the number above.
+// The digits of a number below 10^8 in the order of the text, one to a byte. The word is split into two
+// numbers of four digits, four of two, and eight of one (SWAR). The reciprocals of 100 and 10 are
+// rounded up by so little that every quotient is exact; the masks clear the bits shifted in from the number
+// above. For 12345678, from the lowest bits (the first byte, as x64 and arm64 are little-endian) up:
+//
+//     fours     1234        5678
+//     pairs     12    34    56    78
+//     digits    1  2  3  4  5  6  7  8
 uint64_t eight_digits(uint64_t number) {
     const uint64_t fours = number / 10000 + ((number % 10000) << 32);
     const uint64_t hundreds = ((fours * 5243) >> 19) & 0x0000007f0000007f;
-    const uint64_t twos = hundreds + ((fours - hundreds * 100) << 16);
-    const uint64_t tens = ((twos * 103) >> 10) & 0x000f000f000f000f;
-    return tens + ((twos - tens * 10) << 8);
+    const uint64_t pairs = hundreds + ((fours - hundreds * 100) << 16);
+    const uint64_t tens = ((pairs * 103) >> 10) & 0x000f000f000f000f;
+    return tens + ((pairs - tens * 10) << 8);
 }
 
 constexpr uint64_t kZeros = 0x3030303030303030;  // "00000000"
@@ -154,7 +143,7 @@ char* write_eight_digits(char* first, uint64_t number) {
     return first + 8;
 }
 
-// Without leading zeros, but the last digit stays, be it 0.
+// Without leading zeros; a single 0 is kept.
 char* write_up_to_eight_digits(char* first, uint64_t number) {
     const uint64_t digits = eight_digits(number);
     const int zeros = std::countr_zero(digits | uint64_t{1} << 56) / 8;
@@ -186,20 +175,29 @@ char* write_integer(char* first, uint64_t number) {
 
 }  // namespace
 
-NumbersWritten write_numbers(char* first, const char* end, const float* numbers, uint64_t count) {
-    return write_all(first, end, numbers, count);
+template <typename Float>
+NumbersWritten write_numbers(char* first, const char* end, const Float* numbers, uint64_t count) {
+    const Float* number = numbers;
+    for (;;) {
+        const uint64_t fitting = static_cast<uint64_t>(end - first) / (kNumberCapacity + 1);
+        const Float* const stop = number + std::min(fitting, count);
+        if (number == stop) return {first, static_cast<uint64_t>(number - numbers)};
+        count -= static_cast<uint64_t>(stop - number);
+        do {
+            first = write_number(first, *number++);
+            *first++ = ',';
+        } while (number != stop);
+    }
 }
-
-NumbersWritten write_numbers(char* first, const char* end, const double* numbers, uint64_t count) {
-    return write_all(first, end, numbers, count);
-}
+template NumbersWritten write_numbers(char*, const char*, const float*, uint64_t);
+template NumbersWritten write_numbers(char*, const char*, const double*, uint64_t);
 
 char* write_float32(char* first, float value) {
-    return write_numbers(first, first + kNumberRoom + 1, &value, 1).end - 1;
+    return write_numbers(first, first + kNumberCapacity + 1, &value, 1).end - 1;
 }
 
 char* write_float64(char* first, double value) {
-    return write_numbers(first, first + kNumberRoom + 1, &value, 1).end - 1;
+    return write_numbers(first, first + kNumberCapacity + 1, &value, 1).end - 1;
 }
 
 char* write_int64(char* first, int64_t value) {

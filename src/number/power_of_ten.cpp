@@ -35,7 +35,7 @@ struct WideInteger {
         return 32 * top + 32 - std::countl_zero(limb[top]);
     }
 
-    // The 32 bits that start at a position, which may lie below the number's last bit.
+    // 32 bits from a bit position, which may be below that of the lowest bit.
     constexpr uint64_t bits_at(int position) const {
         const int index = position >> 5;
         const uint64_t low = index < 0 ? 0 : limb[index];
@@ -50,18 +50,18 @@ struct WideInteger {
     }
 };
 
-// 10^q and 5^q have the same leading bits. For q < 0 they are those of 2^959 / 5^-q, and dividing
-// by 5 again and again, each time cutting off, cuts off no more than one division would.
+// 10^q and 5^q have the same leading bits. For q < 0 they are those of 2^959 / 5^-q; dividing by 5
+// repeatedly, truncating each time, gives the same as one truncating division.
 constexpr PowerOfTenTable make_powers_of_ten() {
     PowerOfTenTable table{};
     WideInteger number{{1}};
-    for (int q = 0; q <= kGreatestPowerOfTen; ++q) {
+    for (int q = 0; q <= kMaxPowerOfTen; ++q) {
         table[q] = number.leading_bits();
         number.multiply_by_5();
     }
     number = {};
     number.limb[kLimbs - 1] = 0x80000000;
-    for (int q = -1; q >= kLeastPowerOfTen; --q) {
+    for (int q = -1; q >= kMinPowerOfTen; --q) {
         number.divide_by_5();
         table[q] = number.leading_bits();
     }
@@ -70,13 +70,13 @@ constexpr PowerOfTenTable make_powers_of_ten() {
 
 constexpr bool log2_is_exact() {
     WideInteger number{{1}};
-    for (int q = 0; q <= kGreatestPowerOfTen; ++q) {
+    for (int q = 0; q <= kMaxPowerOfTen; ++q) {
         if (power_of_ten_log2(q) != number.bit_length() - 1 + q) return false;
         number.multiply_by_5();
     }
     number = {};
     number.limb[kLimbs - 1] = 0x80000000;
-    for (int q = -1; q >= kLeastPowerOfTen; --q) {
+    for (int q = -1; q >= kMinPowerOfTen; --q) {
         number.divide_by_5();
         if (power_of_ten_log2(q) != number.bit_length() - 960 + q) return false;
     }
@@ -89,28 +89,28 @@ constexpr uint64_t binade_factor(const PowerOfTen& power, int log2, int binade) 
     return static_cast<uint64_t>((static_cast<uint128_t>(power.high) << 64 | power.low) >> dropped);
 }
 
-// The least significand whose nine digits, rounded, are ten; 2^24 if there is none.
-constexpr uint32_t first_of_ten_digits(uint64_t factor, uint64_t half_of_ninth) {
-    uint32_t least = 1 << 23;
+// The smallest significand whose nine digits become ten by rounding, or 2^24 if there is none.
+constexpr uint32_t first_with_ten_digits(uint64_t factor, uint64_t half_of_ninth) {
+    uint32_t begin = 1 << 23;
     uint32_t end = 1 << 24;
-    while (least < end) {
-        const uint32_t middle = (least + end) / 2;
+    while (begin < end) {
+        const uint32_t middle = (begin + end) / 2;
         const uint128_t product = static_cast<uint128_t>(middle) * factor + half_of_ninth;
         if (static_cast<uint64_t>(product >> 64) >= 1000) {
             end = middle;
         } else {
-            least = middle + 1;
+            begin = middle + 1;
         }
     }
-    return least;
+    return begin;
 }
 
 constexpr DoublePowersOfTen make_double_powers(const PowerOfTenTable& powers) {
     DoublePowersOfTen doubles{};
-    for (int q = -kGreatestDoublePower; q <= kGreatestDoublePower; ++q) {
+    for (int q = -kMaxDoublePower; q <= kMaxDoublePower; ++q) {
         const uint64_t exponent = static_cast<uint64_t>(power_of_ten_log2(q) + 1022);
-        // The leading bit is added to the exponent.
-        doubles.power[q + kGreatestDoublePower] =
+        // The leading bit carries into the exponent.
+        doubles.power[q + kMaxDoublePower] =
             std::bit_cast<double>((exponent << 52) + (powers[q].high >> 11));
     }
     return doubles;
@@ -122,7 +122,7 @@ constexpr BinadeScales make_binade_scales(const PowerOfTenTable& powers) {
     scales.second[0] = 1;
     scales.exponent[1] = scales.exponent[510] = scales.exponent[511] = kNoScale;
     for (int binade = 1; binade < 255; ++binade) {
-        // floor(log10(2^(binade - 127))); what is shifted is positive
+        // floor(log10(2^(binade - 127))); the offset keeps the shifted value positive
         const int exponent = (((binade - 127) * 78913 + (64 << 18)) >> 18) - 64;
         for (int i = 0; i < 2; ++i) {
             const int power = 2 - exponent - i;
@@ -130,19 +130,20 @@ constexpr BinadeScales make_binade_scales(const PowerOfTenTable& powers) {
                 binade_factor(powers[power], power_of_ten_log2(power), binade);
             scales.exponent[2 * binade + i] = static_cast<int16_t>(exponent + i);
         }
-        const uint32_t significand = first_of_ten_digits(scales.factor[2 * binade], kHalfOfNinth);
+        const uint32_t significand =
+            first_with_ten_digits(scales.factor[2 * binade], kHalfOfNinthDigit);
         scales.second[binade] =
             (static_cast<uint32_t>(binade) << 23) + (significand - (uint32_t{1} << 23));
     }
     return scales;
 }
 
-// Whether all floats that take a second factor do have ten digits, though the sums are too great.
-constexpr bool seconds_are_certain(const BinadeScales& scales) {
+// Checks that the excess of the sums moves no float across a power of ten.
+constexpr bool second_factors_are_certain(const BinadeScales& scales) {
     for (int binade = 1; binade < 255; ++binade) {
         const uint64_t factor = scales.factor[2 * binade];
-        if (first_of_ten_digits(factor, kHalfOfNinth) !=
-            first_of_ten_digits(factor, kHalfOfNinth - kTooGreat)) {
+        if (first_with_ten_digits(factor, kHalfOfNinthDigit) !=
+            first_with_ten_digits(factor, kHalfOfNinthDigit - kMaxExcess)) {
             return false;
         }
     }
@@ -154,6 +155,6 @@ constexpr bool seconds_are_certain(const BinadeScales& scales) {
 constexpr PowerOfTenTable kPowersOfTen = make_powers_of_ten();
 constexpr DoublePowersOfTen kDoublePowersOfTen = make_double_powers(kPowersOfTen);
 constexpr BinadeScales kBinadeScales = make_binade_scales(kPowersOfTen);
-static_assert(seconds_are_certain(kBinadeScales));
+static_assert(second_factors_are_certain(kBinadeScales));
 
 }  // namespace vornic

@@ -25,7 +25,7 @@ int32_t read_entry(const char** at, char* key, char* value) {
     if (**at != '"') return fail("provider option key must be a string");
     ++*at;
     size_t length = 0;
-    if (!read_quoted(at, key, kNameCapacity, &length, keep_escaped)) {
+    if (!read_quoted(at, key, kNameCapacity, &length, unescape_literally)) {
         return fail("unterminated provider option key");
     }
     *at = skip_blanks(*at);
@@ -36,7 +36,7 @@ int32_t read_entry(const char** at, char* key, char* value) {
         return 1;
     }
     ++*at;
-    if (!read_quoted(at, value, kOptionValueCapacity, &length, keep_escaped)) {
+    if (!read_quoted(at, value, kOptionValueCapacity, &length, unescape_literally)) {
         return fail("unterminated provider option value");
     }
     return 1;

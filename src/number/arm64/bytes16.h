@@ -1,5 +1,6 @@
-// Sixteen bytes at a time, on arm64: NEON, which every one has. The same functions stand in a file for
-// each processor.
+// Operations on sixteen bytes at a time for arm64: NEON, which every arm64 processor has. The header of
+// the same name for x64 declares the same functions. The operators &, |, ^ and ~ work on Bytes,
+// arithmetic ones on Doubles and Floats.
 #pragma once
 
 #include <arm_neon.h>
@@ -8,163 +9,160 @@
 namespace vornic {
 
 using Bytes = uint8x16_t;
+using Eights = uint32x4_t;  // each the value of eight digits
+using Words = uint64x2_t;
+using Doubles = float64x2_t;
+using Floats = float32x4_t;
 
-// How many aligned blocks a scan may load at once when one of them is known to hold a byte of a text:
-// memory tagging checks granules of 16 bytes.
+// How many aligned blocks of 16 bytes a scan may load at once if one of them may hold the end of the
+// text: memory tagging (MTE) checks granules of 16 bytes.
 inline constexpr int kScanBlocks = 1;
 
 inline Bytes load(const void* from) { return vld1q_u8(static_cast<const uint8_t*>(from)); }
-
 inline Bytes load_aligned(const void* from) { return load(from); }
+inline void store(Bytes bytes, void* to) { vst1q_u8(static_cast<uint8_t*>(to), bytes); }
 
-inline Bytes broadcast(char byte) { return vdupq_n_u8(static_cast<uint8_t>(byte)); }
-inline Bytes bit_and(Bytes a, Bytes b) { return vandq_u8(a, b); }
-inline Bytes and_not(Bytes a, Bytes b) { return vbicq_u8(a, b); }  // a without b
-inline Bytes bit_or(Bytes a, Bytes b) { return vorrq_u8(a, b); }
-inline Bytes bit_xor(Bytes a, Bytes b) { return veorq_u8(a, b); }
-inline Bytes add(Bytes a, Bytes b) { return vaddq_u8(a, b); }
-inline Bytes subtract(Bytes a, Bytes b) { return vsubq_u8(a, b); }
-inline Bytes minimum(Bytes a, Bytes b) { return vminq_u8(a, b); }
-inline Bytes maximum(Bytes a, Bytes b) { return vmaxq_u8(a, b); }
-
-// 255 where the bytes are equal, otherwise 0.
-inline Bytes equal_bytes(Bytes a, Bytes b) { return vceqq_u8(a, b); }
-
-inline bool has_zero(Bytes bytes) { return vminvq_u8(bytes) == 0; }
-
-// Of bytes that are 0 or 255, each becomes the bit of its place among eight.
-inline Bytes index_bits(Bytes found) {
-    return vandq_u8(found, vreinterpretq_u8_u64(vdupq_n_u64(0x8040201008040201)));
-}
-
-// Where 64 bytes are a certain one: a bit for each, the first one's lowest, and how many there are.
-struct Places {
-    uint64_t bits;
-    int64_t count;
-};
-
-inline Places match_mask(char byte, const char* at) {
-    const Bytes wanted = broadcast(byte);
-    const auto places = [=](int i) { return index_bits(vceqq_u8(load(at + i), wanted)); };
-    const Bytes halves =
-        vpaddq_u8(vpaddq_u8(places(0), places(16)), vpaddq_u8(places(32), places(48)));
-    const uint8x8_t bits = vget_low_u8(vpaddq_u8(halves, halves));
-    return {vget_lane_u64(vreinterpret_u64_u8(bits), 0), vaddv_u8(vcnt_u8(bits))};
-}
-
-// A bit for each of 16 bytes that is this one, the first one's lowest.
-inline uint64_t match_mask(char byte, Bytes bytes) {
-    Bytes bits = index_bits(vceqq_u8(bytes, broadcast(byte)));
-    for (int i = 0; i < 3; ++i) bits = vpaddq_u8(bits, bits);
-    return vgetq_lane_u16(vreinterpretq_u16_u8(bits), 0);
-}
-
-// The place of the lowest bit; there is one.
-inline uint64_t lowest_bit_index(uint64_t places) {
-    return static_cast<uint64_t>(__builtin_ctzll(places));
-}
-
-// The places of all bits, the lowest one first; any number after the last one. The bits are reversed
-// once, since there is an instruction that counts leading zeros alone.
-class PlaceList {
-public:
-    explicit PlaceList(uint64_t places) { __asm__("rbit\t%0, %1" : "=r"(places_) : "r"(places)); }
-    uint64_t next() {
-        uint64_t place;
-        __asm__("clz\t%0, %1" : "=r"(place) : "r"(places_));
-        places_ &= ~(uint64_t{1} << 63 >> (place & 63));
-        return place;
-    }
-
-private:
-    uint64_t places_;
-};
-
-// Sums of bytes over many blocks.
-class ByteSums {
-public:
-    void add(Bytes bytes) { sums_ = vpadalq_u32(sums_, vpaddlq_u16(vpaddlq_u8(bytes))); }
-    uint64_t total() const { return vaddvq_u64(sums_); }
-
-private:
-    uint64x2_t sums_ = vdupq_n_u64(0);
-};
-
-// Eight bytes from each of two places.
+// Eight bytes from each of two addresses.
 inline Bytes load_halves(const void* a, const void* b) {
     return vcombine_u8(vld1_u8(static_cast<const uint8_t*>(a)),
                        vld1_u8(static_cast<const uint8_t*>(b)));
 }
 
+// The first and the second eight bytes of two entries of sixteen.
+struct Columns {
+    Bytes first, second;
+};
+inline Columns load_columns(const void* a, const void* b) {
+    const Words x = vreinterpretq_u64_u8(load(a)), y = vreinterpretq_u64_u8(load(b));
+    return {vreinterpretq_u8_u64(vzip1q_u64(x, y)), vreinterpretq_u8_u64(vzip2q_u64(x, y))};
+}
+
+inline Bytes broadcast(char byte) { return vdupq_n_u8(static_cast<uint8_t>(byte)); }
+inline Bytes minimum(Bytes a, Bytes b) { return vminq_u8(a, b); }
+inline Bytes maximum(Bytes a, Bytes b) { return vmaxq_u8(a, b); }
+
+// A byte of a vector register as a word. It is zero-extended already, which GCC 12 would repeat.
+inline uint32_t widen(uint8_t byte) {
+    uint32_t word = byte;
+    __asm__("" : "+r"(word));
+    return word;
+}
+
+inline bool has_zero(Bytes bytes) { return widen(vminvq_u8(bytes)) == 0; }
+
+// One bit for each of 16 bytes, the first byte's lowest: set if the byte equals `byte`.
+inline uint64_t match_mask(char byte, Bytes bytes) {
+    const Bytes index_bits = vreinterpretq_u8_u64(vdupq_n_u64(0x8040201008040201));
+    Bytes bits = vceqq_u8(bytes, broadcast(byte)) & index_bits;
+    for (int i = 0; i < 3; ++i) bits = vpaddq_u8(bits, bits);
+    return vgetq_lane_u16(vreinterpretq_u16_u8(bits), 0);
+}
+
+// The same for 64 bytes, and the number of bits set. LD4 deals them out to four registers, so that
+// bytes 4i to 4i + 3 share lane i; shifting and inserting makes their four bits a nibble of each lane.
+struct Matches {
+    uint64_t bits;
+    int64_t count;
+};
+
+inline Matches match_64(char byte, const char* at) {
+    const uint8x16x4_t text = vld4q_u8(reinterpret_cast<const uint8_t*>(at));
+    const auto found = [=](int i) { return vceqq_u8(text.val[i], broadcast(byte)); };
+    const Bytes lower = vsriq_n_u8(found(1), found(0), 1),
+                upper = vsriq_n_u8(found(3), found(2), 1);
+    const Bytes all = vsriq_n_u8(upper, lower, 2);  // four bits at the top of each lane
+    const uint8x8_t bits = vshrn_n_u16(vreinterpretq_u16_u8(vsriq_n_u8(all, all, 4)), 4);
+    return {vget_lane_u64(vreinterpret_u64_u8(bits), 0), vaddv_u8(vcnt_u8(bits))};
+}
+
+// Undefined for 0.
+inline uint64_t lowest_bit_index(uint64_t bits) {
+    return static_cast<uint64_t>(__builtin_ctzll(bits));
+}
+
+// The indices of the bits set in a word, the lowest first; undefined after the last one. The word is
+// reversed once, because there is only an instruction that counts leading zeros.
+class BitIndices {
+public:
+    explicit BitIndices(uint64_t bits) { __asm__("rbit\t%0, %1" : "=r"(bits_) : "r"(bits)); }
+    uint64_t next() {
+        uint64_t index;
+        __asm__("clz\t%0, %1" : "=r"(index) : "r"(bits_));
+        bits_ &= ~(uint64_t{1} << 63 >> (index & 63));
+        return index;
+    }
+
+private:
+    uint64_t bits_;
+};
+
+// The index of the first of 16 bytes that equals `byte`, or `limit`, whichever is less.
+inline int64_t find_byte(char byte, Bytes bytes, int64_t limit) {
+    const Bytes indices = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+    const int64_t index = widen(vminvq_u8(vornq_u8(indices, vceqq_u8(bytes, broadcast(byte)))));
+    return index < limit ? index : limit;
+}
+
+// Counts a byte in many blocks.
+class ByteCount {
+public:
+    explicit ByteCount(char byte) : byte_(broadcast(byte)) {}
+    void add(const Bytes (&blocks)[4]) {
+        const auto found = [&](int i) { return vceqq_u8(blocks[i], byte_); };  // 0 or -1
+        const int8x16_t sums = vreinterpretq_s8_u8(
+            vaddq_u8(vaddq_u8(found(0), found(1)), vaddq_u8(found(2), found(3))));
+        sums_ = vpadalq_s32(sums_, vpaddlq_s16(vpaddlq_s8(sums)));
+    }
+    uint64_t total() const { return static_cast<uint64_t>(-vaddvq_s64(sums_)); }
+
+private:
+    Bytes byte_;
+    int64x2_t sums_ = vdupq_n_s64(0);  // negated
+};
+
 // Whether no byte is above 9.
-inline bool are_digits(Bytes bytes) { return vmaxvq_u8(bytes) <= 9; }
+inline bool are_digits(Bytes bytes) { return widen(vmaxvq_u8(bytes)) <= 9; }
 
-// Whether no byte of either is above 9 and the second one of `pointed` is 0.
+// Whether no byte of either is above 9 and the second byte of `pointed` is 0.
 inline bool are_pointed_digits(Bytes pointed, Bytes others) {
-    constexpr uint64_t k = 0x7676767676767676;  // 127 - 9 in each byte
-    const uint64_t limits[] = {(k & ~uint64_t{0xff00}) | 0x7f00, k};
-    const Bytes either =
-        vmaxq_u8(vqaddq_u8(pointed, load(limits)), vqaddq_u8(others, broadcast(127 - 9)));
-    return vmaxvq_u8(either) < 128;
+    const Bytes limits = {9, 0, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9};
+    return widen(vmaxvq_u8(vcgtq_u8(pointed, limits) | vcgtq_u8(others, broadcast(9)))) == 0;
 }
 
-// The four numbers of four digits that sixteen digits are, one to a byte.
-using Fours = uint32x4_t;
-
-inline Fours weigh(Bytes digits, Bytes tens) {
-    const uint16x8_t hundreds = vreinterpretq_u16_u32(vdupq_n_u32(1 << 16 | 100));
-    const uint16x8_t twos = vpaddlq_u8(vmulq_u8(digits, tens));
-    return vpaddlq_u16(vmulq_u16(twos, hundreds));
+// Each step joins neighbours, and with them both arguments: digits to pairs, to fours, to eights.
+inline Eights sum_eights(Bytes a, Bytes b, Bytes tens) {
+    const Bytes hundreds = vreinterpretq_u8_u16(vdupq_n_u16(1 << 8 | 100));
+    const uint16x8_t thousands = vreinterpretq_u16_u32(vdupq_n_u32(1 << 16 | 10000));
+    const Bytes pairs = vpaddq_u8(vmulq_u8(a, tens), vmulq_u8(b, tens));  // up to 99
+    const uint16x8_t fours = vpaddq_u16(vmull_u8(vget_low_u8(pairs), vget_low_u8(hundreds)),
+                                        vmull_high_u8(pairs, hundreds));
+    return vpaddq_u32(vmull_u16(vget_low_u16(fours), vget_low_u16(thousands)),
+                      vmull_high_u16(fours, thousands));
 }
 
-inline Fours to_fours(Bytes digits) {
-    return weigh(digits, vreinterpretq_u8_u16(vdupq_n_u16(1 << 8 | 10)));
+// The values of the two times eight digits of `a`, then of those of `b`, a digit to a byte.
+inline Eights to_eights(Bytes a, Bytes b) {
+    return sum_eights(a, b, vreinterpretq_u8_u16(vdupq_n_u16(1 << 8 | 10)));
 }
 
-// The same for a digit, a byte that does not count, and fourteen more digits: fifteen in all.
-inline Fours to_pointed_fours(Bytes digits) {
-    constexpr uint64_t k = 0x010a010a010a010a;
-    const uint64_t tens[] = {(k & ~uint64_t{0xffff}) | 1, k};
-    return weigh(digits, load(tens));
+// The same with the second byte of each ignored: fifteen digits in all, the first for 1.
+inline Eights pointed_to_eights(Bytes a, Bytes b) {
+    return sum_eights(a, b, Bytes{1, 0, 10, 1, 10, 1, 10, 1, 10, 1, 10, 1, 10, 1, 10, 1});
 }
 
-// Two numbers of sixteen digits each as four of eight.
-using Eights = uint32x4_t;
-
-inline Eights to_eights(Fours a, Fours b) {
-    const Eights thousands = vreinterpretq_u32_u64(vdupq_n_u64(uint64_t{1} << 32 | 10000));
-    return vpaddq_u32(vmulq_u32(a, thousands), vmulq_u32(b, thousands));
-}
-
-inline void store_eights(Eights eights, uint32_t* to) { vst1q_u32(to, eights); }
-
-// Two integers of 64 bits.
-using Words = uint64x2_t;
-
+// The values of two times sixteen digits.
 inline Words to_words(Eights eights) {
     const Words both = vreinterpretq_u64_u32(eights);  // the upper eight digits are low
     return vmlal_u32(vshrq_n_u64(both, 32), vmovn_u64(both), vdup_n_u32(100000000));
 }
 
-inline void store_words(Words words, uint64_t* to) { vst1q_u64(to, words); }
-
-// Operators on these work on all numbers in them.
-using Doubles = float64x2_t;
-using Floats = float32x4_t;
-
-inline Doubles broadcast(double number) { return vdupq_n_f64(number); }
-
-inline Doubles two(const double& a, const double& b) {
-    return vcombine_f64(vld1_f64(&a), vld1_f64(&b));
-}
+// The same as doubles, each rounded once.
+inline Doubles to_doubles(Eights eights) { return vcvtq_f64_u64(to_words(eights)); }
 
 // Exact for words below 2^52.
 inline Doubles small_to_doubles(Words words) { return vcvtq_f64_u64(words); }
 
-// Two numbers of sixteen digits, each rounded once.
-inline Doubles to_doubles(Eights eights) { return vcvtq_f64_u64(to_words(eights)); }
-
-// Of four numbers of eight digits the first and the last two.
+// The first two, the last two or all of four integers.
 inline Doubles first_to_doubles(Eights eights) {
     return vcvtq_f64_u64(vmovl_u32(vget_low_u32(eights)));
 }
@@ -173,17 +171,7 @@ inline Floats to_floats(Eights eights) { return vcvtq_f32_u32(eights); }
 
 inline Floats to_floats(Doubles a, Doubles b) { return vcvt_high_f32_f64(vcvt_f32_f64(a), b); }
 
-// 255 in all bytes of those that are not equal, otherwise 0.
-inline Bytes differ(Floats a, Floats b) { return vreinterpretq_u8_u32(vmvnq_u32(vceqq_f32(a, b))); }
-
-// Changes the sign of those whose `signs` is -0.0.
-inline void store_signed(Doubles numbers, const double* signs, double* to) {
-    const Words bits = vreinterpretq_u64_f64(vld1q_f64(signs));
-    vst1q_f64(to, vreinterpretq_f64_u64(veorq_u64(vreinterpretq_u64_f64(numbers), bits)));
-}
-inline void store_signed(Floats numbers, const float* signs, float* to) {
-    const uint32x4_t bits = vreinterpretq_u32_f32(vld1q_f32(signs));
-    vst1q_f32(to, vreinterpretq_f32_u32(veorq_u32(vreinterpretq_u32_f32(numbers), bits)));
-}
+// 255 in all bytes of those that are not equal or unordered, otherwise 0.
+inline Bytes not_equal(Floats a, Floats b) { return ~vreinterpretq_u8_u32(vceqq_f32(a, b)); }
 
 }  // namespace vornic
