@@ -1,5 +1,5 @@
 """Checks and measures examples/python/cluster.py: cluster.py LIBRARY. All answers must be those of one process
-without a cluster, also when a worker is killed in the middle."""
+without a cluster, even if a worker is killed halfway."""
 import os
 import pathlib
 import signal
@@ -25,7 +25,7 @@ LOCAL = {"threads_per_worker": 1, "host": "127.0.0.1", "dashboard_address": None
 
 
 def make_recordings(folder):
-    """A second from somewhere in Debian's recordings each, and two files that are no recordings."""
+    """Recordings of one second, cut from Debian's, and two files that are not recordings."""
     sources = sorted(pathlib.Path("/usr/share/sounds/alsa").glob("*.wav"))
     for i in range(COUNT):
         with wave.open(str(sources[i % len(sources)])) as source:
@@ -72,10 +72,10 @@ def main():
         expected, alone = in_one_process(paths)
         shares = [share for share in expected.values() if isinstance(share, float)]
         if len(shares) != COUNT or statistics.pstdev(shares) < 0.1:
-            sys.exit("FAILED: the recordings are not what they should be")
+            sys.exit("FAILED: the shares of speech do not vary as expected")
         print(f"one process, no cluster: {len(paths) / alone:.0f} recordings/s")
         for workers, batch, *kill_at in ((1, 1), (1, 10), (1, 50), (2, 10), (2, 10, COUNT // 3)):
-            name = f"workers: {workers}, recordings a task: {batch}" + ", one killed" * len(kill_at)
+            name = f"{workers} workers, {batch} recordings per task" + ", one killed" * len(kill_at)
             answers, seconds, wait = in_cluster(workers, paths, batch, *kill_at)
             if answers != expected:
                 sys.exit(f"FAILED: {name}: {len(answers)} answers, not those of one process")

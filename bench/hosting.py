@@ -1,6 +1,6 @@
 """Measures threads, containers, starts and fork for docs/hosting.md: hosting.py LIBRARY DETECT [TABLE...]
 
-DETECT is the C example. Every row is measured in a process of its own.
+DETECT is the C example. Every row is measured in a separate process.
 """
 import concurrent.futures
 import itertools
@@ -80,7 +80,7 @@ def threads():
 
 
 def cpus(threads):
-    """The CPUs that ONNX Runtime's threads may use, of a process that may use CPU 0."""
+    """The CPUs that ONNX Runtime's threads may use in a process restricted to CPU 0."""
     os.sched_setaffinity(0, [0])
     with open_session(threads):
         tasks = pathlib.Path("/proc/self/task").glob("*/status")
@@ -89,7 +89,7 @@ def cpus(threads):
 
 
 def containers():
-    heads = ["CPUs of the process", "threads asked for", "CPUs of ONNX Runtime's"]
+    heads = ["CPUs of the process", "threads requested", "CPUs of ONNX Runtime's threads"]
     rows = (["0", str(threads or "default"), isolated(cpus, threads)] for threads in (0, 2))
     return table(heads, rows, names=3)
 
@@ -116,15 +116,15 @@ def child(session):
     for _ in range(1000):
         run(session)
     signal.alarm(10)  # a release takes milliseconds, or never returns
-    # Not by close(), which releases nothing of the parent's in a child.
+    # Not close(), which does not release the parent's session in a child.
     session.library.functions.release_session(session.handle)
     os._exit(0)
 
 
 def fork_row(is_before, threads):
-    """How 16 children with a session ended that was made before fork, or by themselves."""
+    """How 16 children ended, with a session created before fork or in each of them."""
     session = open_session(threads) if is_before else None
-    time.sleep(1)  # a server is at rest when it forks
+    time.sleep(1)  # a server is idle when it forks
     pids = []
     for _ in range(16):
         pids.append(os.fork())

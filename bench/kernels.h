@@ -1,5 +1,5 @@
-// The library's number kernels for number_texts: a shared library of their own, so that those of two
-// commits fit into one process. Older commits have the same table.
+// The library's number kernels for number_texts, in a separate shared library, so that one process can
+// load those of two commits. Older commits have the same table.
 #pragma once
 
 #include <stdint.h>

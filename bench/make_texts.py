@@ -2,7 +2,7 @@
 
     make_texts.py FOLDER
 
-Writes each text into a file, and into FOLDER/index a line for each: file, element type, title. The same versions
+Writes each text to a file, and a line for it to FOLDER/index: file, element type, title. The same versions
 of the writers give the same texts.
 """
 import array

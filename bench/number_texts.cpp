@@ -3,7 +3,7 @@
 //   number_texts TEXTS ROUNDS KERNELS [OLD_KERNELS]
 //
 // TEXTS is the folder that make_texts.py has filled, KERNELS the library of this folder's kernels.cpp,
-// OLD_KERNELS that of another commit. A line is: text, element type, read or write, library, and ns a number
+// OLD_KERNELS that of another commit. A line is: text, element type, read or write, library, and ns per number
 // (the minimum over ROUNDS interleaved rounds), separated by tabs. All libraries must give the same numbers
 // and the same text.
 //

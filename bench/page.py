@@ -1,4 +1,4 @@
-"""Tables of figures in Markdown, and their places in the pages of docs/."""
+"""Formats tables of figures in Markdown and inserts them into the pages of docs/."""
 import pathlib
 
 ROOT = pathlib.Path(__file__).resolve().parents[1]
@@ -21,6 +21,6 @@ def replace(page, marker, text):
     path = ROOT / "docs" / page
     before, begin, rest = path.read_text().partition(f"<!-- {marker} -->\n")
     if not begin or "<!-- end -->" not in rest:
-        raise SystemExit(f"{path} has no place for {marker}")
+        raise SystemExit(f"{path} has no section {marker}")
     after = rest[rest.index("<!-- end -->") :]
     path.write_text(f"{before}{begin}\n{text}\n\n{after}")

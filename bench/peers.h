@@ -28,7 +28,7 @@ struct Peer {
     std::function<char*(char* to, const char* end, const Number* numbers, uint64_t count)> write;
 };
 
-// A reader of arrays made of a reader of one number, which returns the number's end.
+// Makes a reader of arrays from a reader of single numbers, which returns the end of the number.
 template <typename Number, typename ReadOne>
 auto read_each(ReadOne read_one) {
     return [read_one](const std::string& text, Number* to) {
@@ -42,7 +42,7 @@ auto read_each(ReadOne read_one) {
     };
 }
 
-// A writer of arrays made of a writer of one number, which returns the text's end.
+// Makes a writer of arrays from a writer of single numbers, which returns the end of the text.
 template <typename Number, typename WriteOne>
 auto write_each(WriteOne write_one) {
     return [write_one](char* to, const char*, const Number* numbers, uint64_t count) {

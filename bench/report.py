@@ -1,6 +1,6 @@
 """Makes the figures of docs/performance.md: report.py FOLDER [COMMIT]
 
-FOLDER holds what the benchmarks printed. The page gets a selection of the texts, bench/results.md all of
+FOLDER holds the output of the benchmarks. The page gets a selection of the texts, bench/results.md all of
 them. With COMMIT the costs of that commit relative to today's are printed.
 """
 import pathlib
@@ -41,7 +41,7 @@ def joined(values, unit=""):
 
 
 def lead(texts, key):
-    """For each machine: how many times the library's cost the best of the others has, the C library left out."""
+    """For each machine, the cost of the fastest other library, without the C library, divided by this one's."""
     for machine in MACHINES[key[0]]:
         of = texts[machine][key]
         yield min(of[name] for name in LIBRARIES[key[0]][1:-1] if name in of) / of["library"]
@@ -112,7 +112,7 @@ def compare(commit, texts, runs):
         for call in of:
             ratios = (old[target][size][call] / runs[target][size][call] for target in TARGETS)
             rows.append([f"{size[0]} floats", call, joined(ratios, "×")])
-    print(f"Costs of {commit} relative to today's: Linux/Windows/arm64, there in instructions\n")
+    print(f"Costs of {commit} relative to today's: Linux/Windows/arm64 (in instructions)\n")
     print(table(["", "", "ratio"], rows))
 
 

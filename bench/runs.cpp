@@ -1,4 +1,4 @@
-// The cost of a run: the library's run functions beside direct calls of ONNX Runtime's C API.
+// The cost of a run: the library's run functions and direct calls of ONNX Runtime's C API.
 //
 //   runs MODEL                       every call at every size
 //   runs MODEL CALL NUMBERS COUNT    one call in a loop, for a profiler
@@ -48,7 +48,7 @@ void check(bool success) {
     exit(1);
 }
 
-// Both sessions run on one thread, so that they compare.
+// Both sessions run on one thread, so that they are comparable.
 void open_sessions(const char* model) {
     SessionOptions* options = onnxruntime_vn_create_session_options();
     onnxruntime_vn_session_options_set_intra_op_num_threads(options, 1);
@@ -148,7 +148,7 @@ private:
         return value;
     }
 
-    // As a C program uses the C API: a value over its own numbers, and the output read in place.
+    // As a C program uses the C API: its own numbers wrapped in a value, the output read without a copy.
     void run_direct() {
         OrtValue* const value = make_value();
         OrtValue* output = nullptr;
@@ -182,7 +182,7 @@ private:
     OrtIoBinding* direct_binding_ = nullptr;
 };
 
-// The first run is not timed: it brings the caches back from the call measured before.
+// The first run is not timed: it refills the caches after the previous call.
 double time_call(const Call& call) {
     call.run();
     const auto start = std::chrono::steady_clock::now();

@@ -1,5 +1,5 @@
 // The service to compare with in bench/service.py: onnxruntime-node and Node's http, two workers with a session
-// of one thread each. Of a feed it checks JSON and sizes alone.
+// of one thread each. It checks only the JSON and the sizes of a feed.
 import cluster from 'node:cluster';
 import http from 'node:http';
 import {createRequire} from 'node:module';

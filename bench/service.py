@@ -1,7 +1,7 @@
 """Checks and measures a service for the detector: service.py MODEL [COUNT [COMMAND...]]
 
 COUNT requests come over 16 connections, every hundredth malformed. Answers must be the model's, or 400 with a reason.
-Without COMMAND it is examples/python/service.py: two workers are killed in turn under load, then it is told to end.
+Without COMMAND it is examples/python/service.py: two workers are killed in turn under load, then it is terminated.
 COMMAND gets MODEL, prints its address and has its workers as children.
 """
 import array
@@ -29,7 +29,7 @@ MODEL, COUNT = os.path.abspath(sys.argv[1]), int((sys.argv[2:] or [100000])[0])
 SERVICE = [sys.executable, str(ROOT / "examples/python/service.py"), "--port=0", "--workers=2"]
 ZEROS = tensor("float32", [2, 1, 64], [0] * 128)
 OTHERS = {"h": ZEROS, "c": ZEROS, "sr": tensor("int64", [], [16000])}
-# Inputs that the library would run, most of them on other numbers, if nobody checked them.
+# Inputs that the library would run if they were not checked, most of them on the wrong numbers.
 MALFORMED = (
     {"sr": {"dtype": "int64", "shape": [], "data": "16000"}},
     {"h": {}},
@@ -53,7 +53,7 @@ def float32_outputs(outputs):
 
 
 def requests():
-    """Texts with what is expected for each: the outputs, or True for a refusal."""
+    """Request bodies, each with the expected outputs, or True if it must be refused."""
     good = []
     random.seed(1)
     with Library().session(MODEL, threads=1) as session:
@@ -73,7 +73,7 @@ def exchange(connection, body, method="POST", path="/", headers={}):
 
 
 def load(what, port, cases, count=10**9, at_each_tenth=lambda number: None, may_break=True):
-    """Checks count requests, or those before nobody listens; reopens connections that break."""
+    """Checks count requests, or all until connections are refused; reopens broken ones."""
     numbers, times, outcomes = iter(range(1, count + 1)), [], []
 
     def client(_):
@@ -137,7 +137,7 @@ def disturb(service, port, cases):
     load("two workers killed in turn", port, cases, COUNT // 10, kill)
     check("workers", len(killed) == len(workers(service)) == 2, f"{len(killed)} killed")
     threading.Timer(1, service.terminate).start()
-    load("told to end under load", port, cases)
+    load("terminated under load", port, cases)
     check("end", service.wait() == 0, f"exit status {service.returncode}")
 
 

@@ -9,7 +9,7 @@
 
 #include "number_checks.h"
 
-// Both are in targets.cpp. A target, named like its folder in the corpus, is chosen first.
+// Both are in targets.cpp. A target is named after its folder in the corpus and chosen first.
 bool choose_target(const std::string& name);
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
@@ -40,7 +40,7 @@ int main(int argc, char** argv) {
         if (entry.is_directory()) continue;
         const std::string path = entry.path().string();
         puts(path.c_str());
-        fflush(stdout);  // a text may end the process
+        fflush(stdout);  // a text may crash the process
         if (!choose_target(entry.path().parent_path().filename().string())) return 3;
         std::ifstream file(entry.path(), std::ios::binary);
         const std::string text(std::istreambuf_iterator<char>(file), {});

@@ -1,5 +1,5 @@
-// The fuzz targets. Each takes any text of up to kLongestText bytes and aborts with a report when
-// the library breaks a promise.
+// The fuzz targets. Each takes any text of up to kLongestText bytes and aborts with a report if
+// the library breaks a guarantee.
 #include "core/bounded_text.h"
 #include "core/element_type.h"
 #include "json/array_reader.h"
@@ -19,7 +19,7 @@ constexpr Name kSearched[kNames] = {"x", "a{\"b", "data", "", "in_string", "outp
 
 void (*g_target)(const char* text, size_t size);
 
-// A name, its brace and its keys are where a plain search finds them.
+// A name, its brace and its keys must be where a plain search finds them.
 void check_feed_item(const char* text, const char* name, const FeedItem& item) {
     const auto check = [&](const char* part, const char* expected, const char* got) {
         if (got == expected) return;
@@ -50,7 +50,7 @@ void check_tensor(const char* text, const FeedItem& item, const char* name) {
     }
 }
 
-// No reader exceeds its limits.
+// No reader may exceed its limits.
 void fuzz_json(const char* text, size_t) {
     FeedItem items[kNames];
     find_feed_items(text, kSearched, kNames, items);

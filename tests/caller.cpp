@@ -3,8 +3,8 @@
 //
 // STATE: the floating-point state before each call, which the call must restore (traps, flush, up,
 // down or zero). N: after the first request, this many threads, each with its own handles, make all
-// remaining calls once the input has ended. LIBRARY: a path, or - for what is linked with this
-// program.
+// remaining calls once the input has ended. LIBRARY: a path, or - for the library linked with
+// this program.
 //
 // A request has fields separated by tabs: a name for the handle that is made, or nothing; the type
 // of the result (p a pointer, i an int32, t a text, f a float, 3 as many floats); the function's

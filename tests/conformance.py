@@ -36,7 +36,7 @@ def read_tensors(folder, kind, infos):
         name = onnx.TensorProto.DataType.Name(info.type.tensor_type.elem_type).lower()
         dtype = {"float": "float32", "double": "float64"}.get(name, name)
         if dtype not in CARRIED:
-            raise Skip(f"element type {dtype} is not carried")
+            raise Skip(f"element type {dtype} is not supported")
         proto = onnx.load_tensor(str(folder / f"{kind}_{number}.pb"))
         values = numpy.array(numpy_helper.to_array(proto), order="C")
         if kind == "input" and values.size > 65536:

@@ -10,8 +10,8 @@ from delivery import check, drive, exe, finish, given, run, windows
 
 FOUND, NONE = "available", "OrtGetApiBase returned NULL"
 OLD = "GetApi returned NULL"
-# Which runtime is in which folder, and the library's answer; then in some, what is put where while the
-# host runs, and the answer to that.
+# Which runtime is in which folder, and the library's answer; in some rows, then a runtime that is added
+# while the host runs, and the answer after that.
 LOOKUPS = [
     ({"library": "right"}, FOUND),
     ({"library": "old"}, OLD),

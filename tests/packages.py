@@ -123,7 +123,7 @@ def check_packages(work):
     prefixes = [*(work / "archive").iterdir(), *work.glob("package/usr")]
     for prefix in prefixes:
         check_files(prefix)
-        if not windows:  # where no runtime of the system's, which may be too old, can come first
+        if not windows:  # there no system runtime, which may be too old, can come first
             os.symlink(given.old, prefix / "lib/libonnxruntime.so.1")
         check_tool(f"unpacked in {prefix.name}", prefix)
     if windows:

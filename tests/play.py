@@ -12,7 +12,8 @@ import sys
 import tempfile
 
 CALL = re.compile(
-    r"(?:\$(?P<kind>\w+) = )?(?P<name>\w+)(?P<arguments>(?: '[^']*'| [\w$:.,-]+)*?)"
+    r"(?:\$(?P<kind>\w+) = )?(?P<name>\w+)"
+    r"(?P<arguments>(?: '[^']*'| null| \$\w+| (?:f32:|i64:)?[\d.,-]+)*?)"
     r"(?: -> (?P<begins>\.\.\.)?(?P<answer>'[^']*'|[\w:.,+-]+?)(?P<goes_on>\.\.\.)?)?"
     r"(?P<fails> !(?: (?P<error>.*))?)?",
     re.DOTALL,

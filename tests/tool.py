@@ -98,7 +98,7 @@ def filled(text):
 
 
 def check_talk(program, folder):
-    """One line at a time, each answered before the next; then nobody reads the answers."""
+    """One line at a time, each answered before the next; then the reader closes the pipe."""
     talk = play.Program([*program, "double.onnx", "--lines"], cwd=folder)
     answers = "".join(talk.ask([(FEED,)])[0] + "\n" for _ in range(3))
     check("--lines answers before the next line comes", DOUBLES * 3, answers)

@@ -240,7 +240,7 @@ void check_near_floats(uint64_t index, Random& random) {
 
 constexpr Verification kVerifications[] = {
     {"arrays of all kinds of numbers, some damaged", 4e5, 300, check_any_array},
-    {"arrays of like numbers with any byte put in", 2000 * 5 * 255, 16 * 5 * 255, check_like_array},
+    {"arrays of like numbers with a byte inserted", 2000 * 5 * 255, 16 * 5 * 255, check_like_array},
     {"arrays of a thousand floats and midpoints", kFloats / 1000.0, 1, check_near_floats},
 };
 

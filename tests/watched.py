@@ -28,7 +28,7 @@ class Watcher(play.Player):
             self.answers += got + (" ! " + error) * (error != play.EARLIER) + "|"
 
     def scene(self, title, calls, what="the scene", refusals="0 0 0"):
-        """Plays the calls, which must leave nothing behind; returns their answers."""
+        """Plays the calls, which must not leak; returns their answers."""
         self.answers = "|"
         for place, text in calls:
             self.play(play.Call(place, f"begin {refusals}" if text == "begin" else text))

@@ -46,7 +46,7 @@ async function byPackage() {
   const data = typed(numbers);
   return {
     'tensor': async () => (await run(data)).data,
-    // What a service does that takes and returns JSON.
+    // As in a service that takes and returns JSON.
     'JSON text to JSON text': async () => {
       const y0 = await run(typed(JSON.parse(text).data));
       JSON.stringify({outputs: {y0: {dtype: y0.type, shape: y0.dims, data: Array.from(y0.data)}}});

@@ -1,5 +1,5 @@
 /* Runs a speech detector on three 32 ms chunks of a 125 Hz buzz. The chunks are alike; the answers
- * differ by the detector's state, which each run passes on.
+ * differ because of the detector's state, which each run passes on.
  *
  * usage: detect MODEL     (linked with the library, which is on the program's run path)
  */
@@ -46,7 +46,7 @@ static bool detect(const InferenceSession* session) {
         snprintf(feed, sizeof feed, form, samples, h, c);
         RunResult* result = onnxruntime_vn_run_json(session, "[\"output\",\"hn\",\"cn\"]", feed);
         if (result == NULL) return fail();
-        /* The floats are those of the first output asked for. */
+        /* The floats are those of the first output requested. */
         printf("chunk %d: %.3f\n", chunk, (double)onnxruntime_vn_result_float_at(result, 0));
         copy_tensor(h, onnxruntime_vn_result_json(result), "\"hn\":");
         copy_tensor(c, onnxruntime_vn_result_json(result), "\"cn\":");

@@ -1,5 +1,5 @@
 ! Runs a speech detector on three 32 ms chunks of a 125 Hz buzz. The chunks are alike; the answers
-! differ by the detector's state, which each run passes on.
+! differ because of the detector's state, which each run passes on.
 !
 ! usage: detect MODEL     (built by
 !   gfortran onnxruntime_vornic.f90 detect.f90 -LFOLDER -Wl,-rpath,FOLDER -lonnxruntime_vornic)

@@ -1,5 +1,5 @@
 ;;; Runs a speech detector on three 32 ms chunks of a 125 Hz buzz. The chunks are alike; the answers
-;;; differ by the detector's state, which each run passes on.
+;;; differ because of the detector's state, which each run passes on.
 ;;;
 ;;; usage: sbcl --script detect.lisp MODEL LIBRARY          (needs CFFI: cl-cffi)
 (require :asdf)
@@ -46,7 +46,7 @@
       (dotimes (chunk 3)
         (let ((feed (format nil "{\"input\":~a,\"sr\":~a,\"h\":~a,\"c\":~a}" input rate h c)))
           (with-handle (result (run-json session "[\"output\",\"hn\",\"cn\"]" feed) release-result)
-            ;; The floats are those of the first output asked for.
+            ;; The floats are those of the first output requested.
             (format t "chunk ~d: ~,3f~%" chunk (float-at result 0))
             (let ((json (result-json result)))
               (setf h (state-of "hn" json) c (state-of "cn" json)))))))))

@@ -1,5 +1,5 @@
 -- Runs a speech detector on three 32 ms chunks of a 125 Hz buzz. The chunks are alike; the answers
--- differ by the detector's state, which each run passes on.
+-- differ because of the detector's state, which each run passes on.
 --
 -- usage: luajit detect.lua MODEL LIBRARY
 local ffi = require("ffi")
@@ -37,7 +37,7 @@ local function detect(library, model)
             local outputs = '["output","hn","cn"]'
             local result = library.onnxruntime_vn_run_json(session, outputs, feed)
             with(library, result, library.onnxruntime_vn_release_result, function()
-                -- The floats are those of the first output asked for. The states stay text.
+                -- The floats are those of the first output requested. The states stay text.
                 local probability = library.onnxruntime_vn_result_float_at(result, 0)
                 print(("chunk %d: %.3f"):format(chunk, probability))
                 local json = ffi.string(library.onnxruntime_vn_result_json(result))

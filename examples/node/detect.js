@@ -1,5 +1,5 @@
 // Runs a speech detector on three 32 ms chunks of a 125 Hz buzz. The chunks are alike; the answers
-// differ by the detector's state, which each run passes on.
+// differ because of the detector's state, which each run passes on.
 //
 // usage: node detect.js MODEL [LIBRARY]     (needs: npm install onnxruntime-vornic-1.0.0.tgz)
 'use strict';

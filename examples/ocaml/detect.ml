@@ -1,5 +1,5 @@
 (* Runs a speech detector on three 32 ms chunks of a 125 Hz buzz. The chunks are alike; the answers
-   differ by the detector's state, which each run passes on.
+   differ because of the detector's state, which each run passes on.
 
    usage: detect MODEL LIBRARY          (needs ctypes: libctypes-ocaml-dev; built by
    ocamlfind ocamlopt -thread -package ctypes.foreign,str -linkpkg detect.ml -o detect) *)
@@ -51,7 +51,7 @@ let detect () =
   let step (h, c) chunk =
     let feed = Printf.sprintf {|{"input":%s,"sr":%s,"h":%s,"c":%s}|} input rate h c in
     with_handle (run_json session {|["output","hn","cn"]|} feed) release_result @@ fun result ->
-    (* The floats are those of the first output asked for. *)
+    (* The floats are those of the first output requested. *)
     Printf.printf "chunk %d: %.3f\n" chunk (float_at result 0l);
     (state "hn" (result_json result), state "cn" (result_json result)) in
   ignore (List.fold_left step (zeros, zeros) [ 0; 1; 2 ])

@@ -1,6 +1,6 @@
 <?php
 // Runs a speech detector on three 32 ms chunks of a 125 Hz buzz. The chunks are alike; the answers
-// differ by the detector's state, which each run passes on.
+// differ because of the detector's state, which each run passes on.
 //
 // usage: php detect.php MODEL LIBRARY          (on the command line FFI is enabled by default)
 declare(strict_types=1);

@@ -23,7 +23,7 @@ class Detector(distributed.WorkerPlugin):
         self.library, self.model = library, model
 
     def setup(self, worker):
-        # Side by side, sessions with one thread each are the fastest.
+        # In parallel, sessions with one thread each are fastest.
         worker.detector = Library(self.library).session(self.model, threads=1)
 
 
@@ -41,7 +41,7 @@ def shares_of_speech(paths):
 
 
 def detect(client, library, model, paths, batch):
-    """Yields each recording with its share of speech, or the reason for having none."""
+    """Yields each recording with its share of speech, or the reason why there is none."""
     client.register_worker_plugin(Detector(library, model))
     tasks = {f"batch {i}": paths[i : i + batch] for i in range(0, len(paths), batch)}
     # Only the iterator holds the futures, and it drops each one that is done. If a result were
@@ -63,7 +63,7 @@ def main():
     parser.add_argument("recordings", nargs="+", help=inputs.FORMAT)
     parser.add_argument("--scheduler", metavar="ADDRESS", help="of a running cluster")
     parser.add_argument("--workers", type=int, default=os.cpu_count(), help="processes, without it")
-    parser.add_argument("--batch", type=int, default=10, help="recordings a task (default: 10)")
+    parser.add_argument("--batch", type=int, default=10, help="recordings per task (default: 10)")
     given = parser.parse_args()
     model = given.model or inputs.find_model(speech.MODEL)
     cluster = given.scheduler or distributed.LocalCluster(

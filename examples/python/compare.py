@@ -13,7 +13,7 @@ ROUNDS = 50
 
 
 def ways_to_run(library, session, samples, whole, binding):
-    """Name, the call alone, and the way from Python numbers to Python numbers, of each."""
+    """The name, the call alone, and the call from Python numbers to Python numbers, of each run."""
     name, output = session.inputs[0]["name"], session.outputs[0]["name"]
     feed = {name: tensor("float32", [1, len(samples)], samples)}
     text = feed_json(feed)
@@ -61,7 +61,7 @@ def compare(library, model, path):
             ways = ways_to_run(library, session, samples, whole, binding)
             answers = [numbers() for _, _, numbers in ways]
             if any(answer != answers[0] for answer in answers):
-                raise VornicError("the ways to run give different numbers")
+                raise VornicError("the runs give different numbers")
             # Interleaved, so that a busy machine slows all of them alike.
             times = [
                 [(milliseconds(call), milliseconds(numbers)) for _, call, numbers in ways]

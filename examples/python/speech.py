@@ -73,7 +73,7 @@ def speech(library, model, path):
     print(f"\nSpeech in {path}, {chunks} chunks of {length} ms")
     show(probabilities)
     print(
-        f"\n{1000 * total / chunks:.2f} ms a chunk, {1000 * inside / chunks:.2f} ms of it in the "
+        f"\n{1000 * total / chunks:.2f} ms per chunk, {1000 * inside / chunks:.2f} ms of it in the "
         f"library: {chunks * length / 1000 / total:.0f} times faster than real time"
     )
 

@@ -1,6 +1,6 @@
 #lang racket/base
 ;; Runs a speech detector on three 32 ms chunks of a 125 Hz buzz. The chunks are alike; the answers
-;; differ by the detector's state, which each run passes on.
+;; differ because of the detector's state, which each run passes on.
 ;;
 ;; usage: racket detect.rkt MODEL LIBRARY
 (require ffi/unsafe json racket/format)

@@ -1,4 +1,4 @@
-// What the test programs need of the operating system.
+// What the test programs need from the operating system.
 #pragma once
 
 #include <stddef.h>
@@ -8,7 +8,7 @@
 
 using Word = intptr_t;  // holds every argument and every result except a float
 
-// Set during a call of the library: only what is allocated then is counted as the library's.
+// Set during a call of the library: only allocations made then count as the library's.
 extern std::atomic<bool> g_is_calling;
 
 // A function of the library at this path, or of this program if it is null. Prints the reason and
