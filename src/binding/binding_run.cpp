@@ -48,10 +48,8 @@ RunResult* onnxruntime_vn_run_with_iobinding(const InferenceSession* session, Io
                                              const OrtRunOptions* options) {
     const HostStateScope host;
     if (!host.is_entered()) return nullptr;
-    if (!is_usable(session) || !is_usable(binding)) {
-        set_error("invalid InferenceSession or IoBinding");
-        return nullptr;
-    }
+    if (!is_usable(session) || !is_usable(binding))
+        return fail("invalid InferenceSession or IoBinding");
     if (!run(session, binding, options)) return nullptr;
     OrtAllocator* allocator = default_allocator();
     if (allocator == nullptr) return nullptr;

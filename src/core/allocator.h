@@ -19,11 +19,6 @@ struct AllocatorFree {
 template <typename Element>
 using AllocatorOwned = std::unique_ptr<Element, AllocatorFree>;
 
-template <typename Element>
-AllocatorOwned<Element> allocator_owned(OrtAllocator* allocator, Element* memory) {
-    return AllocatorOwned<Element>(memory, AllocatorFree{allocator});
-}
-
 // Owns an array that the allocator returned, and its elements. Releases the elements first, then
 // the array.
 template <typename Element, typename ElementRelease>
@@ -31,8 +26,6 @@ class AllocatorArray {
 public:
     AllocatorArray(OrtAllocator* allocator, ElementRelease release)
         : array_(nullptr, AllocatorFree{allocator}), release_(release) {}
-    AllocatorArray(const AllocatorArray&) = delete;
-    AllocatorArray& operator=(const AllocatorArray&) = delete;
     ~AllocatorArray() {
         for (uint64_t i = 0; i < count_; ++i) {
             if (elements()[i] != nullptr) release_(elements()[i]);

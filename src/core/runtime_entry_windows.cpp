@@ -5,7 +5,6 @@
 #include "core/runtime_entry.h"
 
 #include "core/owned.h"
-#include "core/runtime.h"
 
 #define WIN32_LEAN_AND_MEAN
 #include <string.h>
@@ -20,7 +19,8 @@
 extern "C" IMAGE_DOS_HEADER __ImageBase;
 extern "C" FARPROC __imp_OrtGetApiBase;
 
-namespace vornic {
+using namespace vornic;
+
 namespace {
 
 constexpr wchar_t kRuntimeName[] = L"onnxruntime.dll";
@@ -120,13 +120,10 @@ FARPROC WINAPI give_found_runtime(unsigned event, PDelayLoadInfo info) {
 }
 
 }  // namespace
-}  // namespace vornic
 
-PfnDliHook __pfnDliNotifyHook2 = vornic::give_found_runtime;
+PfnDliHook __pfnDliNotifyHook2 = give_found_runtime;
 
-namespace vornic {
-
-const OrtApiBase* runtime_entry() {
+const OrtApiBase* vornic::runtime_entry() {
     const WritableImport import;
     if (!import.is_writable()) return nullptr;
     g_runtime_module = find_runtime().release();
@@ -134,12 +131,10 @@ const OrtApiBase* runtime_entry() {
 }
 
 // If the slot cannot be made writable, it still points into the runtime, which then stays loaded.
-void forget_runtime() {
+void vornic::forget_runtime() {
     const WritableImport import;
     if (g_runtime_module == nullptr || !import.is_writable()) return;
     __imp_OrtGetApiBase = g_bound_import.unbound;
     *g_bound_import.module = nullptr;
     FreeLibrary(std::exchange(g_runtime_module, nullptr));
 }
-
-}  // namespace vornic

@@ -33,10 +33,8 @@ RunResult* vnort_run_tensor_impl(const InferenceSession* session, const char* in
     const HostStateScope host;
     if (!host.is_entered()) return nullptr;
     if (!is_usable(session) || input_name == nullptr || input_name[0] == '\0' ||
-        tensor == nullptr || tensor->data == nullptr) {
-        set_error("invalid session, input name, or tensor");
-        return nullptr;
-    }
+        tensor == nullptr || tensor->data == nullptr)
+        return fail("invalid session, input name, or tensor");
     OutputSelection selection;
     if (!vnort_parse_string_array(output_names_json, session->output_names, session->output_count,
                                   selection.names, &selection.count)) {
