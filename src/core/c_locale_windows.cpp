@@ -22,8 +22,8 @@ struct CLibrary {
     lconv*(__cdecl* locale_conventions)();
 };
 
-// All null when ucrtbase.dll is not loaded: then no locale of its matters. If it is loaded, ONNX
-// Runtime loaded it and keeps it loaded.
+// All null if ucrtbase.dll is not loaded: its locale then affects nothing. Otherwise ONNX Runtime,
+// which depends on it, keeps it loaded.
 CLibrary g_c_library;
 
 template <typename Function>
@@ -61,8 +61,8 @@ bool vornic::enter_c_locale(HostLocale* host) {
     return fail("the host's numeric locale cannot be replaced");
 }
 
-// Sharing the process's locale again cannot fail. Restoring a thread's own locale allocates; out of
-// memory, the thread keeps decimal points.
+// Sharing the process's locale again cannot fail. Restoring a thread's own locale allocates;
+// if memory runs out, the thread keeps decimal points.
 void vornic::leave_c_locale(const HostLocale& host) {
     if (host.is_thread_own) {
         g_c_library.set_locale(kNumericCategory, host.numeric);

@@ -6,7 +6,7 @@ using namespace vornic;
 
 namespace {
 
-// MXCSR, which all arithmetic here follows.
+// MXCSR, which controls all arithmetic in this library.
 constexpr uint32_t kFlags = 0x3f;
 constexpr uint32_t kDefault = 0x1f80;  // all traps masked
 

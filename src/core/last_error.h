@@ -9,7 +9,7 @@ namespace vornic {
 
 extern char g_error[kErrorCapacity];
 
-// What a function that fails returns, by its type: 0, false or null.
+// The return value of a failing function: converts to 0, false or null.
 struct Failure {
     operator int32_t() const { return 0; }
     template <typename Object>

@@ -42,8 +42,8 @@ NumbersWritten write_elements(char* first, const char* end, const Element* eleme
     }
 }
 
-// Appends elements separated by commas: in place while the longest would fit, then, near the end of
-// the array, one at a time through a buffer from which each is cut to fit.
+// Appends elements separated by commas: directly while the longest possible one fits, then, near the
+// end of the array, one at a time through a buffer from which each is cut to fit.
 template <typename Element>
 void append_elements(BoundedText& text, const Element* elements, uint64_t count) {
     const char* const end = text.buffer + text.capacity;

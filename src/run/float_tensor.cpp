@@ -18,7 +18,8 @@ namespace {
 
 using OwnedTensor = HeapBlock<FloatTensor>;
 
-// A checked tensor without data; null with the reason in the last-error text.
+// A tensor with validated arguments, still without data; null with the reason in the last-error
+// text.
 OwnedTensor new_tensor(const float* data, int32_t data_count, const int64_t* shape, int32_t rank) {
     if (data == nullptr || data_count < 1 || shape == nullptr || rank < 1 ||
         rank > static_cast<int32_t>(kMaxRank)) {

@@ -1,4 +1,4 @@
-// The tensor run: one float32 tensor in, without a copy or JSON.
+// The tensor run: one float32 tensor in, neither copied nor converted from JSON.
 #include "core/host_state.h"
 #include "core/last_error.h"
 #include "core/owned.h"
@@ -14,7 +14,7 @@ using namespace vornic;
 
 namespace {
 
-// A value over the tensor's own buffer. Null on failure, with the reason in the last-error text.
+// A value that wraps the tensor's own buffer. Null on failure, with the reason in the last-error text.
 OwnedValue wrap(const FloatTensor* tensor) {
     OwnedValue value;
     OwnedMemoryInfo memory = cpu_memory();

@@ -16,7 +16,7 @@ constexpr uint64_t kMaxDescribedRank = 16;
 constexpr uint64_t kMaxNames = kMaxInputs;
 static_assert(kMaxNames == kMaxOutputs);
 
-// Inputs and outputs differ in the calls that describe them and in the fields that keep the
+// Inputs and outputs differ in the calls that describe them and in the fields that hold the
 // results.
 struct Side {
     const char* count_call;
