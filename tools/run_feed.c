@@ -135,7 +135,7 @@ static char* read_text(FILE* file, const char** why) {
     }
     *why = text == NULL                         ? "out of memory"
            : ferror(file)                       ? strerror(errno)
-           : length == capacity                 ? "too large: a feed must be smaller than 64 MiB"
+           : length == capacity                 ? "too large (64 MiB or more)"
            : memchr(text, '\0', length) != NULL ? "contains a zero byte"
                                                 : NULL;
     if (*why == NULL) {

@@ -39,7 +39,6 @@ void append_custom_member(const OrtModelMetadata* metadata, OrtAllocator* alloca
 
 void append_custom_members(const OrtModelMetadata* metadata, OrtAllocator* allocator,
                            BoundedText& text) {
-    AllocatorArray<char, AllocatorFree> keys(allocator, {allocator});
     char** names = nullptr;
     int64_t count = 0;
     if (!vnort_status_ok(
@@ -47,7 +46,8 @@ void append_custom_members(const OrtModelMetadata* metadata, OrtAllocator* alloc
             "ModelMetadataGetCustomMetadataMapKeys")) {
         return;
     }
-    keys.take(names, count > 0 ? static_cast<uint64_t>(count) : 0);
+    const AllocatorArray<char, AllocatorFree> keys(allocator, {allocator}, names,
+                                                   count > 0 ? static_cast<uint64_t>(count) : 0);
     for (uint64_t i = 0; i < keys.count(); ++i) {
         if (i > 0) vnort_append(text, ",");
         append_custom_member(metadata, allocator, text, keys.elements()[i]);

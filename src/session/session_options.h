@@ -6,8 +6,7 @@
 #include "core/limits.h"
 
 struct SessionOptions {
-    // ONNX Runtime's level that enables all optimisations.
-    static constexpr int32_t kOptimizeAll = 99;
+    static constexpr int32_t kOptimizeAll = 99;  // ONNX Runtime's level for all optimisations
 
     int32_t intra_op_num_threads;      // applied if above 0
     int32_t inter_op_num_threads;      // applied if above 0
