@@ -1,4 +1,4 @@
-"""Installs builds and packs files. The same files give the same bytes."""
+"""Installs builds and packs files reproducibly: the same files give the same bytes."""
 import os
 import pathlib
 import subprocess
@@ -6,15 +6,15 @@ import time
 import zipfile
 
 ROOT = pathlib.Path(__file__).resolve().parents[1]
-# The time of all files, not before 1980, where a .zip begins.
+# The timestamp of all files: 1980 at the earliest, since .zip archives hold no earlier one.
 EPOCH = max(int(os.environ.get("SOURCE_DATE_EPOCH", time.time())), 315532800)
-# MinGW's strip writes the time into what it strips; a .zip has local time.
+# MinGW's strip writes the time into what it strips; .zip archives hold local time.
 os.environ.update(SOURCE_DATE_EPOCH=str(EPOCH), TZ="UTC")
 time.tzset()
 
 
 def run(*command, **settings):
-    """What a command prints; if it fails, so does this program."""
+    """Returns what a command prints; if the command fails, so does this program."""
     return subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True, **settings).stdout
 
 
@@ -24,8 +24,8 @@ def install(build, prefix, *component):
     run("cmake", "--install", build, "--strip", "--prefix", prefix, *only)
 
 
-def level(folder, when=EPOCH):
-    """Gives all files the same time and permissions."""
+def normalize(folder, when=EPOCH):
+    """Gives all files the same timestamp and permissions."""
     run("chmod", "-R", "u=rwX,go=rX", folder)
     run("find", folder, "-exec", "touch", "--no-dereference", f"--date=@{when}", "{}", "+")
 

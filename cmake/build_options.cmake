@@ -7,26 +7,26 @@ set(CMAKE_CXX_STANDARD_REQUIRED ON)
 # The GNU dialect: strict C++20 lacks _stdcall, which ONNX Runtime's header uses on Windows.
 set(CMAKE_CXX_EXTENSIONS ON)
 
-# All results go into one folder, so that the library finds its runtime in the same way as when deployed.
+# All outputs go into one folder, so that the library finds its runtime as it does when deployed.
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}")
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}")
 set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
 set(CMAKE_INSTALL_RPATH "$ORIGIN")
 
-# Keeps paths of this machine out of the results, apart from debug information.
+# Keeps build paths out of the binaries, apart from debug information.
 add_compile_options("-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=")
 
-option(VORNIC_SANITIZERS "Check addresses, undefined behaviour and leaks at run time (Clang)" OFF)
+option(VORNIC_SANITIZERS "Build with the address, undefined-behaviour and leak sanitizers (Clang)" OFF)
 if(VORNIC_SANITIZERS)
-    # Function and vptr need a C++ runtime, which callers written in C do not link. ONNX Runtime's enums
-    # are C's: a caller's number is passed on unchanged, and ONNX Runtime rejects it.
+    # The function and vptr checks need a C++ runtime, which callers written in C do not link. ONNX
+    # Runtime's enums are C enums: a caller's number is passed on unchanged, and ONNX Runtime rejects it.
     add_compile_options(-fsanitize=address,undefined -fno-sanitize=enum,function,vptr
                         -fno-sanitize-recover=all -fno-omit-frame-pointer)
     add_link_options(-fsanitize=address,undefined)
 endif()
 
-# As distributions build. MinGW would need a library for it.
+# Hardening as in Linux distributions. MinGW would need another library for it.
 if(NOT WIN32 AND NOT VORNIC_SANITIZERS)
     set(CMAKE_POSITION_INDEPENDENT_CODE ON)
     add_compile_options("$<$<CONFIG:Release,RelWithDebInfo>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")

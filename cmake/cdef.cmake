@@ -1,4 +1,4 @@
-# onnxruntime_vornic.cdef: the header's types and functions, one on each line, without comments and
+# onnxruntime_vornic.cdef: the header's types and functions, one per line, without comments and
 # preprocessor directives, for foreign-function interfaces that parse C.
 
 set(cdef_header "${PROJECT_SOURCE_DIR}/include/onnxruntime_vornic.h")

@@ -4,7 +4,7 @@ import shutil
 import subprocess
 import time
 
-from archives import EPOCH, ROOT, install, level, run
+from archives import EPOCH, ROOT, install, normalize, run
 
 NAME = "onnxruntime-vornic"  # Debian allows no underscore
 DEVELOPMENT = f"lib{NAME}-dev"
@@ -17,7 +17,7 @@ Installed-Size: {size}
 Priority: optional
 """
 SUMMARY = "ONNX Runtime inference through plain C functions"
-TENSORS = """ Tensors go in and out as JSON or as arrays of floats, for callers in any
+TENSORS = """ Tensors are passed as JSON or as arrays of floats, by callers in any
  language.
 """
 FIELDS = {
@@ -43,8 +43,8 @@ Description: describe, run and time ONNX models
     "python": f"""Section: python
 Depends: python3:any (>= 3.8), {{library}} (>= {{version}})
 Description: {SUMMARY} - Python
- Tensors go in and out as dicts or as NumPy's arrays. The module
- onnxruntime_vornic makes the calls of the library for Python 3.
+ Tensors are dicts or NumPy arrays. The module onnxruntime_vornic wraps
+ the library for Python 3.
 """,
 }
 CHANGELOG = """onnxruntime-vornic ({version}-1) unstable; urgency=medium
@@ -54,8 +54,8 @@ CHANGELOG = """onnxruntime-vornic ({version}-1) unstable; urgency=medium
  -- {contact}  {date}
 """
 SCRIPTS = {
-    # Removes the bytecode of examples that root has run, which dpkg knows nothing about. Systems that leave
-    # out documentation have no such folder.
+    # Removes the bytecode of examples that root has run, which dpkg does not track. Systems that
+    # exclude documentation lack the folder.
     "development": {
         "prerm": """#!/bin/sh
 set -e
@@ -65,7 +65,7 @@ if [ -d "$folder" ]; then
 fi
 """
     },
-    # As debhelper's add-on for Python writes them.
+    # As debhelper's Python add-on writes them.
     "python": {
         "postinst": """#!/bin/sh
 set -e
@@ -93,7 +93,7 @@ def write(folder, files, mode=0o644):
 
 
 def linker_files(version, library):
-    """What other packages need to link the library. ONNX Runtime is not for them to link."""
+    """Control files for packages that link the library; ONNX Runtime stays private to it."""
     header = (ROOT / "include/onnxruntime_vornic.h").read_text()
     functions = sorted({*re.findall(r"onnxruntime_vn_[a-z0-9_]+(?=\()", header)})
     symbols = "".join(f" {function}@Base {version}\n" for function in functions)
@@ -106,9 +106,9 @@ def linker_files(version, library):
 
 
 def needed_packages(build, folder, library):
-    """The packages that the programs in a folder need apart from the library's, by dpkg-shlibdeps."""
+    """The packages that a folder's programs need besides the library's, from dpkg-shlibdeps."""
     if build.cross:
-        # It would name packages of the cross compiler. The tests compare this list with the files.
+        # It would name the cross compiler's packages. The tests check this list against the files.
         return "libc6 (>= 2.34), libgcc-s1 (>= 4.0), libstdc++6 (>= 10.2)"
     files = (path for path in folder.rglob("*") if path.is_file() and not path.is_symlink())
     programs = [path for path in files if path.read_bytes().startswith(b"\x7fELF")]
@@ -121,7 +121,7 @@ def needed_packages(build, folder, library):
 
 
 def move_module(usr, version):
-    """Moves the Python module from the documents to where Debian's Python looks for it."""
+    """Moves the Python module from the documentation to where Debian's Python looks for it."""
     packages = usr / "lib/python3/dist-packages"
     packages.parent.mkdir(parents=True)
     (usr / f"share/doc/{NAME}/modules/python").rename(packages)
@@ -158,7 +158,7 @@ def make(build, work, component, values):
     paths = sorted(path for path in usr.rglob("*") if path.is_file() and not path.is_symlink())
     sums = run("md5sum", *(path.relative_to(folder) for path in paths), cwd=folder)
     write(control, {"control": (CONTROL + FIELDS[component]).format(**values), "md5sums": sums})
-    level(folder)
+    normalize(folder)
     return folder
 
 

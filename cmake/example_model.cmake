@@ -1,4 +1,4 @@
-# double.onnx, the model of the documentation, which adds its input to itself, for the packages.
+# double.onnx, the documentation's example model, which adds its input to itself, for the packages.
 
 find_program(VORNIC_PYTHON python3 PATHS /usr/bin NO_DEFAULT_PATH)
 execute_process(COMMAND "${VORNIC_PYTHON}" -c "import onnx" RESULT_VARIABLE no_onnx OUTPUT_QUIET ERROR_QUIET)

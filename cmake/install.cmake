@@ -1,5 +1,5 @@
-# What cmake --install puts where. All paths are relative to the prefix, which may be moved. The components
-# are library, development, tools and python.
+# Install rules. All paths are relative to the prefix, so that the tree can be moved. The components are
+# library, development, tools and python.
 
 include(CMakePackageConfigHelpers)
 set(deb_name onnxruntime-vornic)  # Debian allows no underscore
@@ -11,7 +11,7 @@ include(GNUInstallDirs)
 option(VORNIC_INSTALL_RUNTIME
     "Install ONNX Runtime too: on Linux in a private folder, where only this library finds it" ON)
 
-# The private folder comes first: the one around it may be the system's, with another ONNX Runtime.
+# The private folder comes first: its parent may be a system folder with another ONNX Runtime.
 set(private_folder onnxruntime_vornic)
 set_target_properties(onnxruntime_vornic PROPERTIES
     INSTALL_RPATH "$ORIGIN/${private_folder};$ORIGIN")
@@ -62,7 +62,7 @@ file(RELATIVE_PATH to_prefix
     "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
 string(REGEX REPLACE "/$" "" to_prefix "${to_prefix}")
 set(pc_libdir "\${prefix}")
-cmake_path(APPEND pc_libdir "${CMAKE_INSTALL_LIBDIR}")  # an absolute folder stays as it is
+cmake_path(APPEND pc_libdir "${CMAKE_INSTALL_LIBDIR}")  # keeps an absolute folder
 set(pc_includedir "\${prefix}")
 cmake_path(APPEND pc_includedir "${CMAKE_INSTALL_INCLUDEDIR}")
 configure_file("${CMAKE_CURRENT_LIST_DIR}/onnxruntime_vornic.pc.in" onnxruntime_vornic.pc @ONLY)
@@ -82,7 +82,7 @@ if(TARGET vornic_example_model)
     install(FILES "${example_model}" DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples")
 endif()
 
-# For authors of bindings: calls with the library's answers, and the models they use.
+# For authors of bindings: a script of calls with the expected results, and the models it uses.
 install(FILES tests/script.txt tests/play.py tests/caller.cpp DESTINATION "${CMAKE_INSTALL_DOCDIR}/tests")
 install(FILES tests/support/make_models.py DESTINATION "${CMAKE_INSTALL_DOCDIR}/tests/support")
 

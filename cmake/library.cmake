@@ -6,8 +6,8 @@ if(WIN32)
 else()
     list(FILTER vornic_sources EXCLUDE REGEX "_windows\\.cpp$")
 endif()
-# Code for the registers of a processor is in a source file for each; code for its instructions is in a
-# folder of headers.
+# Code that accesses a processor's registers is in one source file per processor; code that uses its vector
+# instructions is in one folder of headers per processor.
 if(architecture STREQUAL x64)
     list(FILTER vornic_sources EXCLUDE REGEX "_arm64\\.cpp$")
 else()
@@ -63,7 +63,7 @@ else()
         SOVERSION ${PROJECT_VERSION_MAJOR})
     target_link_options(onnxruntime_vornic PRIVATE -Wl,--as-needed)
     if(NOT VORNIC_SANITIZERS)
-        # The program provides the sanitizers' functions.
+        # The sanitizers' functions come from the program.
         target_link_options(onnxruntime_vornic PRIVATE -Wl,--no-undefined)
     endif()
 endif()

@@ -1,4 +1,4 @@
-"""Makes the module for Node.js: npm.py FOLDER NAME=BUILD..., where NAME is a platform as Node.js calls it
+"""Makes the package for Node.js: npm.py FOLDER NAME=BUILD..., where NAME is a platform as Node.js calls it
 (linux-x64) and BUILD a build folder for it. The same builds give the same bytes."""
 import json
 import pathlib
@@ -16,7 +16,7 @@ def installed(platform, build, prefix):
     """What the package takes from a build: names in the package, and the files."""
     archives.install(build, prefix)
     for path in (path for pattern in LIBRARIES for path in prefix.glob(pattern)):
-        # npm drops links: the package has each file once, under the name by which it is loaded.
+        # npm drops links, so the package has each file once, under the name it is loaded by.
         yield f"lib/{platform}/{path.relative_to(prefix).as_posix().split('/', 1)[1]}", path
     documents = prefix / "share/doc/onnxruntime-vornic"
     yield f"licences/{platform}", documents / "copyright"
@@ -42,7 +42,8 @@ def main(output, *builds):
         for name, path in files.items():
             (work / "package" / name).parent.mkdir(parents=True, exist_ok=True)
             shutil.copyfile(path, work / "package" / name)
-        archives.level(work / "package", 499162500)  # npm's own time for all files, in 1985
+        # The timestamp that npm gives all files, in 1985.
+        archives.normalize(work / "package", 499162500)
         pathlib.Path(output).mkdir(parents=True, exist_ok=True)
         archive = f"{output}/{package['name']}-{package['version']}.tgz"
         archives.write_tar_gz(archive, work, [f"package/{name}" for name in sorted(files)], 9)

@@ -50,10 +50,10 @@ if(MINGW)
     target_compile_options(onnxruntime_header INTERFACE "-D_Return_type_success_(condition)=")
 endif()
 
-# onnxruntime_entry: what the library links for OrtGetApiBase.
+# onnxruntime_entry: the target that the library links for OrtGetApiBase.
 add_library(onnxruntime_entry INTERFACE)
 if(WIN32)
-    # A delay import: the library chooses the runtime at the first call.
+    # A delay-loaded import: the library chooses the runtime at the first call.
     set(import_folder "${CMAKE_BINARY_DIR}/onnxruntime_delayed")
     set(import_library "${import_folder}/libonnxruntime_delayed.a")
     file(MAKE_DIRECTORY "${import_folder}")
@@ -68,8 +68,8 @@ if(WIN32)
     add_dependencies(onnxruntime_entry onnxruntime_import)
     target_link_libraries(onnxruntime_entry INTERFACE "${import_library}")
 else()
-    # The official library's symbols have the version of its release. Linked against it, the result would
-    # work with no other release; linked against this stub, it works with all.
+    # The official library's symbols carry the version of its release: linked against it, this library
+    # would work with no other release. Linked against this stub, it works with all.
     add_library(onnxruntime_stub SHARED "${CMAKE_CURRENT_LIST_DIR}/onnxruntime_stub.c")
     target_compile_options(onnxruntime_stub PRIVATE -fno-sanitize=all)
     target_link_options(onnxruntime_stub PRIVATE -nostdlib -fno-sanitize=all)

@@ -14,7 +14,7 @@ parser.add_argument("build", help="a build folder")
 parser.add_argument("output", type=pathlib.Path, help="the folder for the packages")
 parser.add_argument("--contact", help="NAME <ADDRESS> of the maintainer of the Debian packages")
 parser.add_argument("--debian-only", action="store_true")
-parser.add_argument("--effort", type=int, default=6, help="of compression, 1 to 9 (default: 6)")
+parser.add_argument("--effort", type=int, default=6, help="compression level, 1 to 9 (default: 6)")
 given = parser.parse_args()
 build = argparse.Namespace(**json.loads(pathlib.Path(given.build, "packages.json").read_text()))
 given.output.mkdir(parents=True, exist_ok=True)
@@ -23,7 +23,7 @@ with tempfile.TemporaryDirectory(dir=build.folder) as folder:
     if not given.debian_only:
         name = f"onnxruntime_vornic-{build.version}-{build.system}-{build.architecture}"
         archives.install(build.folder, work / "archive" / name)
-        archives.level(work / "archive")
+        archives.normalize(work / "archive")
         if build.system == "windows":
             paths = sorted(
                 path.relative_to(work / "archive") for path in (work / "archive").rglob("*")

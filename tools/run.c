@@ -89,7 +89,7 @@ static int time_runs(const Run* run, int runs) {
     if (status == OK) {
         qsort(times, (size_t)runs, sizeof *times, by_size);
         printf("%d runs%s: minimum %.1f us, median %.1f us, maximum %.1f us\n", runs,
-               run->tensor != NULL ? " by the fast tensor run" : "", times[0],
+               run->tensor != NULL ? " with the fast tensor run" : "", times[0],
                (times[(runs - 1) / 2] + times[runs / 2]) / 2, times[runs - 1]);
     }
     free(times);
@@ -116,7 +116,7 @@ static int use_zeros(const Options* options, Run* run) {
     char* feed = tensor == NULL ? zero_feed(inputs, &why) : NULL;
     int status = OK;
     if (feed == NULL && tensor == NULL) {
-        status = complain("no feed", why);
+        status = complain("cannot make a feed", why);
         name_values("input", inputs);
     } else if (options->zeros) {
         puts(feed);
@@ -190,7 +190,7 @@ static int print_version(void) {
 int main(int argc, char** argv) {
     argv = set_up(&argc, argv);
     Options options = {.session = onnxruntime_vn_create_session_options(),
-                       .fault = "not understood"};
+                       .fault = "invalid argument"};
     if (argv == NULL || options.session == NULL) return complain("out of memory", "");
     int count = take_arguments(&options, argv);
     int status = OK;

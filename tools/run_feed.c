@@ -9,7 +9,8 @@
 
 enum { MAX_NUMBERS = 65536, MAX_INPUTS = 16, MAX_NAME = 127, SHAPE_SIZE = 16 * 21 };
 
-/* In bytes: a power of two, and twice the size of 16 inputs of 65,536 numbers. */
+/* The size limit of a feed in bytes: a power of two, and twice what 16 inputs of 65,536 numbers
+ * take. */
 static const size_t MAX_FEED = (size_t)64 << 20;
 
 /* Reads the string after a key such as "name":", up to its closing quote. Quotes inside strings are
@@ -83,7 +84,7 @@ static char* write_zeros(char* at, const Value* value, const char** why) {
     return at + sprintf(at, "]}");
 }
 
-/* Whether an input's name is also a word in tensors. The library, which searches for names, would
+/* Whether an input's name is also a key or a type name in tensors. The library, which searches for names, would
  * find it inside an earlier tensor, so such inputs come first. */
 static int is_word(const char* name) {
     static const char* const words[] = {"dtype",  "shape",  "data",   "float32", "float64",
@@ -134,8 +135,8 @@ static char* read_text(FILE* file, const char** why) {
     }
     *why = text == NULL                         ? "out of memory"
            : ferror(file)                       ? strerror(errno)
-           : length == capacity                 ? "too large"
-           : memchr(text, '\0', length) != NULL ? "not a text"
+           : length == capacity                 ? "too large (64 MiB or more)"
+           : memchr(text, '\0', length) != NULL ? "contains a zero byte"
                                                 : NULL;
     if (*why == NULL) {
         text[length] = '\0';

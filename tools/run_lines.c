@@ -38,7 +38,7 @@ static int make_space(Reader* reader) {
 }
 
 /* Reads whatever is available, without waiting for a full buffer as fread would. Returns 0 at the
- * end of the file and on failure, then with the reason. */
+ * end of the file and, with the reason, on failure. */
 static int read_more(Reader* reader, const char** why) {
     if (!make_space(reader)) {
         *why = "out of memory";
@@ -52,8 +52,8 @@ static int read_more(Reader* reader, const char** why) {
     return got > 0;
 }
 
-/* The next line, terminated, without its line break. Null after the last line and on failure, then
- * with the reason. The last line may lack a line break. */
+/* The next line, terminated, without its line break. Null after the last line and, with the
+ * reason, on failure. The last line may lack a line break. */
 static char* next_line(Reader* reader, size_t* length, const char** why) {
     char* line_feed = NULL;
     size_t searched = 0;
@@ -129,7 +129,7 @@ static int answer(const InferenceSession* session, const char* outputs, const ch
     } else if (result != NULL) {
         print_error("the result is cut at the text's limit");
     } else if (!is_text) {
-        print_error("not a text");
+        print_error("the feed contains a zero byte");
     } else {
         const char* text = onnxruntime_vn_last_error();
         print_error(text[0] ? text : "no reason given: is a \"shape\" or \"data\" missing?");

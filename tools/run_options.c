@@ -14,8 +14,8 @@ void print_usage(FILE* to) {
         "prints the result: all outputs, or those named. A feed has one tensor for each input:\n"
         "  {\"x\":{\"dtype\":\"float32\",\"shape\":[1,2],\"data\":[0.5,1]}}\n"
         "\n"
-        "  --feed                  print a feed of zeros for the model, to edit; a dimension that\n"
-        "                          may differ from run to run is 1 there\n"
+        "  --feed                  print a feed of zeros for the model, to edit, with 1 for each\n"
+        "                          dimension that may differ from run to run\n"
         "  --bench N               time N runs, after one warm-up run; without a feed, on zeros,\n"
         "                          with the fast tensor run if the model has one float32 input\n"
         "  --lines                 read a feed from each line of FEED.json or standard input, and\n"
@@ -27,10 +27,10 @@ void print_usage(FILE* to) {
         "  --provider NAME[=JSON]  append an execution provider, with its options\n"
         "  --version               print the versions of this program and of ONNX Runtime\n"
         "  -h, --help              print this help\n"
-        "  --                      end the options\n"
+        "  --                      end of the options\n"
         "\n"
-        "Exit status: 0 on success, 1 if anything failed, including a feed of --lines, 2 for a\n"
-        "wrong command line, 3 if the output could not be written.\n",
+        "Exit status: 0 on success, 1 if anything failed, including a feed of --lines, 2 for an\n"
+        "invalid command line, 3 if the output could not be written.\n",
         to);
 }
 

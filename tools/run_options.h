@@ -21,8 +21,8 @@ typedef struct {
 } Options;
 
 /* Parses the command line into `options`, whose session and fault are set already, and moves the
- * arguments that are not options to the front of argv. Returns their number; -1 for a wrong command
- * line. */
+ * arguments that are not options to the front of argv. Returns their number; -1 for an invalid
+ * command line. */
 int take_arguments(Options* options, char** argv);
 
 void print_usage(FILE* to);

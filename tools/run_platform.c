@@ -9,7 +9,7 @@
 
 #include <shellapi.h>
 
-/* The arguments given to main lack the characters that the system's code page does not have. */
+/* The arguments passed to main have lost the characters that the system's code page lacks. */
 char** set_up(int* count, char** arguments) {
     wchar_t** wide = CommandLineToArgvW(GetCommandLineW(), count);
     arguments = wide != NULL ? calloc((size_t)*count + 1, sizeof *arguments) : NULL;

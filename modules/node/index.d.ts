@@ -128,7 +128,7 @@ export interface NativeFunction {
 /** The loaded library. */
 export class Library {
     /**
-     * Loads file, else that of ONNXRUNTIME_VORNIC_LIBRARY, else the one that this module includes, else
+     * Loads file, else the one named by ONNXRUNTIME_VORNIC_LIBRARY, else the one in this module, else
      * the one that the system's loader finds.
      */
     constructor(file?: string);

@@ -15,18 +15,6 @@ namespace {
 
 using BoundValues = AllocatorArray<OrtValue, RuntimeRelease<&OrtApi::ReleaseValue>>;
 
-int32_t fetch(const IoBinding* binding, OrtAllocator* allocator, BoundValues* to) {
-    OrtValue** values = nullptr;
-    size_t count = 0;
-    if (!vnort_status_ok(
-            g_api->GetBoundOutputValues(binding->io_binding, allocator, &values, &count),
-            "GetBoundOutputValues")) {
-        return 0;
-    }
-    to->take(values, count);
-    return 1;
-}
-
 int32_t run(const InferenceSession* session, const IoBinding* binding,
             const OrtRunOptions* options) {
     return vnort_status_ok(g_api->RunWithBinding(session->session, options, binding->io_binding),
@@ -49,14 +37,19 @@ RunResult* onnxruntime_vn_run_with_iobinding(const InferenceSession* session, Io
     const HostStateScope host;
     if (!host.is_entered()) return nullptr;
     if (!is_usable(session) || !is_usable(binding)) {
-        set_error("invalid InferenceSession or IoBinding");
-        return nullptr;
+        return fail("invalid InferenceSession or IoBinding");
     }
     if (!run(session, binding, options)) return nullptr;
     OrtAllocator* allocator = default_allocator();
     if (allocator == nullptr) return nullptr;
-    BoundValues outputs(allocator, {});
-    if (!fetch(binding, allocator, &outputs)) return nullptr;
+    OrtValue** values = nullptr;
+    size_t count = 0;
+    if (!vnort_status_ok(
+            g_api->GetBoundOutputValues(binding->io_binding, allocator, &values, &count),
+            "GetBoundOutputValues")) {
+        return nullptr;
+    }
+    const BoundValues outputs(allocator, {}, values, count);
     OwnedResult result = new_result();
     if (result == nullptr) return nullptr;
     write_outputs(result.get(), labels_of(binding), outputs.elements(), outputs.count(),

@@ -69,22 +69,15 @@ void free_inputs(IoBinding* binding) {
 }  // namespace
 
 IoBinding* onnxruntime_vn_create_iobinding(const InferenceSession* session) {
-    if (!is_usable(session) || !vnort_init()) {
-        set_error("invalid InferenceSession");
-        return nullptr;
-    }
+    if (!is_usable(session) || !vnort_init()) return fail("invalid InferenceSession");
     HeapBlock<IoBinding> binding = allocate_zeroed<IoBinding>(1);
-    if (binding == nullptr) {
-        set_error("out of memory");
-        return nullptr;
-    }
+    if (binding == nullptr) return fail("out of memory");
     binding->session = session;
     copy_text(binding->outputs_json, "{}");
-    if (!vnort_status_ok(g_api->CreateIoBinding(session->session, &binding->io_binding),
-                         "CreateIoBinding")) {
-        return nullptr;
-    }
-    return binding.release();
+    return vnort_status_ok(g_api->CreateIoBinding(session->session, &binding->io_binding),
+                           "CreateIoBinding")
+               ? binding.release()
+               : nullptr;
 }
 
 int32_t onnxruntime_vn_iobinding_bind_cpu_input_json(IoBinding* binding, const char* name,
@@ -93,10 +86,7 @@ int32_t onnxruntime_vn_iobinding_bind_cpu_input_json(IoBinding* binding, const c
     if (!is_usable(binding) || name == nullptr || tensor_json == nullptr) return 0;
     if (binding->input_count == kMaxInputs) return 0;
     const char* brace = strchr(tensor_json, '{');
-    if (brace == nullptr) {
-        set_error("tensor_json must be an object");
-        return 0;
-    }
+    if (brace == nullptr) return fail("tensor_json must be an object");
     InputTensor* entry = &binding->inputs[binding->input_count];
     if (!vnort_parse_input_tensor_body(find_feed_item(brace), name, entry)) return 0;
     if (!make_and_bind(binding, name, entry)) {

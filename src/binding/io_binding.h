@@ -8,7 +8,7 @@
 #include "json/input_tensor.h"
 #include "session/inference_session.h"
 
-// ONNX Runtime's binding refers to the values of the bound inputs, and numeric values lie over the
+// ONNX Runtime's binding refers to the values of the bound inputs, and numeric values wrap the
 // entries' own data: entries must not be freed before ONNX Runtime has dropped them.
 struct IoBinding {
     const InferenceSession* session;  // recorded, never read

@@ -19,29 +19,20 @@ struct AllocatorFree {
 template <typename Element>
 using AllocatorOwned = std::unique_ptr<Element, AllocatorFree>;
 
-template <typename Element>
-AllocatorOwned<Element> allocator_owned(OrtAllocator* allocator, Element* memory) {
-    return AllocatorOwned<Element>(memory, AllocatorFree{allocator});
-}
-
 // Owns an array that the allocator returned, and its elements. Releases the elements first, then
 // the array.
 template <typename Element, typename ElementRelease>
 class AllocatorArray {
 public:
-    AllocatorArray(OrtAllocator* allocator, ElementRelease release)
-        : array_(nullptr, AllocatorFree{allocator}), release_(release) {}
-    AllocatorArray(const AllocatorArray&) = delete;
-    AllocatorArray& operator=(const AllocatorArray&) = delete;
+    AllocatorArray(OrtAllocator* allocator, ElementRelease release, Element** elements,
+                   uint64_t count)
+        : array_(elements, {allocator}),
+          release_(release),
+          count_(elements != nullptr ? count : 0) {}
     ~AllocatorArray() {
         for (uint64_t i = 0; i < count_; ++i) {
             if (elements()[i] != nullptr) release_(elements()[i]);
         }
-    }
-
-    void take(Element** elements, uint64_t count) {
-        array_.reset(elements);
-        count_ = elements != nullptr ? count : 0;
     }
 
     Element* const* elements() const { return array_.get(); }
@@ -50,7 +41,7 @@ public:
 private:
     AllocatorOwned<Element*> array_;
     ElementRelease release_;
-    uint64_t count_ = 0;
+    uint64_t count_;
 };
 
 }  // namespace vornic

@@ -3,9 +3,7 @@
 #include <stdarg.h>
 #include <stdio.h>
 
-namespace vornic {
-
-void vnort_appendf(BoundedText& text, const char* format, ...) {
+void vornic::vnort_appendf(BoundedText& text, const char* format, ...) {
     if (text.length >= text.capacity) return;
     uint64_t space = text.capacity - text.length;
     va_list values;
@@ -18,7 +16,7 @@ void vnort_appendf(BoundedText& text, const char* format, ...) {
     text.buffer[text.length] = '\0';
 }
 
-void vnort_json_escape_append(BoundedText& text, const char* source, uint64_t most) {
+void vornic::vnort_json_escape_append(BoundedText& text, const char* source, uint64_t most) {
     if (source == nullptr || text.length >= text.capacity) return;
     uint64_t length = text.length;
     for (uint64_t i = 0; i < most && source[i] != '\0' && length + 2 < text.capacity; ++i) {
@@ -28,5 +26,3 @@ void vnort_json_escape_append(BoundedText& text, const char* source, uint64_t mo
     text.length = length;
     text.buffer[length] = '\0';
 }
-
-}  // namespace vornic

@@ -3,11 +3,11 @@
 
 namespace vornic {
 
-// The thread's own locale, saved where it had to be changed.
+// The thread's own locale, saved if it has to be changed.
 struct HostLocale {
     bool is_changed;
     bool is_thread_own;  // Windows: whether the thread had a locale of its own
-    void* locale;        // elsewhere: the thread's locale
+    void* locale;        // POSIX: the thread's locale
     char numeric[256];   // Windows: name of the thread's numeric locale
 };
 

@@ -7,7 +7,8 @@
 #include "core/c_locale.h"
 #include "core/last_error.h"
 
-namespace vornic {
+using namespace vornic;
+
 namespace {
 
 // ucrtbase.dll's values, which differ in part from those in the older library's header.
@@ -21,8 +22,8 @@ struct CLibrary {
     lconv*(__cdecl* locale_conventions)();
 };
 
-// All null when ucrtbase.dll is not loaded: then no locale of its matters. If it is loaded, ONNX
-// Runtime loaded it and keeps it loaded.
+// All null if ucrtbase.dll is not loaded: its locale then affects nothing. Otherwise ONNX Runtime,
+// which depends on it, keeps it loaded.
 CLibrary g_c_library;
 
 template <typename Function>
@@ -34,7 +35,7 @@ bool find(HMODULE library, const char* name, Function* function) {
 
 }  // namespace
 
-void find_c_library() {
+void vornic::find_c_library() {
     const HMODULE library = GetModuleHandleW(L"ucrtbase.dll");
     CLibrary found;
     const bool is_found = library != nullptr && find(library, "setlocale", &found.set_locale) &&
@@ -43,31 +44,29 @@ void find_c_library() {
     g_c_library = is_found ? found : CLibrary{};
 }
 
-bool enter_c_locale(HostLocale* host) {
+bool vornic::enter_c_locale(HostLocale* host) {
     host->is_changed = false;
     if (g_c_library.set_locale == nullptr) return true;
     const char* point = g_c_library.locale_conventions()->decimal_point;
     if (point[0] == '.' && point[1] == '\0') return true;
     const char* numeric = g_c_library.set_locale(kNumericCategory, nullptr);
     if (numeric == nullptr || strlen(numeric) >= sizeof host->numeric) {
-        return fail("the name of the host's numeric locale cannot be kept") != 0;
+        return fail("the name of the host's numeric locale cannot be kept");
     }
     strcpy(host->numeric, numeric);
     host->is_thread_own =
         g_c_library.config_thread_locale(kThreadHasOwnLocale) == kThreadHasOwnLocale;
     host->is_changed = true;
     if (g_c_library.set_locale(kNumericCategory, "C") != nullptr) return true;
-    return fail("the host's numeric locale cannot be replaced") != 0;
+    return fail("the host's numeric locale cannot be replaced");
 }
 
-// Sharing the process's locale again cannot fail. Restoring a thread's own locale allocates; out of
-// memory, the thread keeps decimal points.
-void leave_c_locale(const HostLocale& host) {
+// Sharing the process's locale again cannot fail. Restoring a thread's own locale allocates;
+// if memory runs out, the thread keeps decimal points.
+void vornic::leave_c_locale(const HostLocale& host) {
     if (host.is_thread_own) {
         g_c_library.set_locale(kNumericCategory, host.numeric);
     } else {
         g_c_library.config_thread_locale(kThreadSharesLocale);
     }
 }
-
-}  // namespace vornic

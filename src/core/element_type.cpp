@@ -2,21 +2,19 @@
 
 #include <string.h>
 
-namespace vornic {
+using namespace vornic;
 
-const char* vnort_dtype_name(uint32_t code) {
+const char* vornic::vnort_dtype_name(uint32_t code) {
     for (const ElementType& type : kElementTypes) {
         if (type.code == code) return type.name;
     }
     return "unknown";
 }
 
-const ElementType* find_dtype(const char* name) {
+const ElementType* vornic::find_dtype(const char* name) {
     for (const ElementType& type : kElementTypes) {
         if (strcmp(name, type.name) == 0) return &type;
         if (type.alias != nullptr && strcmp(name, type.alias) == 0) return &type;
     }
     return nullptr;
 }
-
-}  // namespace vornic

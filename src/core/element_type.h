@@ -5,8 +5,6 @@
 #include <onnxruntime_c_api.h>
 #include <stdint.h>
 
-#include <array>
-
 namespace vornic {
 
 struct ElementType {
@@ -63,16 +61,8 @@ bool visit_numeric(uint32_t code, Visitor&& visit) {
     }
 }
 
-// Element sizes indexed by code minus 1; 0 for types without a numeric writer.
-inline constexpr uint32_t kElementSizeCount = 13;
-inline constexpr std::array<uint32_t, kElementSizeCount> kElementSizes = [] {
-    std::array<uint32_t, kElementSizeCount> sizes{};
-    for (const ElementType& type : kElementTypes) sizes[type.code - 1] = type.size;
-    return sizes;
-}();
-
-inline bool has_numeric_writer(uint32_t code) {
-    return code >= 1 && code <= kElementSizeCount && kElementSizes[code - 1] != 0;
+inline bool is_numeric(uint32_t code) {
+    return visit_numeric(code, [](auto) {});
 }
 
 }  // namespace vornic

@@ -6,7 +6,7 @@
 
 namespace vornic {
 
-// The host's state, in the processor's own format. There is one source file per processor.
+// The host's state, in the processor's own format. There is one source file per architecture.
 struct HostFloatState {
     uint32_t control;
     uint32_t flags;       // arm64: FPSR; on x64 MXCSR, in `control`, holds them too

@@ -2,10 +2,11 @@
 
 #include "core/float_state.h"
 
-namespace vornic {
+using namespace vornic;
+
 namespace {
 
-// MXCSR, which all arithmetic here follows.
+// MXCSR, which controls all arithmetic in this library.
 constexpr uint32_t kFlags = 0x3f;
 constexpr uint32_t kDefault = 0x1f80;  // all traps masked
 
@@ -41,7 +42,7 @@ void write_x87_status(uint16_t status) {
 }  // namespace
 
 // Writing a register costs more than reading it, so it is written only when it has to change.
-void enter_default_float_state(HostFloatState* host) {
+void vornic::enter_default_float_state(HostFloatState* host) {
     host->control = _mm_getcsr();
     if ((host->control & ~kFlags) != kDefault) _mm_setcsr(kDefault);
     host->x87_status = read_x87_status();
@@ -53,7 +54,7 @@ void enter_default_float_state(HostFloatState* host) {
     }
 }
 
-void leave_default_float_state(const HostFloatState& host) {
+void vornic::leave_default_float_state(const HostFloatState& host) {
     if (_mm_getcsr() != host.control) _mm_setcsr(host.control);
     if (host.is_x87_changed) {
         __asm__ volatile("fldenv\t%0" : : "m"(host.x87_environment));
@@ -61,5 +62,3 @@ void leave_default_float_state(const HostFloatState& host) {
         write_x87_status(host.x87_status);
     }
 }
-
-}  // namespace vornic

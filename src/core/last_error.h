@@ -9,11 +9,17 @@ namespace vornic {
 
 extern char g_error[kErrorCapacity];
 
-// Copies a fixed message, cut to the buffer, and zeroes the bytes after it.
-void set_error(const char* message);
+// The return value of a failing function: converts to 0, false or null.
+struct Failure {
+    operator int32_t() const { return 0; }
+    template <typename Object>
+    operator Object*() const {
+        return nullptr;
+    }
+};
 
-// The same, and returns 0 for the caller to return.
-int32_t fail(const char* message);
+// Copies a fixed message, cut to the buffer, and zeroes the bytes after it.
+Failure fail(const char* message);
 
 void clear_error();
 

@@ -9,13 +9,13 @@ namespace vornic {
 inline constexpr uint64_t kMaxInputs = 16;
 inline constexpr uint64_t kMaxOutputs = 16;
 inline constexpr uint64_t kMaxRank = 8;
-inline constexpr uint64_t kMaxElements = 65536;  // of one JSON input tensor
+inline constexpr uint64_t kMaxElements = 65536;  // per JSON input tensor
 inline constexpr uint64_t kMaxProviders = 8;
 inline constexpr uint64_t kMaxProviderOptions = 16;
 
 inline constexpr size_t kNameCapacity = 128;
 inline constexpr size_t kErrorCapacity = 1024;
-inline constexpr size_t kDescriptionCapacity = 2048;  // of the inputs, and again of the outputs
+inline constexpr size_t kDescriptionCapacity = 2048;  // for the inputs, and again for the outputs
 inline constexpr size_t kResultCapacity = 65536;
 inline constexpr size_t kInputStringCapacity = 4096;
 inline constexpr size_t kPathCapacity = 1024;  // of a converted path, in ORTCHAR_T units

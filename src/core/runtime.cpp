@@ -6,10 +6,10 @@
 #include "core/runtime_entry.h"
 #include "onnxruntime_vornic.h"
 
-namespace vornic {
+using namespace vornic;
 
-const OrtApiBase* g_api_base;
-const OrtApi* g_api;
+const OrtApiBase* vornic::g_api_base;
+const OrtApi* vornic::g_api;
 
 namespace {
 
@@ -21,7 +21,7 @@ int32_t refuse(const char* message) {
 
 }  // namespace
 
-int32_t vnort_init() {
+int32_t vornic::vnort_init() {
     if (g_api != nullptr) return 1;
     const DefaultFloatState float_state;  // loading a runtime runs its initialisers
     g_api_base = runtime_entry();
@@ -32,10 +32,6 @@ int32_t vnort_init() {
     clear_error();
     return 1;
 }
-
-}  // namespace vornic
-
-using namespace vornic;
 
 int32_t onnxruntime_vn_available() { return vnort_init(); }
 

@@ -1,11 +1,7 @@
 #include "core/runtime_entry.h"
 
-namespace vornic {
-
 // The dynamic linker has bound the function before any code here runs: without a runtime, this
 // library does not load.
-const OrtApiBase* runtime_entry() { return OrtGetApiBase(); }
+const OrtApiBase* vornic::runtime_entry() { return OrtGetApiBase(); }
 
-void forget_runtime() {}
-
-}  // namespace vornic
+void vornic::forget_runtime() {}

@@ -5,7 +5,6 @@
 #include "core/runtime_entry.h"
 
 #include "core/owned.h"
-#include "core/runtime.h"
 
 #define WIN32_LEAN_AND_MEAN
 #include <string.h>
@@ -20,7 +19,8 @@
 extern "C" IMAGE_DOS_HEADER __ImageBase;
 extern "C" FARPROC __imp_OrtGetApiBase;
 
-namespace vornic {
+using namespace vornic;
+
 namespace {
 
 constexpr wchar_t kRuntimeName[] = L"onnxruntime.dll";
@@ -37,16 +37,16 @@ using Module = std::unique_ptr<HINSTANCE__, ModuleFree>;
 // The runtime in use.
 HMODULE g_runtime_module;
 
-// The import's state before its first call bound it. Restoring it lets the next call choose a
+// The import's state before its first call. Restoring it lets the next call choose a
 // runtime again.
 struct BoundImport {
     FARPROC unbound;  // the slot's value
-    HMODULE* module;  // where the import keeps its module handle
+    HMODULE* module;  // the import's module handle
 };
 BoundImport g_bound_import;
 
-// Makes the import's slot writable while a scope lasts. From version 2.44 on, GNU ld puts the slot
-// into read-only memory, and the delay-load thunk writes to it all the same.
+// Makes the import's slot writable while a scope lasts. Since version 2.44, GNU ld places the slot
+// in read-only memory, although the delay-load thunk writes to it.
 class WritableImport {
 public:
     WritableImport() { is_writable_ = protect(PAGE_READWRITE, &earlier_); }
@@ -112,7 +112,7 @@ Module find_runtime() {
 }
 
 // Called by the import's thunk on its first call.
-FARPROC WINAPI give_found_runtime(unsigned event, PDelayLoadInfo info) {
+FARPROC WINAPI provide_runtime(unsigned event, PDelayLoadInfo info) {
     if (event != dliNotePreLoadLibrary) return nullptr;
     const auto module = reinterpret_cast<BYTE*>(&__ImageBase) + info->pidd->rvaHmod;
     g_bound_import = {__imp_OrtGetApiBase, reinterpret_cast<HMODULE*>(module)};
@@ -120,13 +120,10 @@ FARPROC WINAPI give_found_runtime(unsigned event, PDelayLoadInfo info) {
 }
 
 }  // namespace
-}  // namespace vornic
 
-PfnDliHook __pfnDliNotifyHook2 = vornic::give_found_runtime;
+PfnDliHook __pfnDliNotifyHook2 = provide_runtime;
 
-namespace vornic {
-
-const OrtApiBase* runtime_entry() {
+const OrtApiBase* vornic::runtime_entry() {
     const WritableImport import;
     if (!import.is_writable()) return nullptr;
     g_runtime_module = find_runtime().release();
@@ -134,12 +131,10 @@ const OrtApiBase* runtime_entry() {
 }
 
 // If the slot cannot be made writable, it still points into the runtime, which then stays loaded.
-void forget_runtime() {
+void vornic::forget_runtime() {
     const WritableImport import;
     if (g_runtime_module == nullptr || !import.is_writable()) return;
     __imp_OrtGetApiBase = g_bound_import.unbound;
     *g_bound_import.module = nullptr;
     FreeLibrary(std::exchange(g_runtime_module, nullptr));
 }
-
-}  // namespace vornic

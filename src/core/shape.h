@@ -1,4 +1,4 @@
-// The dimensions of a tensor, wherever they are kept.
+// A view of a tensor's dimensions.
 #pragma once
 
 #include <stdint.h>

@@ -3,9 +3,7 @@
 #include "core/last_error.h"
 #include "core/runtime.h"
 
-namespace vornic {
-
-int32_t vnort_status_ok(OrtStatus* status, const char* name) {
+int32_t vornic::vnort_status_ok(OrtStatus* status, const char* name) {
     if (status == nullptr) return 1;
     const char* message = g_api != nullptr ? g_api->GetErrorMessage(status) : nullptr;
     const char* separator = message != nullptr ? ": " : "";
@@ -14,8 +12,6 @@ int32_t vnort_status_ok(OrtStatus* status, const char* name) {
     return 0;
 }
 
-void ignore_status(OrtStatus* status) {
+void vornic::ignore_status(OrtStatus* status) {
     if (status != nullptr && g_api != nullptr) g_api->ReleaseStatus(status);
 }
-
-}  // namespace vornic

@@ -1,4 +1,4 @@
-// The check that turns a status of ONNX Runtime into a result and the last-error text.
+// Turns ONNX Runtime's statuses into results and the last-error text.
 #pragma once
 
 #include <onnxruntime_c_api.h>
@@ -6,7 +6,7 @@
 
 namespace vornic {
 
-// 1 for no status. Otherwise writes "NAME failed: MESSAGE", releases the status and gives 0.
+// 1 if there is no status. Otherwise sets "NAME failed: MESSAGE", releases the status, returns 0.
 int32_t vnort_status_ok(OrtStatus* status, const char* name);
 
 // Releases a status without reporting its message.

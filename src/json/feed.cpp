@@ -4,7 +4,8 @@
 
 #include "json/scan.h"
 
-namespace vornic {
+using namespace vornic;
+
 namespace {
 
 // The search for one input: first for its quoted name, then for the next brace, then for the keys
@@ -12,8 +13,7 @@ namespace {
 struct Search {
     const char* name;
     size_t name_length;
-    const char*
-        brace_from;  // the position after the quoted name, where the search for the brace starts
+    const char* after_name;  // the position after the quoted name
     FeedItem* item;
 
     bool wants_name() const { return item->name == nullptr; }
@@ -43,7 +43,7 @@ void take_quote(const char* quote, Search* searches, uint64_t count) {
         if (search.wants_name()) {
             if (!is_quoted(quote, search.name, search.name_length)) continue;
             search.item->name = quote;
-            search.brace_from = quote + search.name_length + 2;
+            search.after_name = quote + search.name_length + 2;
         } else if (key != nullptr && search.wants_keys() && search.item->*key == nullptr) {
             search.item->*key = quote;
         }
@@ -53,7 +53,7 @@ void take_quote(const char* quote, Search* searches, uint64_t count) {
 void take_brace(const char* brace, Search* searches, uint64_t count) {
     for (uint64_t i = 0; i < count; ++i) {
         Search& search = searches[i];
-        if (search.wants_brace() && brace >= search.brace_from) search.item->brace = brace;
+        if (search.wants_brace() && brace >= search.after_name) search.item->brace = brace;
     }
 }
 
@@ -77,7 +77,7 @@ void find_all(const char* text, Search* searches, uint64_t count) {
 
 }  // namespace
 
-void find_feed_items(const char* feed, const Name* names, uint64_t count, FeedItem* items) {
+void vornic::find_feed_items(const char* feed, const Name* names, uint64_t count, FeedItem* items) {
     Search searches[kMaxInputs];
     for (uint64_t i = 0; i < count; ++i) {
         items[i] = {};
@@ -86,11 +86,9 @@ void find_feed_items(const char* feed, const Name* names, uint64_t count, FeedIt
     if (count > 0) find_all(feed, searches, count);
 }
 
-FeedItem find_feed_item(const char* brace) {
+FeedItem vornic::find_feed_item(const char* brace) {
     FeedItem item = {brace, brace, nullptr, nullptr, nullptr};
     Search search = {"", 0, nullptr, &item};
     find_all(brace, &search, 1);
     return item;
 }
-
-}  // namespace vornic

@@ -12,7 +12,8 @@
 #include "json/array_reader.h"
 #include "json/number_conversion.h"
 
-namespace vornic {
+using namespace vornic;
+
 namespace {
 
 constexpr size_t kDtypeCapacity = 32;
@@ -21,8 +22,6 @@ constexpr size_t kDtypeCapacity = 32;
 class StringList {
 public:
     StringList() : slots_(allocate_zeroed<char*>(kMaxElements)) {}
-    StringList(const StringList&) = delete;
-    StringList& operator=(const StringList&) = delete;
     ~StringList() {
         for (uint64_t i = 0; i < count_ && slots_ != nullptr; ++i) free(slots_.get()[i]);
     }
@@ -126,23 +125,16 @@ int32_t read_numeric_data(const char* data_key, uint32_t element_size, InputTens
 // Reads the value of the dtype key. Null on failure, with the reason in the last-error text unless
 // the key has no colon.
 const ElementType* read_dtype(const char* dtype_key) {
-    if (dtype_key == nullptr) {
-        set_error("input tensor is missing dtype");
-        return nullptr;
-    }
+    if (dtype_key == nullptr) return fail("input tensor is missing dtype");
     const char* colon = strchr(dtype_key, ':');
     if (colon == nullptr) return nullptr;
     const char* value = skip_blanks(colon + 1);
-    if (*value != '"') {
-        set_error("input tensor dtype must be a string");
-        return nullptr;
-    }
+    if (*value != '"') return fail("input tensor dtype must be a string");
     ++value;
     char dtype[kDtypeCapacity];
     size_t length = 0;
-    while (length < kDtypeCapacity - 1 && value[length] != '"' && value[length] != '\0') {
+    for (; length < kDtypeCapacity - 1 && value[length] != '"' && value[length] != '\0'; ++length) {
         dtype[length] = value[length];
-        ++length;
     }
     dtype[length] = '\0';
     const ElementType* type = find_dtype(dtype);
@@ -159,7 +151,8 @@ int32_t read_shape(const char* shape_key, InputTensor* entry) {
 
 }  // namespace
 
-int32_t vnort_parse_input_tensor_body(const FeedItem& item, const char* name, InputTensor* entry) {
+int32_t vornic::vnort_parse_input_tensor_body(const FeedItem& item, const char* name,
+                                              InputTensor* entry) {
     if (name == nullptr) return 0;
     *entry = {};
     copy_text(entry->name, name);
@@ -171,12 +164,10 @@ int32_t vnort_parse_input_tensor_body(const FeedItem& item, const char* name, In
     return read_numeric_data(item.data, type->size, entry);
 }
 
-void free_elements(const InputTensor& entry) {
+void vornic::free_elements(const InputTensor& entry) {
     if (entry.strings != nullptr) {
         for (uint64_t i = 0; i < entry.element_count; ++i) free(entry.strings[i]);
         free(entry.strings);
     }
     free(entry.data);
 }
-
-}  // namespace vornic

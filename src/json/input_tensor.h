@@ -19,7 +19,7 @@ struct InputTensor {
     uint64_t element_count;
     uint64_t byte_size;  // of the elements; 0 for strings
     uint32_t element_type;
-    OrtValue* value;  // null until created; a numeric one lies over `data`
+    OrtValue* value;  // null until created; a numeric one wraps `data`
 };
 
 using InputTensorSet = InputTensor[kMaxInputs];

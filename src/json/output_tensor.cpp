@@ -8,7 +8,8 @@
 #include "core/status.h"
 #include "number/number_writer.h"
 
-namespace vornic {
+using namespace vornic;
+
 namespace {
 
 char* write_element(char* to, uint64_t element) { return write_uint64(to, element); }
@@ -41,8 +42,8 @@ NumbersWritten write_elements(char* first, const char* end, const Element* eleme
     }
 }
 
-// Appends elements separated by commas: in place while the longest would fit, then, near the end of
-// the array, one at a time through a buffer from which each is cut to fit.
+// Appends elements separated by commas: directly while the longest possible one fits, then, near the
+// end of the array, one at a time through a buffer from which each is cut to fit.
 template <typename Element>
 void append_elements(BoundedText& text, const Element* elements, uint64_t count) {
     const char* const end = text.buffer + text.capacity;
@@ -78,10 +79,7 @@ struct StringContent {
         }
         bytes = allocate_zeroed<char>(total);
         offsets = allocate_zeroed<size_t>(count);
-        if (bytes == nullptr || offsets == nullptr) {
-            set_error("out of memory");
-            return false;
-        }
+        if (bytes == nullptr || offsets == nullptr) return fail("out of memory");
         return vnort_status_ok(
             g_api->GetStringTensorContent(value, bytes.get(), total, offsets.get(), count),
             "GetStringTensorContent");
@@ -103,10 +101,12 @@ void append_strings(BoundedText& text, const StringContent& content, uint64_t co
 
 }  // namespace
 
-void append_dims(BoundedText& text, Shape shape) { append_elements(text, shape.dims, shape.rank); }
+void vornic::append_dims(BoundedText& text, Shape shape) {
+    append_elements(text, shape.dims, shape.rank);
+}
 
-void vnort_append_tensor_data_json(BoundedText& text, uint32_t element_type, Shape shape,
-                                   const void* elements, uint64_t count) {
+void vornic::vnort_append_tensor_data_json(BoundedText& text, uint32_t element_type, Shape shape,
+                                           const void* elements, uint64_t count) {
     vnort_append(text, "\"dtype\":\"");
     vnort_json_escape_append(text, vnort_dtype_name(element_type));
     vnort_append(text, "\",\"shape\":[");
@@ -119,8 +119,8 @@ void vnort_append_tensor_data_json(BoundedText& text, uint32_t element_type, Sha
     vnort_append(text, "]");
 }
 
-int32_t vnort_append_string_tensor_json(BoundedText& text, const OrtValue* value, Shape shape,
-                                        uint64_t count) {
+int32_t vornic::vnort_append_string_tensor_json(BoundedText& text, const OrtValue* value,
+                                                Shape shape, uint64_t count) {
     StringContent content;
     if (!content.fetch(value, count)) return 0;
     vnort_append(text, "\"dtype\":\"string\",\"shape\":[");
@@ -130,5 +130,3 @@ int32_t vnort_append_string_tensor_json(BoundedText& text, const OrtValue* value
     vnort_append(text, "]");
     return 1;
 }
-
-}  // namespace vornic

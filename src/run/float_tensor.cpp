@@ -18,30 +18,26 @@ namespace {
 
 using OwnedTensor = HeapBlock<FloatTensor>;
 
-FloatTensor* refuse(const char* message) {
-    set_error(message);
-    return nullptr;
-}
-
-// A checked tensor without data; null with the reason in the last-error text.
+// A tensor with validated arguments, still without data; null with the reason in the last-error
+// text.
 OwnedTensor new_tensor(const float* data, int32_t data_count, const int64_t* shape, int32_t rank) {
     if (data == nullptr || data_count < 1 || shape == nullptr || rank < 1 ||
         rank > static_cast<int32_t>(kMaxRank)) {
-        return OwnedTensor(refuse("invalid float32 tensor input"));
+        return OwnedTensor(fail("invalid float32 tensor input"));
     }
     OwnedTensor tensor = allocate_zeroed<FloatTensor>(1);
-    if (tensor == nullptr) return OwnedTensor(refuse("out of memory"));
+    if (tensor == nullptr) return OwnedTensor(fail("out of memory"));
     tensor->rank = rank;
     uint64_t product = 1;
     bool fits = true;
     for (int32_t i = 0; i < rank; ++i) {
-        if (shape[i] < 1) return OwnedTensor(refuse("tensor shape dimensions must be positive"));
+        if (shape[i] < 1) return OwnedTensor(fail("tensor shape dimensions must be positive"));
         tensor->dims[i] = shape[i];
         uint64_t dimension = static_cast<uint64_t>(shape[i]);
         fits = fits && !__builtin_mul_overflow(product, dimension, &product);
     }
     if (!fits || product != static_cast<uint64_t>(data_count)) {
-        return OwnedTensor(refuse("tensor data_count does not match shape"));
+        return OwnedTensor(fail("tensor data_count does not match shape"));
     }
     tensor->count = product;
     return tensor;
@@ -51,11 +47,6 @@ FloatTensor* hand_over(OwnedTensor tensor, float* data) {
     tensor->data = data;
     clear_error();
     return tensor.release();
-}
-
-FloatTensor* adopt(float* data, int32_t data_count, const int64_t* shape, int32_t rank) {
-    OwnedTensor tensor = new_tensor(data, data_count, shape, rank);
-    return tensor != nullptr ? hand_over(std::move(tensor), data) : nullptr;
 }
 
 // Reads the dimensions of a shape and their product, which is 0 if it overflows. False with the
@@ -68,9 +59,7 @@ bool read_shape(const char* shape_json, int64_t (&dims)[kMaxRank], uint64_t* ran
     int32_t product = 1;
     bool fits = true;
     for (uint64_t i = 0; i < *rank; ++i) {
-        if (!(numbers[i] > 0)) {
-            return fail("tensor shape dimensions must be positive");
-        }
+        if (!(numbers[i] > 0)) return fail("tensor shape dimensions must be positive");
         dims[i] = truncate_to_int64(numbers[i]);
         fits = fits && dims[i] > 0 && !__builtin_mul_overflow(product, dims[i], &product);
     }
@@ -86,14 +75,15 @@ FloatTensor* onnxruntime_vn_tensor_from_f32(const float* data, int32_t data_coun
     if (tensor == nullptr) return nullptr;
     size_t bytes = tensor->count * sizeof(float);
     float* copy = static_cast<float*>(malloc(bytes));
-    if (copy == nullptr) return refuse("out of memory");
+    if (copy == nullptr) return fail("out of memory");
     memcpy(copy, data, bytes);
     return hand_over(std::move(tensor), copy);
 }
 
 FloatTensor* onnxruntime_vn_tensor_adopt_f32(float* data, int32_t data_count, const int64_t* shape,
                                              int32_t rank) {
-    return adopt(data, data_count, shape, rank);
+    OwnedTensor tensor = new_tensor(data, data_count, shape, rank);
+    return tensor != nullptr ? hand_over(std::move(tensor), data) : nullptr;
 }
 
 FloatTensor* onnxruntime_vn_tensor_zeros_f32(const char* shape_json) {
@@ -102,12 +92,11 @@ FloatTensor* onnxruntime_vn_tensor_zeros_f32(const char* shape_json) {
     uint64_t rank = 0;
     int32_t count = 0;
     if (!read_shape(shape_json, dims, &rank, &count)) return nullptr;
-    if (count == 0) return refuse("invalid float32 tensor input");
+    if (count == 0) return fail("invalid float32 tensor input");
     HeapBlock<float> zeros = allocate_zeroed<float>(static_cast<uint64_t>(count));
-    if (zeros == nullptr) return refuse("out of memory");
-    FloatTensor* tensor = adopt(zeros.get(), count, dims, static_cast<int32_t>(rank));
-    if (tensor != nullptr) zeros.release();
-    return tensor;
+    if (zeros == nullptr) return fail("out of memory");
+    OwnedTensor tensor = new_tensor(zeros.get(), count, dims, static_cast<int32_t>(rank));
+    return tensor != nullptr ? hand_over(std::move(tensor), zeros.release()) : nullptr;
 }
 
 void onnxruntime_vn_release_tensor(FloatTensor* tensor) {

@@ -4,21 +4,20 @@
 #include "core/element_type.h"
 #include "core/status.h"
 
-namespace vornic {
+using namespace vornic;
+
 namespace {
 
 int32_t make_string_value(InputTensor* entry) {
     OrtAllocator* allocator = default_allocator();
     if (allocator == nullptr) return 0;
-    if (!vnort_status_ok(
-            g_api->CreateTensorAsOrtValue(allocator, entry->shape, entry->rank,
-                                          ONNX_TENSOR_ELEMENT_DATA_TYPE_STRING, &entry->value),
-            "CreateTensorAsOrtValue")) {
-        return 0;
-    }
     return vnort_status_ok(
-        g_api->FillStringTensor(entry->value, entry->strings, entry->element_count),
-        "FillStringTensor");
+               g_api->CreateTensorAsOrtValue(allocator, entry->shape, entry->rank,
+                                             ONNX_TENSOR_ELEMENT_DATA_TYPE_STRING, &entry->value),
+               "CreateTensorAsOrtValue") &&
+           vnort_status_ok(
+               g_api->FillStringTensor(entry->value, entry->strings, entry->element_count),
+               "FillStringTensor");
 }
 
 int32_t make_numeric_value(const OrtMemoryInfo* memory, InputTensor* entry) {
@@ -31,7 +30,7 @@ int32_t make_numeric_value(const OrtMemoryInfo* memory, InputTensor* entry) {
 
 }  // namespace
 
-OwnedMemoryInfo cpu_memory() {
+OwnedMemoryInfo vornic::cpu_memory() {
     OwnedMemoryInfo memory;
     vnort_status_ok(
         g_api->CreateCpuMemoryInfo(OrtArenaAllocator, OrtMemTypeDefault, Receive(memory)),
@@ -39,7 +38,7 @@ OwnedMemoryInfo cpu_memory() {
     return memory;
 }
 
-int32_t make_input_values(InputTensor* entries, uint64_t count) {
+int32_t vornic::make_input_values(InputTensor* entries, uint64_t count) {
     OwnedMemoryInfo memory = cpu_memory();
     if (memory == nullptr) return 0;
     for (InputTensor* entry = entries; entry != entries + count; ++entry) {
@@ -50,11 +49,9 @@ int32_t make_input_values(InputTensor* entries, uint64_t count) {
     return 1;
 }
 
-void vnort_free_input_tensors(InputTensor* entries, uint64_t count) {
+void vornic::vnort_free_input_tensors(InputTensor* entries, uint64_t count) {
     for (InputTensor* entry = entries; entry != entries + count; ++entry) {
         if (entry->value != nullptr && g_api != nullptr) g_api->ReleaseValue(entry->value);
         free_elements(*entry);
     }
 }
-
-}  // namespace vornic

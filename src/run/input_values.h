@@ -11,16 +11,16 @@ namespace vornic {
 // A description of CPU memory; null with the reason in the last-error text.
 OwnedMemoryInfo cpu_memory();
 
-// Creates the value of each of `count` entries: numeric ones over the entry's own data, string ones
-// with copies. 1 if all are created; 0 with the reason in the last-error text, the entries owning
+// Creates the value of each of `count` entries: numeric ones wrap the entry's own data, string
+// ones hold copies. 1 if all are created; 0 with the reason in the last-error text, the entries owning
 // the values created so far.
 int32_t make_input_values(InputTensor* entries, uint64_t count);
 
-// Releases what `count` consecutive entries own: each value, then the data it may lie over. The
+// Releases what `count` consecutive entries own: each value, then the data it may wrap. The
 // fields keep their stale pointers.
 void vnort_free_input_tensors(InputTensor* entries, uint64_t count);
 
-// Input tensors that live as long as a scope, with their values.
+// Input tensors and their values, released at the end of a scope.
 class InputTensorScope {
 public:
     InputTensorScope() = default;

@@ -14,23 +14,17 @@ using namespace vornic;
 
 namespace {
 
-int32_t read_input(const FeedItem& item, const char* name, InputTensorScope* inputs) {
-    if (item.name == nullptr) {
-        format_error("missing input '%s' in feed JSON", name);
-        return 0;
-    }
-    if (item.brace == nullptr) {
-        set_error("input feed item must be an object");
-        return 0;
-    }
-    return inputs->read(item, name);
-}
-
 int32_t read_inputs(const InferenceSession* session, const char* feed, InputTensorScope* inputs) {
     FeedItem items[kMaxInputs];
     find_feed_items(feed, session->input_names, session->input_count, items);
     for (uint64_t i = 0; i < session->input_count; ++i) {
-        if (!read_input(items[i], session->input_names[i], inputs)) return 0;
+        const char* name = session->input_names[i];
+        if (items[i].name == nullptr) {
+            format_error("missing input '%s' in feed JSON", name);
+            return 0;
+        }
+        if (items[i].brace == nullptr) return fail("input feed item must be an object");
+        if (!inputs->read(items[i], name)) return 0;
     }
     return make_input_values(inputs->entries(), inputs->count());
 }
@@ -56,13 +50,9 @@ RunResult* onnxruntime_vn_run_json_with_options(const InferenceSession* session,
                                                 const OrtRunOptions* options) {
     const HostStateScope host;
     if (!host.is_entered()) return nullptr;
-    if (!is_usable(session)) {
-        set_error("invalid InferenceSession");
-        return nullptr;
-    }
+    if (!is_usable(session)) return fail("invalid InferenceSession");
     if (input_feed_json == nullptr || input_feed_json[0] == '\0') {
-        set_error("input_feed_json is empty");
-        return nullptr;
+        return fail("input_feed_json is empty");
     }
     OwnedResult result = new_result();
     if (result == nullptr) return nullptr;

@@ -6,7 +6,8 @@
 #include "core/status.h"
 #include "json/output_tensor.h"
 
-namespace vornic {
+using namespace vornic;
+
 namespace {
 
 constexpr const char* kUnreadable = "\"error\":\"failed to read output tensor\"";
@@ -15,7 +16,7 @@ constexpr const char* kUnreadableStrings = "\"error\":\"failed to read string ou
 // The properties of one output value, queried from ONNX Runtime.
 struct OutputTensor {
     OwnedTensorInfo info;
-    uint32_t element_type = 0;
+    ONNXTensorElementDataType element_type = ONNX_TENSOR_ELEMENT_DATA_TYPE_UNDEFINED;
     int64_t dims[kMaxRank];
     size_t rank = 0;
     size_t count = 0;
@@ -27,13 +28,9 @@ struct OutputTensor {
                              "GetTensorTypeAndShape")) {
             return false;
         }
-        ONNXTensorElementDataType code = ONNX_TENSOR_ELEMENT_DATA_TYPE_UNDEFINED;
-        if (!vnort_status_ok(g_api->GetTensorElementType(info.get(), &code),
-                             "GetTensorElementType")) {
-            return false;
-        }
-        element_type = code;
-        return vnort_status_ok(g_api->GetDimensionsCount(info.get(), &rank),
+        return vnort_status_ok(g_api->GetTensorElementType(info.get(), &element_type),
+                               "GetTensorElementType") &&
+               vnort_status_ok(g_api->GetDimensionsCount(info.get(), &rank),
                                "GetDimensionsCount") &&
                rank <= kMaxRank &&
                vnort_status_ok(g_api->GetDimensions(info.get(), dims, rank), "GetDimensions") &&
@@ -82,7 +79,7 @@ void append_body(RunResult* result, BoundedText& text, OrtValue* value, OutputFo
         if (!vnort_append_string_tensor_json(text, value, tensor.shape(), tensor.count)) {
             vnort_append(text, kUnreadableStrings);
         }
-    } else if (has_numeric_writer(tensor.element_type)) {
+    } else if (is_numeric(tensor.element_type)) {
         append_numbers(result, text, value, tensor, form);
     } else {
         append_unsupported(text, tensor.element_type);
@@ -91,8 +88,8 @@ void append_body(RunResult* result, BoundedText& text, OrtValue* value, OutputFo
 
 }  // namespace
 
-void write_outputs(RunResult* result, const OutputSelection& labels, OrtValue* const* values,
-                   uint64_t count, OutputForm form) {
+void vornic::write_outputs(RunResult* result, const OutputSelection& labels,
+                           OrtValue* const* values, uint64_t count, OutputForm form) {
     BoundedText text = {result->json, sizeof result->json, 0};
     vnort_append(text, "{\"outputs\":{");
     for (uint64_t i = 0; i < count; ++i) {
@@ -110,5 +107,3 @@ OutputValues::~OutputValues() {
         if (value != nullptr) g_api->ReleaseValue(value);
     }
 }
-
-}  // namespace vornic

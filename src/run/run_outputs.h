@@ -1,5 +1,5 @@
-// Writes the outputs of a run into its result, the same way for all three runs but for the options
-// in OutputForm.
+// Writes the outputs of a run into its result, in the same way for all kinds of run apart from the
+// options in OutputForm.
 #pragma once
 
 #include <onnxruntime_c_api.h>
@@ -16,7 +16,7 @@ struct OutputForm {
     bool capture;  // copy the first float32 output
 };
 
-// The outputs that a run is asked for. The names are those in the session's or binding's record.
+// The outputs requested from a run. The names point into the session's or the binding's record.
 struct OutputSelection {
     const char* names[kMaxOutputs];
     uint64_t count;

@@ -8,18 +8,18 @@
 #include "json/output_tensor.h"
 #include "onnxruntime_vornic.h"
 
-namespace vornic {
+using namespace vornic;
 
 void ResultRelease::operator()(RunResult* result) const { onnxruntime_vn_release_result(result); }
 
-OwnedResult new_result() {
+OwnedResult vornic::new_result() {
     OwnedResult result(allocate_zeroed<RunResult>(1).release());
-    if (result == nullptr) set_error("out of memory");
+    if (result == nullptr) fail("out of memory");
     return result;
 }
 
-void vnort_capture_first_float_output(RunResult* result, Shape shape, const float* elements,
-                                      uint64_t count) {
+void vornic::vnort_capture_first_float_output(RunResult* result, Shape shape, const float* elements,
+                                              uint64_t count) {
     if (result == nullptr || result->float_data != nullptr) return;
     if (shape.dims == nullptr || shape.rank == 0 || shape.rank > kMaxRank) return;
     if (elements == nullptr || count == 0 || count > SIZE_MAX / sizeof(float)) return;
@@ -34,10 +34,6 @@ void vnort_capture_first_float_output(RunResult* result, Shape shape, const floa
     append_dims(text, shape);
     vnort_append(text, "]");
 }
-
-}  // namespace vornic
-
-using namespace vornic;
 
 const char* onnxruntime_vn_result_json(const RunResult* result) {
     return result != nullptr ? result->json : "{}";

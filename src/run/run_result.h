@@ -20,8 +20,8 @@ struct RunResult {
 
 namespace vornic {
 
-// Captures a float32 output if it is the first with 1 to 8 dimensions and at least one element. Out
-// of memory, nothing is captured and nothing is reported.
+// Captures a float32 output if it is the first with 1 to 8 dimensions and at least one element. If
+// memory runs out, nothing is captured and nothing is reported.
 void vnort_capture_first_float_output(RunResult* result, Shape shape, const float* elements,
                                       uint64_t count);
 
@@ -30,7 +30,7 @@ struct ResultRelease {
 };
 using OwnedResult = std::unique_ptr<RunResult, ResultRelease>;
 
-// An empty result; null, with "out of memory" as the last error.
+// An empty result; null with "out of memory" in the last-error text.
 OwnedResult new_result();
 
 }  // namespace vornic

@@ -1,4 +1,4 @@
-// The tensor run: one float32 tensor in, without a copy or JSON.
+// The tensor run: one float32 tensor in, neither copied nor converted from JSON.
 #include "core/host_state.h"
 #include "core/last_error.h"
 #include "core/owned.h"
@@ -14,7 +14,7 @@ using namespace vornic;
 
 namespace {
 
-// A value over the tensor's own buffer. Null on failure, with the reason in the last-error text.
+// A value that wraps the tensor's own buffer. Null on failure, with the reason in the last-error text.
 OwnedValue wrap(const FloatTensor* tensor) {
     OwnedValue value;
     OwnedMemoryInfo memory = cpu_memory();
@@ -33,10 +33,8 @@ RunResult* vnort_run_tensor_impl(const InferenceSession* session, const char* in
     const HostStateScope host;
     if (!host.is_entered()) return nullptr;
     if (!is_usable(session) || input_name == nullptr || input_name[0] == '\0' ||
-        tensor == nullptr || tensor->data == nullptr) {
-        set_error("invalid session, input name, or tensor");
-        return nullptr;
-    }
+        tensor == nullptr || tensor->data == nullptr)
+        return fail("invalid session, input name, or tensor");
     OutputSelection selection;
     if (!vnort_parse_string_array(output_names_json, session->output_names, session->output_count,
                                   selection.names, &selection.count)) {

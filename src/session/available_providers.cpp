@@ -4,13 +4,9 @@
 #include "core/status.h"
 #include "onnxruntime_vornic.h"
 
-namespace vornic {
-
-char g_providers_json[1024];
-
-}  // namespace vornic
-
 using namespace vornic;
+
+static char g_providers_json[1024];
 
 const char* onnxruntime_vn_get_available_providers_json() {
     if (!vnort_init()) return "[]";

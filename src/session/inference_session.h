@@ -7,7 +7,7 @@
 #include "core/limits.h"
 
 struct InferenceSession {
-    OrtEnv* env;  // these three are owned
+    OrtEnv* env;  // owned, like the next two
     OrtSessionOptions* options;
     OrtSession* session;
     uint64_t input_count;  // of recorded names; the model may have more inputs

@@ -5,7 +5,8 @@
 #include "core/status.h"
 #include "session/session_description.h"
 
-namespace vornic {
+using namespace vornic;
+
 namespace {
 
 using MetadataGetter = decltype(OrtApi::ModelMetadataGetProducerName);
@@ -22,7 +23,7 @@ void vnort_modelmeta_append_string(const OrtModelMetadata* metadata, OrtAllocato
                                    BoundedText& text, const char* key, MetadataGetter get) {
     char* value = nullptr;
     if (!vnort_status_ok(get(metadata, allocator, &value), key)) value = nullptr;
-    append_member(text, key, allocator_owned(allocator, value).get());
+    append_member(text, key, AllocatorOwned<char>(value, {allocator}).get());
 }
 
 void append_custom_member(const OrtModelMetadata* metadata, OrtAllocator* allocator,
@@ -33,12 +34,11 @@ void append_custom_member(const OrtModelMetadata* metadata, OrtAllocator* alloca
                                            "ModelMetadataLookupCustomMetadataMap")) {
         value = nullptr;
     }
-    append_member(text, key, allocator_owned(allocator, value).get());
+    append_member(text, key, AllocatorOwned<char>(value, {allocator}).get());
 }
 
 void append_custom_members(const OrtModelMetadata* metadata, OrtAllocator* allocator,
                            BoundedText& text) {
-    AllocatorArray<char, AllocatorFree> keys(allocator, {allocator});
     char** names = nullptr;
     int64_t count = 0;
     if (!vnort_status_ok(
@@ -46,7 +46,8 @@ void append_custom_members(const OrtModelMetadata* metadata, OrtAllocator* alloc
             "ModelMetadataGetCustomMetadataMapKeys")) {
         return;
     }
-    keys.take(names, count > 0 ? static_cast<uint64_t>(count) : 0);
+    const AllocatorArray<char, AllocatorFree> keys(allocator, {allocator}, names,
+                                                   count > 0 ? static_cast<uint64_t>(count) : 0);
     for (uint64_t i = 0; i < keys.count(); ++i) {
         if (i > 0) vnort_append(text, ",");
         append_custom_member(metadata, allocator, text, keys.elements()[i]);
@@ -55,7 +56,7 @@ void append_custom_members(const OrtModelMetadata* metadata, OrtAllocator* alloc
 
 }  // namespace
 
-void describe_metadata(InferenceSession* session) {
+void vornic::describe_metadata(InferenceSession* session) {
     copy_text(session->modelmeta_json, "{}");
     OrtAllocator* allocator = default_allocator();
     if (allocator == nullptr) return;
@@ -84,12 +85,9 @@ void describe_metadata(InferenceSession* session) {
                          "ModelMetadataGetVersion")) {
         version = 0;
     }
-    vnort_append(text, "\"version\":");
-    vnort_appendf(text, "%lld", static_cast<long long>(version));
-    vnort_append(text, ",\"custom_metadata_map\":{");
+    vnort_appendf(text, "\"version\":%lld,\"custom_metadata_map\":{",
+                  static_cast<long long>(version));
     append_custom_members(metadata.get(), allocator, text);
     vnort_append(text, "}}");
     clear_error();
 }
-
-}  // namespace vornic

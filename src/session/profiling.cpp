@@ -12,7 +12,7 @@ using namespace vornic;
 const char* onnxruntime_vn_session_end_profiling(InferenceSession* session) {
     const DefaultFloatState float_state;
     if (!is_usable(session) || !vnort_init()) {
-        set_error("invalid InferenceSession");
+        fail("invalid InferenceSession");
         return "";
     }
     session->profile_path[0] = '\0';
@@ -23,7 +23,7 @@ const char* onnxruntime_vn_session_end_profiling(InferenceSession* session) {
                          "SessionEndProfiling")) {
         return "";
     }
-    copy_text(session->profile_path, allocator_owned(allocator, path).get());
+    copy_text(session->profile_path, AllocatorOwned<char>(path, {allocator}).get());
     clear_error();
     return session->profile_path;
 }

@@ -5,7 +5,8 @@
 #include "core/last_error.h"
 #include "json/scan.h"
 
-namespace vornic {
+using namespace vornic;
+
 namespace {
 
 // Copies the bytes up to a ',' or '}', without blanks. Stops early when the array is full; the
@@ -13,9 +14,8 @@ namespace {
 void read_bare_word(const char** at, char* to, size_t capacity) {
     const char* from = *at;
     size_t length = 0;
-    while (*from != ',' && *from != '}' && *from != '\0' && length < capacity - 1) {
+    for (; *from != ',' && *from != '}' && *from != '\0' && length < capacity - 1; ++from) {
         if (!is_blank(*from)) to[length++] = *from;
-        ++from;
     }
     to[length] = '\0';
     *at = from;
@@ -44,7 +44,7 @@ int32_t read_entry(const char** at, char* key, char* value) {
 
 }  // namespace
 
-int32_t vnort_parse_provider_options(const char* text, ProviderOptions* list) {
+int32_t vornic::vnort_parse_provider_options(const char* text, ProviderOptions* list) {
     list->count = 0;
     text = skip_blanks(text);
     if (*text == '\0') return 1;
@@ -64,5 +64,3 @@ int32_t vnort_parse_provider_options(const char* text, ProviderOptions* list) {
     }
     return 1;
 }
-
-}  // namespace vornic

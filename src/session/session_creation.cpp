@@ -31,13 +31,7 @@ void set_optimization_level(OrtSessionOptions* to, int32_t level) {
         g_api->SetSessionGraphOptimizationLevel(to, static_cast<GraphOptimizationLevel>(level)));
 }
 
-void enable_profiling(const SessionOptions& settings, OrtSessionOptions* to) {
-    NativePath prefix;
-    if (!native_path(settings.profile_file_prefix, &prefix)) return;
-    ignore_status(g_api->EnableProfiling(to, prefix.text));
-}
-
-void apply_logging(const SessionOptions& settings, OrtSessionOptions* to) {
+void apply_logging_and_profiling(const SessionOptions& settings, OrtSessionOptions* to) {
     if (settings.log_id[0] != '\0') {
         ignore_status(g_api->SetSessionLogId(to, settings.log_id));
     }
@@ -47,6 +41,11 @@ void apply_logging(const SessionOptions& settings, OrtSessionOptions* to) {
     if (settings.log_severity_level >= 0) {
         ignore_status(g_api->SetSessionLogSeverityLevel(to, settings.log_severity_level));
     }
+    NativePath prefix;
+    if (settings.profiling_enabled && native_path(settings.profile_file_prefix, &prefix)) {
+        ignore_status(g_api->EnableProfiling(to, prefix.text));
+    }
+    if (settings.profiling_disabled) ignore_status(g_api->DisableProfiling(to));
 }
 
 void apply_settings(const SessionOptions& settings, OrtSessionOptions* to) {
@@ -66,9 +65,7 @@ void apply_settings(const SessionOptions& settings, OrtSessionOptions* to) {
     }
     if (settings.mem_pattern == 1) ignore_status(g_api->EnableMemPattern(to));
     if (settings.mem_pattern == 0) ignore_status(g_api->DisableMemPattern(to));
-    apply_logging(settings, to);
-    if (settings.profiling_enabled) enable_profiling(settings, to);
-    if (settings.profiling_disabled) ignore_status(g_api->DisableProfiling(to));
+    apply_logging_and_profiling(settings, to);
 }
 
 // Every session has the CPU provider; its only option is the memory arena.
@@ -98,38 +95,28 @@ int32_t append_provider(const char* name, const char* options_json, OrtSessionOp
         "SessionOptionsAppendExecutionProvider");
 }
 
-int32_t append_providers(const SessionOptions& settings, OrtSessionOptions* to) {
-    for (uint64_t i = 0; i < settings.provider_count; ++i) {
-        if (!append_provider(settings.provider_names[i], settings.provider_options[i], to)) {
+int32_t create_options(const SessionOptions* settings, InferenceSession* session) {
+    if (!vnort_status_ok(g_api->CreateSessionOptions(&session->options), "CreateSessionOptions")) {
+        return 0;
+    }
+    if (settings == nullptr) {
+        set_optimization_level(session->options, SessionOptions::kOptimizeAll);
+        return 1;
+    }
+    apply_settings(*settings, session->options);
+    for (uint64_t i = 0; i < settings->provider_count; ++i) {
+        if (!append_provider(settings->provider_names[i], settings->provider_options[i],
+                             session->options)) {
             return 0;
         }
     }
     return 1;
 }
 
-int32_t create_environment(InferenceSession* session) {
-    return vnort_status_ok(
-        g_api->CreateEnv(ORT_LOGGING_LEVEL_WARNING, "vornic-onnxruntime", &session->env),
-        "CreateEnv");
-}
-
-int32_t create_options(const SessionOptions* settings, InferenceSession* session) {
-    if (!vnort_status_ok(g_api->CreateSessionOptions(&session->options), "CreateSessionOptions")) {
-        return 0;
-    }
-    if (settings == nullptr) {
-        set_optimization_level(session->options, kOptimizeAll);
-        return 1;
-    }
-    apply_settings(*settings, session->options);
-    return append_providers(*settings, session->options);
-}
-
 int32_t load_model(const char* model_path, InferenceSession* session) {
     NativePath path;
     if (!native_path(model_path, &path)) {
-        set_error("model path cannot be converted to at most 1023 UTF-16 units");
-        return 0;
+        return fail("model path cannot be converted to at most 1023 UTF-16 units");
     }
     return vnort_status_ok(
         g_api->CreateSession(session->env, path.text, session->options, &session->session),
@@ -143,18 +130,15 @@ InferenceSession* onnxruntime_vn_create_session(const char* model_path,
     if (!vnort_init()) return nullptr;
     const HostStateScope host;
     if (!host.is_entered()) return nullptr;
-    if (model_path == nullptr || model_path[0] == '\0') {
-        set_error("empty model path");
-        return nullptr;
-    }
+    if (model_path == nullptr || model_path[0] == '\0') return fail("empty model path");
     OwnedSession session(allocate_zeroed<InferenceSession>(1).release());
-    if (session == nullptr) {
-        set_error("out of memory");
+    if (session == nullptr) return fail("out of memory");
+    if (!vnort_status_ok(
+            g_api->CreateEnv(ORT_LOGGING_LEVEL_WARNING, "vornic-onnxruntime", &session->env),
+            "CreateEnv") ||
+        !create_options(options, session.get()) || !load_model(model_path, session.get())) {
         return nullptr;
     }
-    if (!create_environment(session.get())) return nullptr;
-    if (!create_options(options, session.get())) return nullptr;
-    if (!load_model(model_path, session.get())) return nullptr;
     describe_inputs_and_outputs(session.get());
     describe_metadata(session.get());
     return session.release();

@@ -8,14 +8,15 @@
 #include "json/output_tensor.h"
 #include "onnxruntime_vornic.h"
 
-namespace vornic {
+using namespace vornic;
+
 namespace {
 
 constexpr uint64_t kMaxDescribedRank = 16;
 constexpr uint64_t kMaxNames = kMaxInputs;
 static_assert(kMaxNames == kMaxOutputs);
 
-// Inputs and outputs differ in the calls that describe them and in the fields that keep the
+// Inputs and outputs differ in the calls that describe them and in the fields that hold the
 // results.
 struct Side {
     const char* count_call;
@@ -105,7 +106,7 @@ void vnort_describe_one_io(InferenceSession* session, const Side& side, uint64_t
                          side.name_call)) {
         return;
     }
-    AllocatorOwned<char> name = allocator_owned(allocator, given_name);
+    AllocatorOwned<char> name(given_name, {allocator});
     if (index < kMaxNames) copy_text((session->*side.names)[index], name.get());
 
     OwnedTypeInfo type;
@@ -140,12 +141,10 @@ bool describe_side(InferenceSession* session, const Side& side, OrtAllocator* al
 
 }  // namespace
 
-void describe_inputs_and_outputs(InferenceSession* session) {
+void vornic::describe_inputs_and_outputs(InferenceSession* session) {
     copy_text(session->inputs_json, "[]");
     copy_text(session->outputs_json, "[]");
     OrtAllocator* allocator = default_allocator();
     if (allocator == nullptr) return;
     if (describe_side(session, kInputs, allocator)) describe_side(session, kOutputs, allocator);
 }
-
-}  // namespace vornic

@@ -28,11 +28,8 @@ int32_t set_profiling(SessionOptions* options, int32_t enabled) {
 
 SessionOptions* onnxruntime_vn_create_session_options() {
     auto options = allocate_zeroed<SessionOptions>(1);
-    if (options == nullptr) {
-        set_error("out of memory");
-        return nullptr;
-    }
-    options->graph_optimization_level = kOptimizeAll;
+    if (options == nullptr) return fail("out of memory");
+    options->graph_optimization_level = SessionOptions::kOptimizeAll;
     options->execution_mode = -1;
     options->cpu_mem_arena = -1;
     options->mem_pattern = -1;

@@ -5,11 +5,9 @@
 
 #include "core/limits.h"
 
-namespace vornic {
-inline constexpr int32_t kOptimizeAll = 99;  // ONNX Runtime's level that enables all optimisations
-}
-
 struct SessionOptions {
+    static constexpr int32_t kOptimizeAll = 99;  // ONNX Runtime's level for all optimisations
+
     int32_t intra_op_num_threads;      // applied if above 0
     int32_t inter_op_num_threads;      // applied if above 0
     int32_t graph_optimization_level;  // always applied
@@ -23,7 +21,6 @@ struct SessionOptions {
     char profile_file_prefix[512];
     vornic::Name log_id;  // applied unless empty
     vornic::Name provider_names[vornic::kMaxProviders];
-    char provider_options[vornic::kMaxProviders]
-                         [vornic::kProviderOptionsCapacity];  // JSON, not yet parsed
+    char provider_options[vornic::kMaxProviders][vornic::kProviderOptionsCapacity];  // JSON
     uint64_t provider_count;
 };

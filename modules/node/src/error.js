@@ -21,7 +21,7 @@ function int32(value, what) {
     return value;
 }
 
-/** Parses JSON of the library, which does not escape control characters. */
+/** Parses JSON from the library, which does not escape control characters. */
 function parsed(text, what) {
     const escaped = (c) => '\\u' + c.charCodeAt(0).toString(16).padStart(4, '0');
     try {

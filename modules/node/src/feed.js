@@ -94,7 +94,7 @@ function feedJson(feed) {
     const items = new Map(names.map((name) => [name, tensorJson(name, feed[name])]));
     // The library finds an input by the first occurrence of its quoted name and starts its tensor at the
     // next {. So inputs named like a word inside a tensor ("data" is common) go first, and string tensors,
-    // which may contain any name, last. Inputs that are both are tried in either place.
+    // which may contain any name, last. Inputs that are both are tried in either position.
     const words = new Set([...MEMBERS, ...names.map((name) => feed[name].dtype)]);
     const isStrings = (name) => Number(STRINGS.includes(feed[name].dtype));
     const isNoWord = (name) => Number(!words.has(name));

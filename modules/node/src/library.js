@@ -13,7 +13,7 @@ const workers = require('./workers');
 
 const FILE = process.platform === 'win32' ? 'onnxruntime_vornic.dll' : 'libonnxruntime_vornic.so.1';
 
-/** The library to load: the file given, that of the environment, the module's own, or the system's. */
+/** The library to load: the one given, the environment's, the module's own or the system's. */
 function choose(given) {
     const named = given || process.env.ONNXRUNTIME_VORNIC_LIBRARY;
     // By full path: the loader could find another library of that name, next to another ONNX Runtime

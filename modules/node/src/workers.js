@@ -1,6 +1,6 @@
 // Releases the handles of terminated workers. worker.terminate() runs no more code in the worker, not even
-// finalizers, so its handles would leak. Workers therefore enter them in a table shared by all threads, and
-// after a worker's exit the thread that created it releases those that remain. No call of the worker is in
+// finalizers, so its handles would leak. Workers therefore enter them in a table shared by all threads; once a
+// worker has exited, the thread that created it releases those that remain. No call of the worker is in
 // progress then: Node.js waits for asynchronous ones too.
 'use strict';
 
@@ -62,7 +62,7 @@ function releaseAllOf(thread) {
 koffi.load(null); // koffi.call crashes in a thread that has not loaded a library
 const releaseType = koffi.proto('void', ['void *']);
 process.on('worker', (worker) => {
-    const { threadId } = worker; // is lost at its exit
+    const { threadId } = worker; // no longer available once it has exited
     worker.once('exit', () => releaseAllOf(threadId));
 });
 

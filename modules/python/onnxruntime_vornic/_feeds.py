@@ -80,7 +80,7 @@ def feed_json(feed: Feed) -> str:
     items = {name: tensor_json(name, item) for name, item in feed.items()}
     # The library finds an input by the first occurrence of its quoted name and starts its tensor at
     # the next {. So inputs named like a word inside a tensor ("data" is common) go first, and string
-    # tensors, which may contain any name, last. Inputs that are both are tried in either place.
+    # tensors, which may contain any name, last. Inputs that are both are tried in either position.
     words = {*_MEMBERS, *(item["dtype"] for item in feed.values())}
     orders = (
         lambda name: (feed[name]["dtype"] in _STRINGS, name not in words),

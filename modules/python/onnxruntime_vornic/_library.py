@@ -49,7 +49,7 @@ class Library:
 
     @property
     def providers(self) -> List[str]:
-        """The execution providers of this ONNX Runtime. Not to be read by two threads at once."""
+        """The execution providers of this ONNX Runtime. Two threads must not read this at once."""
         text: bytes = self.functions.get_available_providers_json()
         providers: List[str] = parsed(text.decode(), "providers")
         return providers
@@ -109,7 +109,7 @@ class Library:
     def adopt(self, address: int, shape: Sequence[int]) -> FloatTensor:
         """A float32 tensor over memory from malloc, which the tensor will free.
 
-        On failure the memory stays the caller's. On Windows it must come from msvcrt.dll's malloc.
+        On failure the memory still belongs to the caller. On Windows it must come from msvcrt.dll's malloc.
         """
         sizes = (ctypes.c_int64 * len(shape))(*shape)
         count = 1

@@ -115,7 +115,7 @@ def bundled_files() -> List[pathlib.Path]:
 
 
 def choose(path: Union[str, bytes, "os.PathLike[Any]", None]) -> Tuple[str, List[pathlib.Path]]:
-    """The file to load, and those tried in vain if only its name is known."""
+    """The file to load, and the paths already tried if only its name is known."""
     named = path or os.environ.get("ONNXRUNTIME_VORNIC_LIBRARY")
     if named:
         text = os.fsdecode(named)
