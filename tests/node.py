@@ -44,13 +44,13 @@ def install(folder):
 
 def check_script(folder):
     """The script of calls, through the module's functions."""
-    script = (given.source / "tests/script.txt").read_text("latin-1")
+    shutil.copytree(given.source / "tests/script", folder / "script")
     if windows:
         # In a run without an input a kernel throws. Wine ends a process that throws on koffi's stack.
         unbound = r"(clear_inputs .*\n)\$result = run_with_iobinding .*\n"
-        script = re.sub(unbound, r"\1", script)
-    (folder / "script.txt").write_text(script, "latin-1")
-    player = [sys.executable, play.__file__, "script.txt", f"{drive}{models}"]
+        script = folder / "script/calls.txt"
+        script.write_text(re.sub(unbound, r"\1", script.read_text("latin-1")), "latin-1")
+    player = [sys.executable, play.__file__, "script", f"{drive}{models}"]
     command = [*player, *program, "module_calls.js", f"{drive}{given.library}"]
     check("the script of calls", 0, subprocess.call(command, cwd=folder, env=environment))
 

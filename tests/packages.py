@@ -35,7 +35,8 @@ def check_files(prefix):
     naming = [path for path in files if bytes(given.source) in path.read_bytes()]
     declarations = [path.read_text().count(");\n") for path in files if path.suffix == ".cdef"]
     check("files that name the checkout", [], naming)
-    check("scripts for authors of bindings", 1, sum(path.name == "script.txt" for path in files))
+    scripts = sorted(path.name for path in files if path.parent.name == "script")
+    check("scripts for authors of bindings", ["calls.txt", "feeds.txt"], scripts)
     check("functions for languages that read C", [58], declarations)
 
 
