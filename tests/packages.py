@@ -99,10 +99,8 @@ def check_on_windows(work, prefix):
     # Microsoft's linker, without a C runtime: the exit status says that ONNX Runtime was found.
     (work / "client.c").write_text(CLIENT)
     clang, link = (shutil.which(f"{name}-14") or name for name in ("clang", "lld-link"))
-    compile = (
-        "{clang} --target=x86_64-pc-windows-msvc -ffreestanding -I{prefix}/include -c client.c"
-    )
-    output(compile, clang=clang, prefix=prefix, cwd=work)
+    target = " --target=x86_64-pc-windows-msvc -ffreestanding"
+    output("{clang} -I{prefix}/include -c client.c" + target, clang=clang, prefix=prefix, cwd=work)
     options = "-entry:start -subsystem:console -nodefaultlib -out:{prefix}/bin/client.exe"
     files = " client.o {prefix}/lib/onnxruntime_vornic.lib"
     output("{link} " + options + files, link=link, prefix=prefix, cwd=work)

@@ -245,10 +245,9 @@ def scenes(script, models):
             sys.exit(f"FAILED: {place}: a line with <1> needs rows, and no other may have any")
         if text.startswith("== "):
             yield title, calls, words.copy()
-            title, model = f"{place}: {text[3:]}", re.search(r"\((\w+\.onnx)\)", text)
-            calls = (
-                [(place, f"$session = create_session '{models}/{model[1]}' null")] if model else []
-            )
+            title, calls = f"{place}: {text[3:]}", []
+            for model in re.findall(r"\((\w+\.onnx)\)", text):
+                calls.append((place, f"$session = create_session '{models}/{model}' null"))
         elif definition := re.fullmatch(r"([\w|]+): (.*)", text):
             words.update(dict.fromkeys(definition[1].split("|"), definition[2]))
         else:
