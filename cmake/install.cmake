@@ -83,7 +83,8 @@ if(TARGET vornic_example_model)
 endif()
 
 # For authors of bindings: a script of calls with the expected results, and the models it uses.
-install(FILES tests/script.txt tests/play.py tests/caller.cpp DESTINATION "${CMAKE_INSTALL_DOCDIR}/tests")
+install(DIRECTORY tests/script DESTINATION "${CMAKE_INSTALL_DOCDIR}/tests")
+install(FILES tests/play.py tests/caller.cpp DESTINATION "${CMAKE_INSTALL_DOCDIR}/tests")
 install(FILES tests/support/make_models.py DESTINATION "${CMAKE_INSTALL_DOCDIR}/tests/support")
 
 # The licences of everything that is installed, in one file, and the texts that it refers to.

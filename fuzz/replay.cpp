@@ -16,7 +16,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 namespace {
 
 void replay(const std::string& text, const std::string& series, uint64_t index) {
-    g_position = {series, index};
+    g_series = series;
+    g_index = index;
     LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t*>(text.data()), text.size());
 }
 

@@ -110,10 +110,7 @@ std::string Caller::answer(const std::string& request) {
 int main(int argc, char** argv) {
     std::map<std::string, std::string> options = {{"--state", "default"}, {"--threads", "0"}};
     for (; argc > 3; argv += 2, argc -= 2) options[argv[1]] = argv[2];
-    if (argc != 2 || options.size() != 2) {
-        std::cerr << "usage: caller [--state STATE] [--threads N] LIBRARY\n";
-        return 2;
-    }
+    if (argc != 2 || options.size() != 2) return std::cerr << "see the head of caller.cpp\n", 2;
     if (!use_decimal_commas()) return std::cerr << "no locale with decimal commas\n", 2;
     static Caller& caller = *new Caller{strcmp(argv[1], "-") != 0 ? argv[1] : nullptr, 0};
     const char* const states[] = {"default", "traps", "flush", "down", "up", "zero"};

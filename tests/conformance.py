@@ -71,19 +71,15 @@ def check(result, expected):
         check_values(numpy.array(got["data"], values.dtype), values.ravel())
 
 
-def tensors(inputs):
-    return {name: tensor(dtype, values.shape, values) for name, dtype, values in inputs}
-
-
 def run_json(session, inputs, expected):
-    with session.run(tensors(inputs)) as result:
+    with session.run({name: tensor(t, v.shape, v) for name, t, v in inputs}) as result:
         check(result, expected)
 
 
 def run_binding(session, inputs, expected):
     with session.binding() as binding:
-        for name, item in tensors(inputs).items():
-            binding.bind_input(name, item)
+        for name, dtype, values in inputs:
+            binding.bind_input(name, tensor(dtype, values.shape, values))
         for output, _, _ in expected:
             binding.bind_output(output)
         with binding.run() as result:
@@ -102,7 +98,7 @@ def run_tensor(session, inputs, expected):
                 check_values(numpy.array(result.floats), first)
 
 
-def run_test(library, folder, counts):
+def run_test(folder):
     graph = onnx.load(str(folder / "model.onnx")).graph
     for data in sorted(folder.glob("test_data_set_*")):
         inputs = list(read_tensors(data, "input", graph.input))
@@ -115,33 +111,24 @@ def run_test(library, folder, counts):
             counts[run.__name__] += 1
 
 
-def main(library, folder, pattern="*"):
-    library, counts, skipped = (
-        Library(library),
-        collections.Counter(),
-        collections.defaultdict(list),
-    )
-    otherwise, passed, failed = re.compile(OTHERWISE.replace("\n", "")), 0, 0
-    for model in sorted(pathlib.Path(folder).glob(f"{pattern}/model.onnx")):
-        test = model.parent.name
-        try:
-            run_test(library, model.parent, counts)
-            passed += 1
-        except (AssertionError, Skip, VornicError) as error:
-            if isinstance(error, Skip):
-                skipped[str(error)].append(test)
-            elif str(error).startswith("CreateSession failed"):
-                skipped["ONNX Runtime refuses the model"].append(test)
-            elif isinstance(error, AssertionError) and otherwise.fullmatch(test):
-                skipped["ONNX Runtime alone differs too, or is random"].append(test)
-            else:
-                failed += 1
-                print(f"FAILED: {test}: {error}")
-    for reason, tests in sorted(skipped.items(), key=lambda row: -len(row[1])):
-        print(f"skipped {len(tests)}: {reason} (the first is {tests[0]})")
-    count = sum(map(len, skipped.values()))
-    print(f"data sets: {dict(counts)}\n{passed} passed, {failed} failed, {count} skipped")
-    return not passed or failed > 0
+def outcome(test):
+    """Whether a test passed or failed, or why it was skipped."""
+    try:
+        run_test(test)
+        return "passed"
+    except Skip as reason:
+        return str(reason)
+    except (AssertionError, VornicError) as error:
+        if str(error).startswith("CreateSession failed"):
+            return "ONNX Runtime refuses the model"
+        if isinstance(error, AssertionError) and re.fullmatch(OTHERWISE, test.name, re.X):
+            return "ONNX Runtime alone differs too, or is random"
+        print(f"FAILED: {test.name}: {error}")
+        return "failed"
 
 
-sys.exit(main(*sys.argv[1:]))
+library, counts, outcomes = Library(sys.argv[1]), collections.Counter(), collections.Counter()
+for model in pathlib.Path(sys.argv[2]).glob("".join(sys.argv[3:] or "*") + "/model.onnx"):
+    outcomes[outcome(model.parent)] += 1
+print(f"data sets: {dict(counts)}", *outcomes.most_common(), sep="\n")
+sys.exit(outcomes["failed"] > 0 or not outcomes["passed"])

@@ -57,11 +57,16 @@ def output(template, *more, cwd=None, env={}, **values):
     return out if status == 0 else sys.exit(f"FAILED: {command} exited with {status}: {out}{err}")
 
 
+def signatures():
+    """The types of the result and the arguments of each function that the header declares."""
+    cdef = (given.build / "onnxruntime_vornic.cdef").read_text()
+    functions = re.findall(r"(\S.*?) ?onnxruntime_vn_(\w+)\((.*)\);", cdef)
+    typed = r"((?:const )?\w+\*?) \w+(?:, |$)"
+    return {name: [result, *re.findall(typed, rest)] for result, name, rest in functions}
+
+
 def declared():
-    """The functions that the header declares, in the order of their names."""
-    text = (given.source / "include/onnxruntime_vornic.h").read_text()
-    text = re.sub(r"/\*.*?\*/", "", text, flags=re.DOTALL)
-    return sorted(set(re.findall(r"\bonnxruntime_vn_\w+(?=\()", text)))
+    return sorted("onnxruntime_vn_" + name for name in signatures())
 
 
 def finish():

@@ -26,9 +26,8 @@ def on_linux():
 
 def on_windows():
     table, symbols = output("{objdump} -p {library}"), output("{nm} {library}")
-    version = re.findall(
-        r'VERSION "(.*)"', (given.source / "include/onnxruntime_vornic.h").read_text()
-    )
+    header = (given.source / "include/onnxruntime_vornic.h").read_text()
+    version = re.findall(r'VERSION "(.*)"', header)
     properties = given.library.read_bytes().decode("utf-16le", "replace")
     delayed = ["__DELAY_IMPORT_DESCRIPTOR_libonnxruntime_delayed_a"]
     hardening = r"(?:DllCharacteristics|Time/Date stamp)\s+(\d+)$"

@@ -24,11 +24,8 @@ using namespace vornic;
 using Random = std::mt19937_64;
 
 // The input being checked, for the report of a failure: "fuzz/corpus/json/empty, variation" 17.
-struct Position {
-    std::string series;
-    uint64_t index = 0;
-};
-inline Position g_position;
+inline std::string g_series;
+inline uint64_t g_index = 0;
 
 __attribute__((format(gnu_printf, 1, 2))) inline std::string printed(const char* format, ...) {
     char text[1300];
@@ -54,8 +51,8 @@ inline std::string escaped(std::string_view text) {
                               const std::string& expected, const std::string& got) {
     fprintf(stderr,
             "FAILED: %s\n  where     %s %llu\n  input     %s\n  expected  %s\n  got       %s\n",
-            check.c_str(), g_position.series.c_str(), g_position.index + 0ull, input.c_str(),
-            expected.c_str(), got.c_str());
+            check.c_str(), g_series.c_str(), g_index + 0ull, input.c_str(), expected.c_str(),
+            got.c_str());
     abort();
 }
 

@@ -35,7 +35,8 @@ def check_files(prefix):
     naming = [path for path in files if bytes(given.source) in path.read_bytes()]
     declarations = [path.read_text().count(");\n") for path in files if path.suffix == ".cdef"]
     check("files that name the checkout", [], naming)
-    check("scripts for authors of bindings", 1, sum(path.name == "script.txt" for path in files))
+    scripts = sorted(path.name for path in files if path.parent.name == "script")
+    check("scripts for authors of bindings", ["calls.txt", "feeds.txt"], scripts)
     check("functions for languages that read C", [58], declarations)
 
 
@@ -98,10 +99,8 @@ def check_on_windows(work, prefix):
     # Microsoft's linker, without a C runtime: the exit status says that ONNX Runtime was found.
     (work / "client.c").write_text(CLIENT)
     clang, link = (shutil.which(f"{name}-14") or name for name in ("clang", "lld-link"))
-    compile = (
-        "{clang} --target=x86_64-pc-windows-msvc -ffreestanding -I{prefix}/include -c client.c"
-    )
-    output(compile, clang=clang, prefix=prefix, cwd=work)
+    target = " --target=x86_64-pc-windows-msvc -ffreestanding"
+    output("{clang} -I{prefix}/include -c client.c" + target, clang=clang, prefix=prefix, cwd=work)
     options = "-entry:start -subsystem:console -nodefaultlib -out:{prefix}/bin/client.exe"
     files = " client.o {prefix}/lib/onnxruntime_vornic.lib"
     output("{link} " + options + files, link=link, prefix=prefix, cwd=work)

@@ -1,7 +1,8 @@
-"""Plays a script of calls, as the head of script.txt says, through a program, as caller.cpp says."""
+"""Plays scripts of calls, as script/calls.txt explains, through a program, as caller.cpp explains."""
 import argparse
 import array
 import contextlib
+import fileinput
 import itertools
 import os
 import pathlib
@@ -202,11 +203,11 @@ class Player:
         return self.played > 0 and self.failed == status == 0
 
 
-def lines_of(path):
-    """Every line as [place, text, rows], with the lines that continue it."""
-    lines = []
-    for number, text in enumerate(open(path, encoding="latin-1"), 1):
-        text, place = text.rstrip("\n"), f"{path}:{number}"
+def lines_of(script):
+    """Every line of a file, or of a folder's, as [place, text, rows] with the lines that continue it."""
+    lines, files = [], sorted(pathlib.Path(script).glob("*.txt")) or [script]
+    for text in (given := fileinput.FileInput(files, encoding="latin-1")):
+        text, place = text.rstrip("\n"), f"{given.filename()}:{given.filelineno()}"
         if text.startswith(8 * " "):
             last = (lines[-1][2] or lines)[-1]
             is_outside = last is lines[-1] and not re.match(r"[\w|]+: ", last[1])
@@ -237,18 +238,17 @@ def spelled(text, words):
         choice += 1
 
 
-def scenes(path, models):
+def scenes(script, models):
     """Each scene as its title, its calls with their places, and the words that are defined."""
     words, title, calls = {"models": models}, "", []
-    for place, text, rows in lines_of(path):
+    for place, text, rows in lines_of(script):
         if bool(rows) != ("<1>" in text):
             sys.exit(f"FAILED: {place}: a line with <1> needs rows, and no other may have any")
         if text.startswith("== "):
             yield title, calls, words.copy()
-            title, model = f"{place}: {text[3:]}", re.search(r"\((\w+\.onnx)\)", text)
-            calls = (
-                [(place, f"$session = create_session '{models}/{model[1]}' null")] if model else []
-            )
+            title, calls = f"{place}: {text[3:]}", []
+            for model in re.findall(r"\((\w+\.onnx)\)", text):
+                calls.append((place, f"$session = create_session '{models}/{model}' null"))
         elif definition := re.fullmatch(r"([\w|]+): (.*)", text):
             words.update(dict.fromkeys(definition[1].split("|"), definition[2]))
         else:
@@ -267,7 +267,7 @@ def main():
     add("--threads", type=int, default=0, help="the number that PROGRAM is told to start")
     add("--rounds", type=int, default=1, help="how often the script is played")
     add("--then", choices=["leave", "unload"], help="what is done after each round")
-    add("script")
+    add("script", help="a file, or a folder whose files are played in the order of their names")
     add("models", help="a folder that make_models.py has filled")
     add("program", nargs=argparse.REMAINDER, help="with its arguments")
     given = parser.parse_args()

@@ -10,10 +10,9 @@ import json
 import math
 import os
 import random
-import re
 import sys
 
-from delivery import check, finish, given, models
+from delivery import check, finish, given, models, signatures
 
 sys.path.insert(0, str(given.source / "modules/python"))
 import onnxruntime_vornic as binding
@@ -27,6 +26,8 @@ JUNK += [{"data": [9]}, "\0", "\ud800", "é" * 2048, *WORDS]
 FEED = {"x": tensor("float32", [1, 3], [1, 2, 3])}
 SETTINGS = dict(inter_op_num_threads=1, execution_mode=0, profiling=False, mem_pattern=True)
 SETTINGS.update(cpu_mem_arena=True, log_id="me", log_verbosity_level=0, log_severity_level=3)
+CTYPES = {"int32_t": ctypes.c_int32, "float": ctypes.c_float, "void": None}
+CTYPES["const char*"] = ctypes.c_char_p
 # An input of types.onnx, what replaces its tensor, and how the refusal begins.
 BAD = """in_float32 {"dtype":"float32","shape":[1],"data":"16000"} ! data must be an array
 in_float32 {"dtype":"float32","shape":[1]} ! a tensor must have dtype, shape and data
@@ -191,22 +192,12 @@ def check_examples():
             check(f"{run} examples in {name}", 0, wrong)
 
 
-def ctype(declared):
-    """What ctypes calls the type of a C declaration."""
-    if "*" in declared:
-        return ctypes.c_char_p if declared.startswith("const char*") else ctypes.c_void_p
-    return {"int32_t": ctypes.c_int32, "float": ctypes.c_float, "void": None}[declared.split()[0]]
-
-
 def check_signatures():
     """Every function is declared to ctypes as the header declares it, and has been called."""
-    cdef = (given.build / "onnxruntime_vornic.cdef").read_text()
-    declared = re.findall(r"(.*?) ?onnxruntime_vn_(\w+)\((.*)\);", cdef)
-    for result, name, arguments in declared:
-        types = [result] + [each for each in arguments.split(", ") if each != "void"]
-        check(f"signature of {name}", [*map(ctype, types)], [*_native.SIGNATURES[name]])
-    names = {name for _, name, _ in declared}
-    check("functions that were not called", set(), names.symmetric_difference(called))
+    for name, types in signatures().items():
+        expected = [CTYPES.get(each, ctypes.c_void_p) for each in types]
+        check(f"signature of {name}", expected, [*_native.SIGNATURES[name]])
+    check("functions that were not called", set(), set(signatures()).symmetric_difference(called))
 
 
 for name in _native.SIGNATURES:

@@ -30,12 +30,12 @@ inline int verify(int argc, char** argv, std::span<const Verification> verificat
     signal(SIGSEGV, [](int) { fail("memory accesses", "", "inside the input", "outside it"); });
     for (const Verification& one : verifications) {
         const auto count = static_cast<uint64_t>(std::max(one.least, ceil(one.count * fraction)));
-        g_position.series = std::string(one.name) + ", input";
+        g_series = std::string(one.name) + ", input";
         uint64_t checked = 0;
         for (uint64_t first = part * kBlock; first < count; first += parts * kBlock) {
             Random random(first);
             const uint64_t end = std::min(first + kBlock, count);
-            for (uint64_t i = first; i < end; ++i) one.check(g_position.index = i, random);
+            for (uint64_t i = first; i < end; ++i) one.check(g_index = i, random);
             checked += end - first;
         }
         printf("%-52s %12llu  ok\n", one.name, checked + 0ull);

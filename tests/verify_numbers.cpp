@@ -26,13 +26,13 @@ void check_midpoint(uint64_t, Random& random) {
 // The numbers that proofs/hard_roundings.py prints.
 int check_hard_numbers(FILE* lines) {
     char text[64];
-    g_position.series = "hardest roundings, line";
-    for (; fscanf(lines, "%63s", text) == 1; ++g_position.index) {
+    g_series = "hardest roundings, line";
+    for (; fscanf(lines, "%63s", text) == 1; ++g_index) {
         check_read(text);
         check_number(strtod(text, nullptr));
     }
-    printf("%-52s %12llu  ok\n", "hardest roundings", g_position.index + 0ull);
-    return g_position.index > 0 ? 0 : 1;
+    printf("%-52s %12llu  ok\n", "hardest roundings", g_index + 0ull);
+    return g_index > 0 ? 0 : 1;
 }
 
 void check_power_of_ten(uint64_t index, Random&) {

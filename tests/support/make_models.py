@@ -33,13 +33,11 @@ NUMBERS = "float32 float64 int8 int16 int32 int64 uint8 uint16 uint32 uint64".sp
 ODD = {"shape": "int8", "a{b": "int64", 'q"\\': "float32", "tail\\": "string"}
 ODD.update({"é,": "string", "bool": "bool", "x": "string"})
 PROPERTIES = {"double": {"key": 'va"lue'}, "words": {"one": "1", "two": "1"}}
-ELEMENTS = {"float32": TensorProto.FLOAT, "float64": TensorProto.DOUBLE}
-node = helper.make_node
 
 
 def value(name, dtype, shape):
-    element = ELEMENTS.get(dtype) or getattr(TensorProto, dtype.upper())
-    return helper.make_tensor_value_info(name, element, shape)
+    kind = {"float32": "FLOAT", "float64": "DOUBLE"}.get(dtype) or dtype.upper()
+    return helper.make_tensor_value_info(name, TensorProto.DataType.Value(kind), shape)
 
 
 def model(graph):
@@ -55,30 +53,21 @@ def model(graph):
 
 def identities(name, ports, shape):
     """A model with an output for each input, from (input, output, dtype)."""
-    nodes = [node("Identity", [i], [o]) for i, o, _ in ports]
+    nodes = [helper.make_node("Identity", [i], [o]) for i, o, _ in ports]
     inputs = [value(i, dtype, shape) for i, _, dtype in ports]
     outputs = [value(o, dtype, shape) for _, o, dtype in ports]
     model(helper.make_graph(nodes, name, inputs, outputs))
-
-
-def kinds():
-    """A sequence, and tensors of the highest rank that has a description and of one more."""
-    nodes = [node("SequenceLength", ["s"], ["y"])]
-    inputs = [helper.make_tensor_sequence_value_info("s", TensorProto.FLOAT, None)]
-    outputs = [value("y", "int64", [])]
-    for rank in (16, 17):
-        name = f"rank{rank}"
-        nodes.append(node("Identity", [name], ["same " + name]))
-        inputs.append(value(name, "float32", [1] * rank))
-        outputs.append(value("same " + name, "float32", [1] * rank))
-    model(helper.make_graph(nodes, "kinds", inputs, outputs))
 
 
 folder, *wanted = sys.argv[1:] or sys.exit(__doc__)
 os.makedirs(folder, exist_ok=True)
 for text in GRAPHS.strip().replace("B", "b" * 200).replace(" }\n", " }|").split("|"):
     model(parser.parse_graph(text))
-kinds()
+# A sequence, and tensors of the highest rank that has a description and of one more.
+inputs = [helper.make_tensor_sequence_value_info("s", TensorProto.FLOAT, None)]
+inputs += [value(f"rank{rank}", "float32", [1] * rank) for rank in (16, 17)]
+node = helper.make_node("SequenceLength", ["s"], ["y"])
+model(helper.make_graph([node], "kinds", inputs, [value("y", "int64", [])]))
 identities("words", [("x", "same x", "int64"), ("data", "same data", "string")], ["n", 2])
 identities("types", [("in_" + t, "out_" + t, t) for t in [*NUMBERS, "bool", "string"]], ["n"])
 for name, count in (("wide", 20), ("sixteen", 16)):

@@ -12,12 +12,5 @@ inline void set_float_state(uint64_t state) {
     __asm__ volatile("msr fpcr, %0\n\tmsr fpsr, %1" : : "r"(state & 0xffffffff), "r"(state >> 32));
 }
 
-// Raises an exception flag.
-inline void raise_float_flags() {
-    uint64_t flags;
-    __asm__ volatile("mrs %0, fpsr" : "=r"(flags));
-    __asm__ volatile("msr fpsr, %0" : : "r"(flags | 0x10));
-}
-
 // The default; all traps, which few processors have; denormals flushed; rounding down, up, to zero.
 constexpr uint64_t kFloatStates[] = {0, 0x9f00, 0x1000000, 0x800000, 0x400000, 0xc00000};

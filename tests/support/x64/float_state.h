@@ -17,12 +17,6 @@ inline void set_float_state(uint64_t state) {
     _mm_setcsr(static_cast<unsigned>(state));
 }
 
-// Raises an exception flag in each unit, where it does not trap.
-inline void raise_float_flags() {
-    __asm__ volatile("fld1\n\tfldpi\n\tfdivrp\n\tfstp\t%%st(0)" : : : "st");
-    _mm_setcsr(_mm_getcsr() | 0x20);
-}
-
 // The default; all traps, which few processors have; denormals flushed; rounding down, up, to zero.
 constexpr uint64_t kFloatStates[] = {0x37f'00001f80, 0x340'00000000, 0x37f'00009fc0,
                                      0x77f'00003f80, 0xb7f'00005f80, 0xf7f'00007f80};
