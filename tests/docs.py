@@ -7,7 +7,6 @@ docs/images.md tell a red image from a green one.
 import os
 import pathlib
 import re
-import subprocess
 import sys
 import tempfile
 
@@ -43,10 +42,9 @@ def check_messages():
 def check_reference():
     with tempfile.TemporaryDirectory() as folder:
         settings = (root / "docs/Doxyfile").read_text() + f"\nOUTPUT_DIRECTORY = {folder}\n"
-        command = dict(cwd=root, input=settings, text=True, capture_output=True)
-        done = subprocess.run([given.doxygen, "-"], **command)
+        status, _, err = run(given.doxygen, "-", cwd=root, feed=settings)
         reference = "".join(page.read_text() for page in pathlib.Path(folder).rglob("*_8h.html"))
-    check("Doxygen's status and warnings", (0, ""), (done.returncode, done.stderr))
+    check("Doxygen's status and warnings", (0, ""), (status, err))
     missing = [name for name in declared() if f"</span>{name}()</h2>" not in reference]
     check("functions that the reference lacks", [], missing)
 
@@ -82,8 +80,6 @@ def check_image_programs():
             check(what, (0, f"{index}\n", ".*"), (status, out, err))
 
 
-check_messages()
-check_reference()
-check_links()
-check_image_programs()
+for part in (check_messages, check_reference, check_links, check_image_programs):
+    part()
 finish()

@@ -22,10 +22,7 @@ TSC = """node {deps}/node/node_modules/typescript/bin/tsc --strict --target es20
 EXAMPLE = r"""x float32 \[ -1, 3 \]
 y \[ 1, 3 \] \[ 2, 5, 6 \]
 Float32Array\(3\) \[ 8, 10, 12 \]
-2
-4
-6
-8
+2\n4\n6\n8
 .*must have 3 items.*"""
 
 
