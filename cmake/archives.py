@@ -7,7 +7,7 @@ import zipfile
 
 ROOT = pathlib.Path(__file__).resolve().parents[1]
 # The timestamp of all files: 1980 at the earliest, since .zip archives hold no earlier one.
-EPOCH = max(int(os.environ.get("SOURCE_DATE_EPOCH", time.time())), 315532800)
+EPOCH = max(int(os.environ.get("SOURCE_DATE_EPOCH", 0)), 315532800)
 # MinGW's strip writes the time into what it strips; .zip archives hold local time.
 os.environ.update(SOURCE_DATE_EPOCH=str(EPOCH), TZ="UTC")
 time.tzset()
