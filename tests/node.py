@@ -1,5 +1,4 @@
 """Checks the module for Node.js as npm installs it, without a network, in an empty folder."""
-import json
 import os
 import pathlib
 import shutil
@@ -7,16 +6,14 @@ import subprocess
 import sys
 import tempfile
 
-from delivery import DETECTS, check, finish, output, run, signatures
+import play
+from delivery import DETECTS, check, declared, finish, output, run
 from delivery import detector, drive, given, models, windows
 
 deps, platform = given.source / ".deps", "win32-x64" if windows else "linux-x64"
 program = [*given.runner, deps / "node/node.exe"] if windows else ["node"]
 environment = {**os.environ, "NODE_SKIP_PLATFORM_CHECK": "1"}
-FILES = "tests/module.mjs examples/node/detect.js modules/node/example.ts"
-# What koffi calls the types of the header; other pointers are "void *".
-KOFFI = {"const char*": "str", "const float*": "const float *", "const int64_t*": "const int64_t *"}
-KOFFI.update((each, each) for each in ("int32_t", "float", "void"))
+FILES = "tests/module.mjs tests/module_calls.js examples/node/detect.js modules/node/example.ts"
 TSC = """node {deps}/node/node_modules/typescript/bin/tsc --strict --target es2022 --module node16
     --types node --typeRoots {deps}/node/node_modules/@types example.ts"""
 EXAMPLE = r"""x float32 \[ -1, 3 \]
@@ -48,12 +45,10 @@ def check_module(folder):
     check("detect.js, no model", nowhere, run(*program, "detect.js", "nowhere", **settings))
     command = [*program, "--expose-gc", "module.mjs", f"{drive}{models}", detector]
     status, out, err = run(*command, **settings)
-    check("what the classes call", (0, sorted(signatures()), ".*"), (status, out.split(), err))
-    types = {name: [KOFFI.get(t, "void *") for t in s] for name, s in signatures().items()}
-    types["result_float_data"][0] = "void *"  # the address of an array of any size
-    shown = "JSON.stringify(require('./node_modules/onnxruntime-vornic/src/functions'))"
-    _, out, _ = run(*program, "-p", shown, **settings)
-    check("types of results and arguments", types, json.loads(out))
+    check("what the classes call", (0, declared(), ".*"), (status, out.split(), err))
+    player = [sys.executable, play.__file__, given.source / "tests/script", f"{drive}{models}"]
+    command = [*player, *program, "module_calls.js", f"{drive}{given.library}"]
+    check("the script of calls", 0, subprocess.call(command, **settings))
     if not windows:  # the compiler is the same everywhere
         output(TSC, deps=deps, cwd=folder)
         got = run("node", "example.js", models / "double.onnx", **settings)
