@@ -1,4 +1,5 @@
 """Checks the module for Node.js as npm installs it, without a network, in an empty folder."""
+import json
 import os
 import pathlib
 import shutil
@@ -7,7 +8,7 @@ import sys
 import tempfile
 
 import play
-from delivery import DETECTS, check, declared, finish, output, run
+from delivery import DETECTS, check, check_declarations, declared, finish, output, run
 from delivery import detector, drive, given, models, windows
 
 deps, platform = given.source / ".deps", "win32-x64" if windows else "linux-x64"
@@ -46,6 +47,9 @@ def check_module(folder):
     command = [*program, "--expose-gc", "module.mjs", f"{drive}{models}", detector]
     status, out, err = run(*command, **settings)
     check("what the classes call", (0, declared(), ".*"), (status, out.split(), err))
+    shown = "JSON.stringify(require('./node_modules/onnxruntime-vornic/src/functions'))"
+    types = json.loads(run(*program, "-p", shown, **settings)[1])
+    check_declarations(types, ("void", "int32_t", "float"))
     player = [sys.executable, play.__file__, given.source / "tests/script", f"{drive}{models}"]
     command = [*player, *program, "module_calls.js", f"{drive}{given.library}"]
     check("the script of calls", 0, subprocess.call(command, **settings))
