@@ -314,7 +314,7 @@ ONNXRUNTIME_VN_API(void) onnxruntime_vn_release_run_options(OrtRunOptions* optio
  * a JSON array of at most 16 output names, in any order, repetitions allowed; null, "" or exactly
  * [] selects every output. A model with more than 16 inputs is run with its first 16; outputs after
  * the 16th cannot be selected. A name of more than 127 bytes is recorded as its first 127: a feed
- * with the whole name lacks that input, and ONNX Runtime rejects the cut name, as it does an
+ * with the whole name lacks that input, and ONNX Runtime refuses the cut name, as it does an
  * output's if every output is selected. A binding can run such a model.
  * @return null with "invalid InferenceSession", "input_feed_json is empty", "out of memory",
  *         "missing input '...' in feed JSON", "input feed item must be an object", a message about

@@ -25,14 +25,14 @@ static int complain(const char* what, const char* why) {
     return FAILED;
 }
 
-/* Prints the library's message; a few failures set none. */
+/* Prints the library's message, or a hint after the few failures that set none. */
 static int library_failed(void) {
     const char* text = onnxruntime_vn_last_error();
     return complain(text[0] ? text : "no reason given",
                     text[0] ? "" : "is a \"shape\" or \"data\" missing?");
 }
 
-/* The library cuts a text that reaches its limit. */
+/* Warns about a text at its limit, which the library may have cut. */
 static int check_cut(const char* what, const char* text, size_t limit) {
     return strlen(text) < limit ? OK : complain(what, "warning: cut at the text's limit");
 }

@@ -84,7 +84,7 @@ static char* write_zeros(char* at, const Value* value, const char** why) {
     return at + sprintf(at, "]}");
 }
 
-/* Whether an input's name is also a key or a type name in tensors. The library, which searches for names, would
+/* Whether an input's name is also a key or type name. The library, which searches for names, would
  * find it inside an earlier tensor, so such inputs come first. */
 static int is_word(const char* name) {
     static const char* const words[] = {"dtype",  "shape",  "data",   "float32", "float64",

@@ -58,7 +58,7 @@ static int number_of(const char* text, long most) {
     return *text != '\0' && *end == '\0' && number > 0 && number <= most ? (int)number : 0;
 }
 
-/* NAME or NAME=JSON */
+/* Appends a provider written as NAME or NAME=JSON. */
 static int append_provider(SessionOptions* session, const char* text) {
     char name[128];
     const char* json = strchr(text, '=');

@@ -1,4 +1,4 @@
-// The run with a binding: inputs and outputs are those bound.
+// The run with a binding, on its bound inputs and outputs.
 #include "binding/io_binding.h"
 #include "core/allocator.h"
 #include "core/bounded_text.h"

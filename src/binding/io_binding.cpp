@@ -15,7 +15,7 @@ using namespace vornic;
 
 namespace {
 
-// The name by which ONNX Runtime knows a bound input.
+// The whole name of a bound input, as passed to ONNX Runtime.
 const char* bound_name(const IoBinding* binding, uint64_t index) {
     const char* whole = binding->whole_names[index];
     return whole != nullptr ? whole : binding->inputs[index].name;
@@ -38,8 +38,8 @@ void free_whole_name(IoBinding* binding, uint64_t index) {
 }
 
 // ONNX Runtime may keep a value although it refuses to bind it, and after refusing one name it
-// refuses every later bind, storing those values too. Only clearing the inputs ends this, so the
-// accepted ones are bound again. If one of them is refused this time, the next run reports it as
+// refuses every later bind, storing those values too. Only clearing the inputs ends this; the
+// accepted ones are then bound again. If one is refused this time, the next run reports it as
 // missing.
 void rebind_accepted(IoBinding* binding) {
     g_api->ClearBoundInputs(binding->io_binding);

@@ -1,5 +1,5 @@
-// Text in a fixed array. Writers append without checking the space left: what does not fit is cut
-// silently, and the text always ends with a terminator inside the array.
+// Text in an array of fixed size. Callers append without checking the space left: text that does not
+// fit is cut silently, and the terminator is always inside the array.
 #pragma once
 
 #include <stdint.h>

@@ -1,4 +1,4 @@
-// Decimal points for the calling thread while a scope lasts, whatever the host's locale.
+// Makes the calling thread use decimal points while a scope lasts, whatever the host's locale.
 #pragma once
 
 namespace vornic {
@@ -6,7 +6,7 @@ namespace vornic {
 // The thread's own locale, saved if it has to be changed.
 struct HostLocale {
     bool is_changed;
-    bool is_thread_own;  // Windows: whether the thread had a locale of its own
+    bool is_thread_own;  // Windows: whether the thread had its own locale
     void* locale;        // POSIX: the thread's locale
     char numeric[256];   // Windows: name of the thread's numeric locale
 };
@@ -21,8 +21,8 @@ void leave_c_locale(const HostLocale& host);
 // ONNX Runtime converts numbers to and from text with the C library: constants in operator schemas
 // when the process creates its first environment, constants of functions that it inlines when it
 // creates a session, and the elements of a Cast between strings and floats during a run. Under a
-// locale with decimal commas all of these go wrong. ONNX Runtime's own threads, which matter only
-// when a session runs operators in parallel, cannot be reached from here.
+// locale with decimal commas all of these go wrong. The locale of ONNX Runtime's own threads, which
+// matters only when a session runs operators in parallel, cannot be set from here.
 class CLocaleScope {
 public:
     CLocaleScope() : is_entered_(enter_c_locale(&host_)) {}

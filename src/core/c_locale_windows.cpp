@@ -11,7 +11,7 @@ using namespace vornic;
 
 namespace {
 
-// ucrtbase.dll's values, which differ in part from those in the older library's header.
+// ucrtbase.dll's values, some of which differ from those in the older library's header.
 constexpr int kNumericCategory = 4;
 constexpr int kThreadHasOwnLocale = 1;
 constexpr int kThreadSharesLocale = 2;

@@ -6,7 +6,7 @@
 
 namespace vornic {
 
-// The host's state, in the processor's own format. There is one source file per architecture.
+// The host's state, in the processor's format. There is one source file per architecture.
 struct HostFloatState {
     uint32_t control;
     uint32_t flags;       // arm64: FPSR; on x64 MXCSR, in `control`, holds them too
@@ -18,7 +18,7 @@ struct HostFloatState {
 void enter_default_float_state(HostFloatState* host);
 void leave_default_float_state(const HostFloatState& host);
 
-// The default state while a scope lasts: no traps, round to nearest, denormals kept. Hosts differ
+// Sets the default state while a scope lasts: no traps, round to nearest, denormals kept. Hosts differ
 // (Pascal and Lisp enable traps, audio software flushes denormals) and results must not; the
 // threads that ONNX Runtime creates inherit the state of the creating thread. The host's state is
 // restored exactly, exception flags included.

@@ -1,5 +1,5 @@
-// The state that ONNX Runtime's results depend on, set for the calling thread while a scope lasts:
-// the default floating-point environment and decimal points. The host's own is restored at the end.
+// Sets the state that ONNX Runtime's results depend on, for the calling thread while a scope lasts:
+// the default floating-point environment and decimal points. Restores the host's state at the end.
 #pragma once
 
 #include "core/c_locale.h"

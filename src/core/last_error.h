@@ -23,7 +23,7 @@ Failure fail(const char* message);
 
 void clear_error();
 
-// Formats a message into the buffer, cut to it.
+// Formats a message into the buffer, cut to fit.
 void format_error(const char* format, ...) __attribute__((format(gnu_printf, 1, 2)));
 
 }  // namespace vornic

@@ -8,7 +8,7 @@ namespace vornic {
 
 inline constexpr uint32_t kApiVersion = 24;
 
-// Both are set by the first vnort_init that succeeds, for the life of the process, and null before.
+// Null until the first vnort_init that succeeds, then constant for the life of the process.
 extern const OrtApiBase* g_api_base;
 extern const OrtApi* g_api;
 

@@ -16,8 +16,8 @@ struct ArrayPosition {
     AfterItem after = AfterItem::comma;  // the delimiter before `at`
 };
 
-// Reads numbers one by one while commas follow them, slots are left and `until`, unless it is null, has
-// not been reached. Returns 0 with the reason in the last-error text; numbers read before still count.
+// Reads numbers one by one until one has no comma after it, the slots are full, or `until`, if not null,
+// is reached. Returns 0 with the reason in the last-error text; numbers read before still count.
 template <typename Number>
 int32_t read_each_number(ArrayPosition* position, const char* until, int64_t capacity,
                          Number* numbers, int64_t slots) {
@@ -51,7 +51,7 @@ int32_t read_each_number(ArrayPosition* position, const char* until, int64_t cap
     return reason == nullptr ? 1 : fail(reason);
 }
 
-// The index of the recorded name that equals name, or name_count.
+// The index of the recorded name that equals name; name_count if none does.
 uint64_t find_name(const char* name, const Name* names, uint64_t name_count) {
     uint64_t i = 0;
     while (i < name_count && strcmp(name, names[i]) != 0) ++i;
@@ -98,7 +98,7 @@ int32_t read_numbers_by_part(const char* text, const char* end, int64_t capacity
     const char* bracket = text != nullptr ? strchr(text, '[') : nullptr;
     if (bracket == nullptr) return 0;
     ArrayPosition position{bracket + 1};
-    // The fast path is tried from here on, until a block that does not fill its slots.
+    // Where the fast path is tried from; null after a block that did not fill its slots.
     const bool has_blocks = end != nullptr && end - text > kBytesBefore;
     const char* block_from = has_blocks ? text + kBytesBefore : nullptr;
     int32_t is_good = 1;

@@ -27,7 +27,7 @@ inline AfterItem after_item(const char** at) {
     return *from == ',' ? AfterItem::comma : AfterItem::end;
 }
 
-// Receives the numbers of an array, some at a time and in order, with the index of the first.
+// Receives the numbers of an array in order, in batches, each with the index of its first number.
 struct NumberSink {
     void (*take)(void* to, int64_t first, const double* numbers, int64_t count);
     void* to;

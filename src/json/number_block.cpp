@@ -1,7 +1,7 @@
 // Numbers are read in two steps. The first finds the commas of 64 bytes at a time and lists them:
 //
 //     text      3.25,-0.5,7, 12.125,0.1,0     a window (of 64 bytes)
-//     commas    ....^....^.^.......^...^.     bits of a word, the first byte's lowest
+//     commas    ....^....^.^.......^...^.     bits of a word, the lowest for the first byte
 //     ends          *    * *       *   *      the list
 //
 // The second reads the numbers between them in groups of four. Because of the list, no number waits until
@@ -28,8 +28,8 @@ class CommaList {
 public:
     CommaList(const char* at, const char* last) : at_(at), last_(last) {}
 
-    // Adds the commas of the next windows until there are kMany. Those of a window are listed by fours,
-    // because the end of a loop over single ones would be mispredicted; surplus entries are overwritten.
+    // Adds the commas of the next windows until there are kMany. A window's commas are listed four at a
+    // time: the end of a loop over single ones would be mispredicted. Surplus entries are overwritten.
     void extend() {
         const char *at = at_, *const last = last_;
         const char** to = commas_ + count_;

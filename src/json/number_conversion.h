@@ -19,7 +19,7 @@ inline int64_t truncate_to_int64(double number) {
     return static_cast<int64_t>(number);
 }
 
-// NaN is not 0 and so true.
+// NaN is not 0 and therefore true.
 inline void convert(double number, Bool8* to) { *to = Bool8(!(number == 0)); }
 
 inline void convert(double number, int64_t* to) { *to = truncate_to_int64(number); }

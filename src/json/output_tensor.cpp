@@ -26,7 +26,7 @@ char* write_element(char* to, Integer element) {
     return write_int64(to, element);
 }
 
-// The contract of write_numbers, for elements of any type.
+// Like write_numbers, for elements of any type.
 template <typename Element>
 NumbersWritten write_elements(char* first, const char* end, const Element* elements,
                               uint64_t count) {

@@ -1,7 +1,7 @@
 // The two scans over whole texts read aligned windows of four blocks of 16 bytes. They load a block, or on x64
-// a window, only after finding no terminator before it. So what is loaded together lies within one page,
-// under arm64's memory tagging within one granule, and holds at least one byte of the text. Other bytes
-// of the first and the last block are ignored; the address sanitizer is told so.
+// a window, only after finding no terminator before it. Each such load is therefore within one page, on arm64
+// within one granule of memory tagging, and holds at least one byte of the text. Other bytes of the first and
+// the last block are ignored; the address sanitizer is told so.
 #include "json/scan.h"
 
 #include "bytes16.h"
@@ -27,7 +27,7 @@ const char* byte_of(const Bytes* block, uint64_t index) {
 
 __attribute__((no_sanitize("address"))) Bytes load(const Bytes* block) { return *block; }
 
-// Each scan makes its delimiters zero, and no other bytes; a terminator is zero already.
+// Each scan turns its delimiters, and no other bytes, into zero; the terminator already is.
 constexpr auto zero_marks = [](Bytes bytes) {
     return minimum(bytes, minimum(bytes ^ broadcast('"'), bytes ^ broadcast('{')));
 };
@@ -49,8 +49,8 @@ bool load_plain_window(const Bytes* at, Zero zero_delimiters, Bytes (&window)[kW
     return true;
 }
 
-// The first block with a delimiter. The blocks before it are handed to `skip` in windows, single ones
-// with zeros after them.
+// The first block with a delimiter. The blocks before it are passed to `skip` as windows, single ones
+// padded with zeros.
 template <typename Zero, typename Skip>
 const Bytes* find_block(const Bytes* at, Zero zero_delimiters, Skip skip) {
     const auto skip_single = [&] {
@@ -65,7 +65,7 @@ const Bytes* find_block(const Bytes* at, Zero zero_delimiters, Skip skip) {
     }
     Bytes window[kWindowBlocks];
     for (; load_plain_window(at, zero_delimiters, window); at += kWindowBlocks) skip(window);
-    __asm__("" : "+r"(at));  // keeps what the next check shares with the loop out of the loop
+    __asm__("" : "+r"(at));  // keeps the loop free of the next check's work
     while (skip_single()) continue;
     return at;
 }

@@ -16,7 +16,7 @@ inline const char* skip_blanks(const char* at) {
     return at;
 }
 
-// An unescape for read_quoted: the byte after a backslash stands for itself.
+// An unescape for read_quoted: takes the byte after a backslash literally.
 inline char unescape_literally(char byte) { return byte; }
 
 // Reads a string from after its opening quote to after its closing one. `unescape` maps the byte after a

@@ -19,7 +19,7 @@ public:
 
 private:
     static constexpr size_t kLimbs = 44;
-    uint64_t limb_[kLimbs];  // least significant first; uninitialized from size_ on
+    uint64_t limb_[kLimbs];  // least significant first; uninitialised from size_ on
     size_t size_;            // the top limb is 0 only in the number 0
 };
 

@@ -35,7 +35,7 @@ void store_word(char* to, Word word) {
 template <int kDigits>
 class DigitText {
 public:
-    // From the leading two or three digits and the others as a binary fraction.
+    // Takes the leading two or three digits, and the others as a binary fraction.
     [[gnu::always_inline]] DigitText(uint64_t upper, uint64_t fraction) {
         triples_[0] = kTriples.text[upper];
 #pragma GCC unroll 8
@@ -82,7 +82,7 @@ private:
 inline char* write_exponent(char* p, int64_t exponent) {
     const bool negative = exponent < 0;
     const int64_t magnitude = negative ? -exponent : exponent;
-    const int omitted = int{magnitude < 100};  // there are at least two digits
+    const int omitted = int{magnitude < 100};  // %g writes at least two digits
     p[0] = 'e';
     p[1] = negative ? '-' : '+';
     store_word(p + 2, kTriples.text[magnitude] >> 8 * omitted);
@@ -98,7 +98,7 @@ template <int kDigits>
         char* const before = p - exponent;
         store_word(p, uint64_t{0x303030303030'2e30});  // "0.000000"
         digits.store(before + 1);
-        p[1] = '.';  // over the leading digit if the exponent is 0
+        p[1] = '.';  // overwrites the leading digit if the exponent is 0
         before[static_cast<uint64_t>(exponent) >> 63] = digits.leading();
         char* const end = before + last;
         return end + 2 - int{(exponent | last) == 0};

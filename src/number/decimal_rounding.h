@@ -9,7 +9,7 @@
 
 namespace vornic {
 
-// Doubles as bits: adding 1 to the bits of a finite one gives the next, the last one's is infinity.
+// Doubles as bits: adding 1 to the bits of a finite one gives the next; after the largest, infinity.
 inline constexpr int kFractionBits = 52;
 inline constexpr int kMinExponent = -1074;  // of the last bit of a subnormal
 inline constexpr uint64_t kInfinity = 0x7ff0000000000000;
@@ -21,8 +21,8 @@ inline int last_bit_exponent(int top) {
     return top - kFractionBits > kMinExponent ? top - kFractionBits : kMinExponent;
 }
 
-// The double significand * 2^last_bit. The leading bit of the significand, which rounding may have made
-// 2^53, is added to the exponent: both carry correctly.
+// The double significand * 2^last_bit. Adding the significand adds its leading bit to the exponent field,
+// which is right even after rounding to 2^53.
 inline uint64_t double_bits(uint64_t significand, int last_bit) {
     const uint64_t bits =
         (static_cast<uint64_t>(last_bit - kMinExponent) << kFractionBits) + significand;
@@ -49,7 +49,7 @@ inline RoundedWord round_word(uint64_t word, int64_t power, bool is_cut) {
 
     const int zeros = std::countl_zero(word);
     const ScaledNumber scaled = scale_by_power_of_ten(word << zeros, static_cast<int>(power));
-    // The lower bound, two bits down so that adding a half cannot overflow; still less than 2 too small.
+    // The lower bound, shifted so that adding a half cannot overflow; still less than 2 units too small.
     const uint128_t low = scaled.bits >> 2;
     const int exponent = scaled.exponent + 2 - zeros;
     // One unit of a word of at least 10^18 is less than 2^-59 of the value.
@@ -57,7 +57,7 @@ inline RoundedWord round_word(uint64_t word, int64_t power, bool is_cut) {
 
     const int top = exponent + 124 + static_cast<int>(low >> 125);
     const int last_bit = last_bit_exponent(top);
-    const int dropped = last_bit - exponent - 64;  // of the high words; 8 for most numbers
+    const int dropped = last_bit - exponent - 64;  // from the high words; 8 for most numbers
     if (dropped > 63) return {true, 0, 0};
     const uint64_t half = uint64_t{1} << (dropped - 1);
     const uint128_t low_sum = low + (static_cast<uint128_t>(half) << 64);

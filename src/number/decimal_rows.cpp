@@ -43,7 +43,7 @@ struct Exponent {
     return (all & 0x4040) != 0;
 }
 
-// Strips exponents off the ends of the numbers and adds them to `exponents`. False if one is not as above.
+// Strips exponents off the ends of the numbers and adds them to `exponents`. False if one has another form.
 [[gnu::always_inline]] inline bool take_exponents(FourNumbers* four, int64_t (&exponents)[4]) {
     bool are_valid = true;
 #pragma GCC unroll 4
@@ -94,8 +94,8 @@ struct Decimals {
                    kDoublePowersOfTen[sign * decimals.exponents[i + 1]]};
 }
 
-// Numbers of up to sixteen bytes, so with fifteen digits, or with sixteen and nothing to divide by:
-// Clinger's exact case. The fifteen are stored as sixteen, a multiple of ten below 2^54, which is exact.
+// Numbers of up to sixteen bytes: up to fifteen digits with a point, or sixteen and nothing to divide by.
+// Clinger's exact case: fifteen, stored as sixteen, are a multiple of ten below 2^54, which is exact.
 template <typename Number>
 [[gnu::always_inline]] inline bool read_short(const FourNumbers& four, const Decimals& decimals,
                                               Number* to) {
@@ -104,8 +104,8 @@ template <typename Number>
     return true;
 }
 
-// Bounds, as explained at FloatTail. The value of the digits, its sum with a unit, the power of ten and two
-// products each have a relative error of at most 2^-53, the power of 2^-52: less than 2^-50 in all.
+// Bounds, as explained before FloatTail. The value of the digits, its sum with a unit and two products each
+// have a relative error of at most 2^-53, the power of ten of at most 2^-52: less than 2^-50 in all.
 [[gnu::always_inline]] inline bool read_long(const FourNumbers& four, const Decimals& decimals,
                                              float* to) {
     const int64_t(&negated)[4] = decimals.negated;
@@ -116,7 +116,7 @@ template <typename Number>
     const Doubles a = to_doubles(decimals.a), b = to_doubles(decimals.b);
     const Doubles a_power = two_powers(decimals, 0, 1), b_power = two_powers(decimals, 2, 1);
     const Floats low = to_floats(a * a_power * below, b * b_power * below);
-    const Doubles scale = {1e14, 1e14};  // units are of the fourteenth decimal
+    const Doubles scale = {1e14, 1e14};  // the table's units are 10^-14
     const Floats high = to_floats((a + a_tails.units * scale) * a_power * above,
                                   (b + b_tails.units * scale) * b_power * above);
     store_signed(four, low, to);

@@ -1,4 +1,4 @@
-// What the kernels of number_row.h share: a group of four numbers, and the tables that turn its bytes
+// Shared by the kernels of number_row.h: a group of four numbers, and the tables that turn its bytes
 // into digits. All tables are indexed by a number's negated length, start - end.
 #pragma once
 
@@ -13,7 +13,7 @@
 
 namespace vornic {
 
-inline constexpr int64_t kMaxLength = 32;  // of a number that kernels look at, without its sign
+inline constexpr int64_t kMaxLength = 32;  // of a number in the tables, without its sign
 
 template <typename Entry>
 struct ByLength {
@@ -21,15 +21,14 @@ struct ByLength {
 
     [[gnu::always_inline]] const Entry& operator[](int64_t negated) const {
         const Entry* zero = &entry[kMaxLength];
-        __asm__(""
-                : "+r"(zero));  // an address to be kept, instead of adding kMaxLength to each index
+        __asm__("" : "+r"(zero));  // keeps this address: kMaxLength is not added to each index
         return zero[negated];
     }
     constexpr Entry& operator[](int64_t negated) { return entry[kMaxLength + negated]; }
 };
 
-// Sixteen bytes of which the first ones are set, as many as the number is long: a load that starts
-// that many bytes before the zeros of the table.
+// Sixteen bytes, the first ones set, one for each byte of the number: a load that starts that many
+// bytes before the zeros of the table.
 inline constexpr std::array kPrefixMasks = [] {
     std::array<uint8_t, kMaxLength + 16> masks{};
     for (size_t i = 0; i < kMaxLength; ++i) masks[i] = 255;
@@ -41,11 +40,11 @@ inline Bytes prefix_mask(int64_t negated) {
     return load(zero + negated);
 }
 
-// A word of which the last n bytes in memory are set: its highest ones, since x64 and arm64 are
+// A word whose last n bytes in memory are set: the highest ones, since x64 and arm64 are
 // little-endian.
 constexpr uint64_t suffix_mask(int64_t n) { return n <= 0 ? 0 : ~uint64_t{0} << (64 - 8 * n); }
 
-// Sign bits for each number with a minus, which is a bit of the index.
+// Sign masks. The index has a bit for each number: 1 if it has a minus.
 template <typename Number>
 struct Signs {
     alignas(16) Number entry[1 << 16 / sizeof(Number)][16 / sizeof(Number)];
@@ -86,7 +85,7 @@ template <int64_t kGap>
         if (__builtin_expect(kGap != 0 && ends[i][1] != ' ', false)) return false;
         at += kGap;
         four->negative[i] = *at == '-';
-        __asm__("" : "+r"(four->negative[i]));  // compare once for all uses
+        __asm__("" : "+r"(four->negative[i]));  // compares once for all uses
         four->first[i] = at + four->negative[i];
         four->end[i] = ends[i];
         at = ends[i] + 1;

@@ -1,5 +1,5 @@
-// Numbers of more digits than the fifteen or sixteen that fit into one vector, from those leading digits
-// and the tail after them to a float or a double.
+// Converts numbers with more digits than the fifteen or sixteen that fit into one vector: combines those
+// leading digits and the tail after them into a float or a double.
 #pragma once
 
 #include <stdint.h>
@@ -12,7 +12,7 @@
 
 namespace vornic {
 
-// Lengths with a tail: the bytes after the first sixteen, at most eight.
+// The longest number with a tail: the bytes after the first sixteen, at most eight.
 inline constexpr int64_t kMaxWithTail = 24;
 
 // A float32 needs no exact double. The leading digits of 0.25588029623031616, truncated, and one unit
@@ -30,8 +30,8 @@ inline constexpr int64_t kMaxWithTail = 24;
 // or sum errs by at most 2^-53 of it. So products with these are bounds.
 inline constexpr double kBelowUnit = 1e-14 - 0x1p-97, kAboveUnit = 1e-14 + 0x1p-97;
 
-// What is added to the upper bound, the unit, is 0 if no digits are cut off, and NaN, which is equal to
-// no bound, if the tail would not hold all of them.
+// The unit is added to the upper bound. It is 0 if no digits are cut off, and NaN, which is equal to no
+// bound, if the tail cannot hold all of them.
 struct FloatTail {
     uint64_t mask;  // of the tail's digits
     double unit;
@@ -43,7 +43,7 @@ alignas(16) inline constexpr ByLength<FloatTail> kFloatTails = [] {
     return tails;
 }();
 
-// Of numbers i and i + 1.
+// The tails of numbers i and i + 1.
 struct TwoFloatTails {
     Bytes digits;
     Doubles units;
@@ -99,10 +99,10 @@ struct ScaledDigits {
 //     kept      0x41815ede92d04319 -> 53 bits                         0x1.06057b7a4b411p-2
 //
 // The word is exact and the power less than a unit too small, which makes the product less than 2^64 too
-// small; its lower half, less than 2^64 too, is dropped. So the true product is in [high, high + 2).
-// Halved if its top bit is set, it is in [kept, kept + 2), and it rounds as `kept` does unless the ten
-// bits to be dropped, with a half added, are all ones, or all zeros, where it may be a midpoint. For both,
-// adding another unit makes nine bits zero. That is one number in 500, which is read again exactly;
+// small; its lower half, also less than 2^64, is dropped. So the true product is in [high, high + 2).
+// Halved if its top bit is set, it is in [kept, kept + 2), and it rounds as `kept` does unless the ten bits
+// to be dropped, with a half added, are all ones, or all zeros, where it may be a midpoint. In both cases
+// nine bits are zero once another unit is added. That is one number in 500, which is read again exactly;
 // Lemire computes more of the product instead. The double is normal, as q is within 150 of 0.
 [[gnu::always_inline]] inline ScaledDigits scale(uint64_t word, int q) {
     const int zeros = std::countl_zero(word | 1);
@@ -117,8 +117,8 @@ struct ScaledDigits {
     return {word != 0 ? bits : 0, (sum & 1022) == 0};
 }
 
-// Scales four numbers: the leading digits, in two words each, and the tails, times 10^exponent before the
-// tails. False if a result may be wrong.
+// Scales four numbers: `a` and `b` hold the leading digits of two each, times 10^exponent, and `tails` the
+// digits after those. False if a result may be wrong.
 [[gnu::always_inline]] inline bool scale_four(const FourNumbers& four, Words a, Words b,
                                               const FourTails& tails, const int64_t (&exponents)[4],
                                               double* to) {

@@ -25,7 +25,7 @@ constexpr std::array kExactPowers = [] {
 }();
 
 bool is_digit(char c) { return static_cast<unsigned char>(c - '0') < 10; }
-char lower(char c) { return static_cast<char>(c | 0x20); }  // of a letter
+char lower(char c) { return static_cast<char>(c | 0x20); }  // for letters only
 
 int hex_digit(char c) {  // -1 for any other character
     if (is_digit(c)) return c - '0';
@@ -56,7 +56,7 @@ struct Exponent {
     const char* end;
 };
 
-// Reads an exponent that begins with a letter at p. Without digits there is none: returns 0 and p.
+// Reads an exponent whose letter is at p; returns 0 and p if it has no digits.
 Exponent take_exponent(const char* const p) {
     const bool negative = p[1] == '-';
     const char* const digits = p + (negative || p[1] == '+' ? 2 : 1);
@@ -127,7 +127,7 @@ uint64_t round_hexadecimal(const Hexadecimal& hexadecimal) {
     return double_bits(significand, last_bit);
 }
 
-// Reads a hexadecimal number whose letter is at x; without a digit after it, the 0 before it.
+// Reads a hexadecimal number whose letter is at x; if no digit follows, only the 0 before it.
 [[gnu::noinline]] NumberRead read_hexadecimal(const char* x, bool negative) {
     Hexadecimal hexadecimal = take_hexadecimal(x + 1);
     if (hexadecimal.end == nullptr) return signed_number(0, negative, x);

@@ -6,7 +6,7 @@
 //         ^     ^  ^       ^     ends[0] to ends[3]: one group
 //
 // Each kernel reads groups of one kind of numbers, without a loop or a branch per digit, and stops before
-// the first group with any other number. What it reads is correctly rounded: the nearest double, ties
+// the first group with any other number. Results are correctly rounded: the nearest double, ties
 // to even, as from strtod; or the float that this double converts to.
 #pragma once
 
@@ -26,8 +26,8 @@ struct NumberRow {
 inline constexpr int64_t kBytesBefore = 8;
 inline constexpr int64_t kBytesAfter = 16;
 
-// The kernels return the number of groups read. They may overwrite one more group at `to`, as far as the
-// row has groups. Number is float or double.
+// The kernels return the number of groups read. They may overwrite the group after those at `to`, if the
+// row has one. Number is float or double.
 
 // Integers of up to eight digits.
 template <typename Number>

@@ -1,7 +1,7 @@
 // Writing numbers as text.
 //
 // A writer stores the number's characters at `first`, without a terminator, and returns the position after
-// the last one. It may overwrite up to kNumberCapacity bytes at `first`, more than the text has.
+// the last one. It may overwrite up to kNumberCapacity bytes at `first`, more than the text takes.
 #pragma once
 
 #include <stddef.h>

@@ -61,7 +61,7 @@ inline ScaledNumber scale_by_power_of_ten(uint64_t w, int q) {
 // first three digits with 64 bits of fraction, rounded at the ninth digit. A binade may contain a power of
 // ten, so it has two factors.
 //
-// 0.1f is 13421773 * 2^(123 - 150). Its binade contains 0.1 itself, from which on the second factor
+// 0.1f is 13421773 * 2^(123 - 150). Its binade contains 0.1 itself; from there on the second factor
 // applies, 10^3 * 2^(123 - 150) * 2^64 = 0x7d0000000000:
 //
 //     13421773 * factor + kHalfOfNinthDigit = 100 + 0.00000199011...     in 64.64 bits, fixed point

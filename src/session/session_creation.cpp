@@ -21,7 +21,7 @@ struct SessionRelease {
 };
 using OwnedSession = std::unique_ptr<InferenceSession, SessionRelease>;
 
-// Here and below, a setting that ONNX Runtime rejects has no effect and is not reported.
+// Here and below, a setting that ONNX Runtime refuses has no effect and is not reported.
 void switch_arena(OrtSessionOptions* to, bool on) {
     ignore_status(on ? g_api->EnableCpuMemArena(to) : g_api->DisableCpuMemArena(to));
 }

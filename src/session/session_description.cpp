@@ -110,7 +110,7 @@ void vnort_describe_one_io(InferenceSession* session, const Side& side, uint64_t
     if (index < kMaxNames) copy_text((session->*side.names)[index], name.get());
 
     OwnedTypeInfo type;
-    const OrtTensorTypeAndShapeInfo* info = nullptr;  // part of the type
+    const OrtTensorTypeAndShapeInfo* info = nullptr;  // owned by `type`
     vnort_status_ok((g_api->*side.get_type)(session->session, index, Receive(type)),
                     side.type_call);
     if (type != nullptr) {

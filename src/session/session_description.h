@@ -1,5 +1,5 @@
 // The description of a session's model: three JSON texts, written when the session is created. A
-// detail that ONNX Runtime does not return is left out, with its reason in the last-error text.
+// detail that ONNX Runtime does not return is left out, with the reason in the last-error text.
 #pragma once
 
 #include "session/inference_session.h"

@@ -15,7 +15,7 @@ struct SessionOptions {
     int32_t profiling_enabled;         // never set together with profiling_disabled
     int32_t profiling_disabled;
     int32_t cpu_mem_arena;        // -1 not set, 0 off, 1 on
-    int32_t mem_pattern;          // likewise
+    int32_t mem_pattern;          // -1 not set, 0 off, 1 on
     int32_t log_verbosity_level;  // applied if not negative
     int32_t log_severity_level;   // applied if not negative
     char profile_file_prefix[512];

@@ -28,7 +28,7 @@ inline Bytes load_halves(const void* a, const void* b) {
                        vld1_u8(static_cast<const uint8_t*>(b)));
 }
 
-// The first and the second eight bytes of two entries of sixteen.
+// The first eight bytes of two entries of sixteen, and their second eight.
 struct Columns {
     Bytes first, second;
 };
@@ -41,7 +41,7 @@ inline Bytes broadcast(char byte) { return vdupq_n_u8(static_cast<uint8_t>(byte)
 inline Bytes minimum(Bytes a, Bytes b) { return vminq_u8(a, b); }
 inline Bytes maximum(Bytes a, Bytes b) { return vmaxq_u8(a, b); }
 
-// A byte of a vector register as a word. It is zero-extended already, which GCC 12 would repeat.
+// A byte of a vector register as a word. It is already zero-extended; GCC 12 would do so again.
 inline uint32_t widen(uint8_t byte) {
     uint32_t word = byte;
     __asm__("" : "+r"(word));
@@ -50,7 +50,7 @@ inline uint32_t widen(uint8_t byte) {
 
 inline bool has_zero(Bytes bytes) { return widen(vminvq_u8(bytes)) == 0; }
 
-// One bit for each of 16 bytes, the first byte's lowest: set if the byte equals `byte`.
+// A bit for each of 16 bytes, the lowest for the first: set if the byte equals `byte`.
 inline uint64_t match_mask(char byte, Bytes bytes) {
     const Bytes index_bits = vreinterpretq_u8_u64(vdupq_n_u64(0x8040201008040201));
     Bytes bits = vceqq_u8(bytes, broadcast(byte)) & index_bits;
@@ -59,7 +59,7 @@ inline uint64_t match_mask(char byte, Bytes bytes) {
 }
 
 // The same for 64 bytes, and the number of bits set. LD4 deals them out to four registers, so that
-// bytes 4i to 4i + 3 share lane i; shifting and inserting makes their four bits a nibble of each lane.
+// bytes 4i to 4i + 3 share lane i; shifting and inserting turns their four bits into a nibble.
 struct Matches {
     uint64_t bits;
     int64_t count;
@@ -81,7 +81,7 @@ inline uint64_t lowest_bit_index(uint64_t bits) {
 }
 
 // The indices of the bits set in a word, the lowest first; undefined after the last one. The word is
-// reversed once, because there is only an instruction that counts leading zeros.
+// reversed once, because arm64 has an instruction for leading zeros only.
 class BitIndices {
 public:
     explicit BitIndices(uint64_t bits) { __asm__("rbit\t%0, %1" : "=r"(bits_) : "r"(bits)); }
@@ -103,7 +103,7 @@ inline int64_t find_byte(char byte, Bytes bytes, int64_t limit) {
     return index < limit ? index : limit;
 }
 
-// Counts a byte in many blocks.
+// Counts the occurrences of a byte in many blocks.
 class ByteCount {
 public:
     explicit ByteCount(char byte) : byte_(broadcast(byte)) {}
@@ -129,7 +129,7 @@ inline bool are_pointed_digits(Bytes pointed, Bytes others) {
     return widen(vmaxvq_u8(vcgtq_u8(pointed, limits) | vcgtq_u8(others, broadcast(9)))) == 0;
 }
 
-// Each step joins neighbours, and with them both arguments: digits to pairs, to fours, to eights.
+// Each step adds neighbours and joins the two arguments: digits become pairs, fours, eights.
 inline Eights sum_eights(Bytes a, Bytes b, Bytes tens) {
     const Bytes hundreds = vreinterpretq_u8_u16(vdupq_n_u16(1 << 8 | 100));
     const uint16x8_t thousands = vreinterpretq_u16_u32(vdupq_n_u32(1 << 16 | 10000));
@@ -140,19 +140,19 @@ inline Eights sum_eights(Bytes a, Bytes b, Bytes tens) {
                       vmull_high_u16(fours, thousands));
 }
 
-// The values of the two times eight digits of `a`, then of those of `b`, a digit to a byte.
+// The values of two groups of eight digits in `a`, then of two in `b`; each byte is a digit.
 inline Eights to_eights(Bytes a, Bytes b) {
     return sum_eights(a, b, vreinterpretq_u8_u16(vdupq_n_u16(1 << 8 | 10)));
 }
 
-// The same with the second byte of each ignored: fifteen digits in all, the first for 1.
+// The same, but the second byte of each is ignored: seven digits, then eight.
 inline Eights pointed_to_eights(Bytes a, Bytes b) {
     return sum_eights(a, b, Bytes{1, 0, 10, 1, 10, 1, 10, 1, 10, 1, 10, 1, 10, 1, 10, 1});
 }
 
-// The values of two times sixteen digits.
+// The values of two groups of sixteen digits.
 inline Words to_words(Eights eights) {
-    const Words both = vreinterpretq_u64_u32(eights);  // the upper eight digits are low
+    const Words both = vreinterpretq_u64_u32(eights);  // the leading digits are the low half
     return vmlal_u32(vshrq_n_u64(both, 32), vmovn_u64(both), vdup_n_u32(100000000));
 }
 
@@ -171,7 +171,7 @@ inline Floats to_floats(Eights eights) { return vcvtq_f32_u32(eights); }
 
 inline Floats to_floats(Doubles a, Doubles b) { return vcvt_high_f32_f64(vcvt_f32_f64(a), b); }
 
-// 255 in all bytes of those that are not equal or unordered, otherwise 0.
+// 255 in all bytes of the lanes that are unequal or unordered, otherwise 0.
 inline Bytes not_equal(Floats a, Floats b) { return ~vreinterpretq_u8_u32(vceqq_f32(a, b)); }
 
 }  // namespace vornic

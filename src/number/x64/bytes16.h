@@ -30,7 +30,7 @@ inline Bytes load_halves(const void* a, const void* b) {
         _mm_loadh_pd(_mm_load_sd(static_cast<const double*>(a)), static_cast<const double*>(b)));
 }
 
-// The first and the second eight bytes of two entries of sixteen.
+// The first eight bytes of two entries of sixteen, and their second eight.
 struct Columns {
     Bytes first, second;
 };
@@ -51,7 +51,7 @@ inline int64_t add_halves(Bytes words) {
     return _mm_cvtsi128_si64(_mm_add_epi64(words, _mm_srli_si128(words, 8)));
 }
 
-// One bit for each of 16 bytes, the first byte's lowest: set if the byte equals `byte`.
+// A bit for each of 16 bytes, the lowest for the first: set if the byte equals `byte`.
 inline uint64_t match_mask(char byte, Bytes bytes) {
     return static_cast<uint64_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_set1_epi8(byte))));
 }
@@ -103,12 +103,12 @@ inline int64_t find_byte(char byte, Bytes bytes, int64_t limit) {
     return static_cast<int64_t>(lowest_bit_index(match_mask(byte, bytes) | uint64_t{1} << limit));
 }
 
-// Counts a byte in many blocks.
+// Counts the occurrences of a byte in many blocks.
 class ByteCount {
 public:
     explicit ByteCount(char byte) : byte_(broadcast(byte)) {}
     void add(const Bytes (&blocks)[4]) {
-        Bytes found = _mm_setzero_si128();  // counts at each of 16 indices
+        Bytes found = _mm_setzero_si128();  // a count for each of 16 indices
 #pragma GCC unroll 4
         for (const Bytes block : blocks) found = _mm_sub_epi8(found, _mm_cmpeq_epi8(block, byte_));
         sums_ = _mm_add_epi64(sums_, _mm_sad_epu8(found, _mm_setzero_si128()));
@@ -117,7 +117,7 @@ public:
 
 private:
     Bytes byte_;
-    Bytes sums_ = _mm_setzero_si128();  // of the lower and of the upper eight bytes
+    Bytes sums_ = _mm_setzero_si128();  // for the lower and the upper eight bytes
 };
 
 // Whether no byte is above 9.
@@ -145,16 +145,16 @@ inline Eights sum_eights(Bytes a, Bytes b, __m128i tens) {
                           _mm_set1_epi32(1 << 16 | 10000));
 }
 
-// The values of the two times eight digits of `a`, then of those of `b`, a digit to a byte.
+// The values of two groups of eight digits in `a`, then of two in `b`; each byte is a digit.
 inline Eights to_eights(Bytes a, Bytes b) { return sum_eights(a, b, _mm_set1_epi16(10 << 8 | 1)); }
 
-// The same with the second byte of each ignored: fifteen digits in all, the first for 1.
+// The same, but the second byte of each is ignored: seven digits, then eight.
 inline Eights pointed_to_eights(Bytes a, Bytes b) {
     constexpr short k = 10 << 8 | 1;
     return sum_eights(a, b, _mm_setr_epi16(1 << 8, k, k, k, k, k, k, k));
 }
 
-// The values of two times sixteen digits.
+// The values of two groups of sixteen digits.
 inline Words to_words(Eights eights) {
     return _mm_add_epi64(_mm_mul_epu32(eights, _mm_set1_epi32(100000000)),
                          _mm_srli_epi64(eights, 32));
@@ -185,7 +185,7 @@ inline Floats to_floats(Doubles a, Doubles b) {
     return _mm_movelh_ps(_mm_cvtpd_ps(a), _mm_cvtpd_ps(b));
 }
 
-// 255 in all bytes of those that are not equal or unordered, otherwise 0.
+// 255 in all bytes of the lanes that are unequal or unordered, otherwise 0.
 inline Bytes not_equal(Floats a, Floats b) { return _mm_castps_si128(_mm_cmpneq_ps(a, b)); }
 
 }  // namespace vornic
