@@ -14,7 +14,7 @@ import random
 import sys
 
 import play
-from delivery import check, check_declarations, declared, finish, given, models
+from delivery import check, declared, finish, given, models
 
 sys.path.insert(0, str(given.source / "modules/python"))
 import onnxruntime_vornic as binding
@@ -252,7 +252,9 @@ for name in _native.SIGNATURES:
     setattr(library.functions, name, counted(name, getattr(library.functions, name)))
 for part in (check_feeds, check_lifetimes, check_tensors, check_options, check_examples):
     part()
-check_declarations(_native.SIGNATURES, (None, ctypes.c_int32, ctypes.c_float))
-check("what the classes call", declared(), sorted({*called}))
+check("what the classes call", [*declared()], sorted({*called}))
+signatures = [types for _, types in sorted(_native.SIGNATURES.items())]
+pointers = [types.count(ctypes.c_char_p) + types.count(ctypes.c_void_p) for types in signatures]
+check("pointers in the declarations", [*declared().values()], pointers)
 check_script()
 finish()
