@@ -1,5 +1,7 @@
-"""Checks and measures examples/python/cluster.py: cluster.py LIBRARY. All answers must be those of one process
-without a cluster, even if a worker is killed halfway."""
+"""Checks and measures examples/python/cluster.py: cluster.py LIBRARY
+
+All answers must be those of one process without a cluster, even if a worker is killed halfway.
+"""
 import os
 import pathlib
 import signal

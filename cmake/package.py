@@ -1,5 +1,5 @@
-"""Makes packages of a build: an archive to unpack and run, two wheels for Python and, with a contact, four
-packages for Debian and its derivatives. The same build and SOURCE_DATE_EPOCH give the same bytes."""
+"""Makes packages of a build: an archive, two wheels for Python and, with a contact, four packages
+for Debian and its derivatives. The same build and SOURCE_DATE_EPOCH give the same bytes."""
 import argparse
 import json
 import pathlib

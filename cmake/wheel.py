@@ -8,9 +8,9 @@ import sys
 
 import archives
 
-# The libraries that every distribution of a manylinux tag has (PEP 600), and for each glibc the newest symbol
-# versions of GCC's libraries in the oldest distributions that have it: a wheel that needs these versions
-# needs that glibc, too.
+# The libraries that every distribution of a manylinux tag has (PEP 600), and for each glibc the
+# newest symbol versions of GCC's libraries in the oldest distributions that have it: a wheel that
+# needs these versions needs that glibc, too.
 SYSTEM = (
     "libc libm libdl librt libpthread libgcc_s libstdc++ ld-linux-x86-64 ld-linux-aarch64".split()
 )
