@@ -78,10 +78,6 @@ install(FILES modules/node/README.md DESTINATION "${CMAKE_INSTALL_DOCDIR}/module
 install(DIRECTORY modules/python/onnxruntime_vornic
     DESTINATION "${CMAKE_INSTALL_DOCDIR}/modules/python" COMPONENT python PATTERN __pycache__ EXCLUDE)
 
-if(TARGET vornic_example_model)
-    install(FILES "${example_model}" DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples")
-endif()
-
 # For authors of bindings: a script of calls with the expected results, and the models it uses.
 install(DIRECTORY tests/script DESTINATION "${CMAKE_INSTALL_DOCDIR}/tests")
 install(FILES tests/play.py tests/caller.cpp DESTINATION "${CMAKE_INSTALL_DOCDIR}/tests")

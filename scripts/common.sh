@@ -1,4 +1,6 @@
-# Sourced by all scripts. Changes to the root of the checkout, $root. A script's leading comment is its help.
+# Sourced by all scripts. Makes them stop at errors, and changes to the root of the checkout, $root. A script's
+# leading comment is its help.
+set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 script=$root/scripts/${BASH_SOURCE[1]##*/}
@@ -45,16 +47,4 @@ build() {
 
 configure_and_build() {
     cmake --preset "$1" && cmake --build --preset "$@"
-}
-
-# The first of these commands that is installed.
-first_of() {
-    local name
-    for name in "$@"; do
-        if command -v "$name" >/dev/null; then
-            echo "$name"
-            return
-        fi
-    done
-    echo "$1"
 }
