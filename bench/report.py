@@ -25,6 +25,7 @@ SHOWN = {
     "token ids; pixels",
     "write": "gaussian, Python; token ids",
 }
+DRAWN = "JSON run, Windows; JSON run, Linux; fast tensor run, Linux; direct call, Linux"
 
 
 def costs(name, keys):
@@ -87,12 +88,7 @@ def draw(runs):
     """Cost against size; the same figures give the same bytes."""
     matplotlib.rcParams.update({"svg.hashsalt": "vornic", "svg.fonttype": "none", "font.size": 9})
     figure, axes = pyplot.subplots(figsize=(5, 3), layout="constrained")
-    for name in (
-        "JSON run, Windows",
-        "JSON run, Linux",
-        "fast tensor run, Linux",
-        "direct call, Linux",
-    ):
+    for name in DRAWN.split("; "):
         call, target = name.split(", ")
         points = [(int(n), of[call] / 1000) for (n,), of in runs[target.lower()].items()]
         axes.loglog(*zip(*points), "o-", markersize=3, label=name)

@@ -1,7 +1,6 @@
 // The cost of a run: the library's run functions and direct calls of ONNX Runtime's C API.
 //
-//   runs MODEL                       every call at every size
-//   runs MODEL CALL NUMBERS COUNT    one call in a loop, for a profiler
+//   runs MODEL
 //
 // MODEL doubles a vector of float32 numbers, x0 to y0. A line is: numbers, call, and the minimum over
 // interleaved rounds in ns, separated by tabs.
@@ -10,7 +9,6 @@
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
-#include <string.h>
 
 #include <algorithm>
 #include <charconv>
@@ -223,20 +221,12 @@ void settle_heap() {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2 && argc != 5) {
-        fprintf(stderr, "usage: runs MODEL [CALL NUMBERS COUNT]\n");
+    if (argc != 2) {
+        fprintf(stderr, "usage: runs MODEL\n");
         return 2;
     }
     settle_heap();
     open_sessions(argv[1]);
-    if (argc == 2) {
-        for (const size_t size : kSizes) measure(size);
-        return 0;
-    }
-    Input input(static_cast<size_t>(atol(argv[3])));
-    for (const Call& call : input.calls()) {
-        if (strcmp(call.name, argv[2]) != 0) continue;
-        for (long i = atol(argv[4]); i > 0; --i) call.run();
-    }
+    for (const size_t size : kSizes) measure(size);
     return 0;
 }
