@@ -34,16 +34,14 @@ OrtSession* g_direct_session;
 OrtMemoryInfo* g_memory;
 InferenceSession* g_session;
 
-void check(OrtStatus* status) {
-    if (status == nullptr) return;
-    fprintf(stderr, "runs: %s\n", g_api->GetErrorMessage(status));
+void check(bool success, const char* reason = onnxruntime_vn_last_error()) {
+    if (success) return;
+    fprintf(stderr, "runs: %s\n", reason);
     exit(1);
 }
 
-void check(bool success) {
-    if (success) return;
-    fprintf(stderr, "runs: %s\n", onnxruntime_vn_last_error());
-    exit(1);
+void check(OrtStatus* status) {
+    if (status != nullptr) check(false, g_api->GetErrorMessage(status));
 }
 
 // Both sessions run on one thread, so that they are comparable.
@@ -160,14 +158,10 @@ private:
     void check_output(RunResult* result) {
         check(result != nullptr);
         const float* output = onnxruntime_vn_result_float_data(result);
-        const bool is_right =
-            onnxruntime_vn_result_float_count(result) == shape_ &&
-            std::equal(numbers_.begin(), numbers_.end(), output,
-                       [](float number, float doubled) { return doubled == 2 * number; });
-        if (!is_right) {
-            fprintf(stderr, "runs: a wrong output\n");
-            exit(1);
-        }
+        check(onnxruntime_vn_result_float_count(result) == shape_ &&
+                  std::equal(numbers_.begin(), numbers_.end(), output,
+                             [](float number, float doubled) { return doubled == 2 * number; }),
+              "a wrong output");
         onnxruntime_vn_release_result(result);
     }
 

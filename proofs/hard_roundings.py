@@ -43,17 +43,19 @@ def find(factor, begin, end, low, high):
     return begin + x if x is not None and begin + x < end else None
 
 
-def nearest(factor, begin, end, side):
-    """An n whose n * factor is nearest to a half, to within a factor of 2, on one side of it."""
-    best = None
-    for bits in range(2, 90):
-        away = Fraction(1, 1 << bits)
-        window = (HALF - away, HALF) if side < 0 else (HALF, HALF + away)
-        found = find(factor, begin, end, *window)
-        if found is None:
-            break
-        best = found
-    return best
+def nearest(factor, begin, end):
+    """The n whose n * factor are nearest to a half below and above it, to within a factor of 2."""
+    for side in (-1, 1):
+        best = None
+        for bits in range(2, 90):
+            away = Fraction(1, 1 << bits)
+            window = (HALF - away, HALF) if side < 0 else (HALF, HALF + away)
+            found = find(factor, begin, end, *window)
+            if found is None:
+                break
+            best = found
+        if best is not None:
+            yield best
 
 
 def power(base, exponent):
@@ -83,24 +85,18 @@ def check_writer(digits, bits, least, greatest):
     safe = True
     for begin, end, exponent in binary_ranges(bits, least, greatest):
         unit = power(2, exponent)
-        ten = exponent_of(10, begin * unit)
-        while power(10, ten) < end * unit:
+        for ten in range(exponent_of(10, begin * unit), exponent_of(10, end * unit) + 1):
             low = max(begin, math.ceil(power(10, ten) / unit))
             high = min(end, math.ceil(power(10, ten + 1) / unit))
             scale = digits - 1 - ten
             factor = unit * power(10, scale)
-            ten += 1
-            if low >= high or factor.denominator == 1:
-                continue
             exact = 0 <= scale <= 27
             top = HALF - Fraction(1, 2 * factor.denominator) if exact else HALF
             if find(factor, low, high, HALF - margin, top) is not None:
                 print(f"too near to a half: exponent {exponent}, scale {scale}", file=sys.stderr)
                 safe = False
-            for side in (-1, 1):
-                n = nearest(factor, low, high, side)
-                if n is not None:
-                    print(float(n * unit))
+            for n in nearest(factor, low, high):
+                print(float(n * unit))
     return safe
 
 
@@ -113,12 +109,8 @@ def print_hard_decimals(digits):
             unit = power(2, max(two - 52, -1074))
             low = max(begin, math.ceil(power(2, two) / scale))
             high = min(end, math.ceil(power(2, two + 1) / scale))
-            if low >= high:
-                continue
-            for side in (-1, 1):
-                n = nearest(scale / unit, low, high, side)
-                if n is not None:
-                    print(f"{n}e{ten}")
+            for n in nearest(scale / unit, low, high):
+                print(f"{n}e{ten}")
 
 
 if __name__ == "__main__":

@@ -33,16 +33,14 @@ quietly() {
     mkdir -p "${log%/*}"
     if ! "${@:2}" >"$log" 2>&1; then
         cat "$log" >&2
+        echo "${script##*/}: failed; the output above is in $log" >&2
         return 1
     fi
 }
 
 # Builds the preset $1, or only the targets that --target NAME... after it names.
 build() {
-    quietly "build/$1.log" configure_and_build "$@" || {
-        echo "${script##*/}: the build of $1 failed (build/$1.log)" >&2
-        return 1
-    }
+    quietly "build/$1.log" configure_and_build "$@"
 }
 
 configure_and_build() {
