@@ -1,4 +1,6 @@
-"""Measures threads, containers, starts and fork for docs/hosting.md: hosting.py LIBRARY DETECT [TABLE...]
+"""Measures threads, containers, starts and fork for docs/hosting.md.
+
+    hosting.py LIBRARY DETECT [TABLE...]
 
 DETECT is the C example. Every row is measured in a separate process.
 """

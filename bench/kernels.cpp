@@ -8,8 +8,8 @@ using namespace vornic;
 
 namespace {
 
-template <typename Float>
-uint64_t read(const char* text, Float* to) {
+template <typename Sink>
+uint64_t read(const char* text, Sink to) {
     const NumberArrayExtent extent = number_array_extent(text);
     uint64_t count = 0;
     read_numbers(text, extent.end, static_cast<int64_t>(extent.bound), &count, to);
@@ -17,11 +17,7 @@ uint64_t read(const char* text, Float* to) {
 }
 
 uint64_t read_integers(const char* text, int64_t* to) {
-    const NumberArrayExtent extent = number_array_extent(text);
-    uint64_t count = 0;
-    read_numbers(text, extent.end, static_cast<int64_t>(extent.bound), &count,
-                 NumberSink{convert_all<int64_t>, to});
-    return count;
+    return read(text, NumberSink{convert_all<int64_t>, to});
 }
 
 template <typename Float>
@@ -39,5 +35,5 @@ char* write_integers(char* to, const char*, const int64_t* numbers, uint64_t cou
 
 }  // namespace
 
-const Kernels vornic_kernels = {read<float>,  read<double>,  read_integers,
+const Kernels vornic_kernels = {read<float*>, read<double*>, read_integers,
                                 write<float>, write<double>, write_integers};

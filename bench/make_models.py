@@ -1,18 +1,12 @@
 """Makes the models that the benchmarks run, from x0 to y0: make_models.py FOLDER"""
 import sys
 
-from onnx import TensorProto, helper, save
+from onnx import parser, save
 
-# Twice each float; token ids as floats.
-for name, element_type, node in (
-    ("double", TensorProto.FLOAT, helper.make_node("Sum", ["x0", "x0"], ["y0"])),
-    ("ids", TensorProto.INT64, helper.make_node("Cast", ["x0"], ["y0"], to=TensorProto.FLOAT)),
-):
-    x0 = helper.make_tensor_value_info("x0", element_type, ["n"])
-    y0 = helper.make_tensor_value_info("y0", TensorProto.FLOAT, ["n"])
-    model = helper.make_model(
-        helper.make_graph([node], name, [x0], [y0]),
-        ir_version=8,
-        opset_imports=[helper.make_opsetid("", 14)],
-    )
+MODELS = {
+    "double": "(float[n] x0) => (float[n] y0) { y0 = Sum(x0, x0) }",
+    "ids": "(int64[n] x0) => (float[n] y0) { y0 = Cast<to = 1>(x0) }",  # token ids as floats
+}
+for name, graph in MODELS.items():
+    model = parser.parse_model(f'<ir_version: 8, opset_import: ["": 14]> {name} {graph}')
     save(model, f"{sys.argv[1]}/{name}.onnx")

@@ -2,8 +2,8 @@
 
     make_texts.py FOLDER
 
-Writes each text to a file, and a line for it to FOLDER/index: file, element type, title. The same versions
-of the writers give the same texts.
+Writes each text to a file, and a line for it to FOLDER/index: file, element type, title. The same
+versions of the writers give the same texts.
 """
 import array
 import itertools
@@ -23,7 +23,7 @@ MEAN, DEVIATION = (0.485, 0.456, 0.406), (0.229, 0.224, 0.225)  # of an image's 
 
 
 def command(*words):
-    """A writer in another language: a program that takes doubles and writes them as a JSON array."""
+    """A writer in another language: a program that writes doubles as a JSON array."""
     return lambda numbers: subprocess.run(
         words, input=array.array("d", numbers).tobytes(), capture_output=True, check=True
     ).stdout.decode()

@@ -1,7 +1,7 @@
 """Makes the figures of docs/performance.md: report.py FOLDER [COMMIT]
 
-FOLDER holds the output of the benchmarks. The page gets a selection of the texts, bench/results.md all of
-them. With COMMIT the costs of that commit relative to today's are printed.
+FOLDER holds the output of the benchmarks. The page gets a selection of the texts, bench/results.md
+all of them. With COMMIT the costs of that commit relative to today's are printed.
 """
 import pathlib
 import sys
@@ -25,6 +25,7 @@ SHOWN = {
     "token ids; pixels",
     "write": "gaussian, Python; token ids",
 }
+DRAWN = "JSON run, Windows; JSON run, Linux; fast tensor run, Linux; direct call, Linux"
 
 
 def costs(name, keys):
@@ -41,7 +42,7 @@ def joined(values, unit=""):
 
 
 def lead(texts, key):
-    """For each machine, the cost of the fastest other library, without the C library, divided by this one's."""
+    """By machine, the cost of the fastest other library except the C library, over this one's."""
     for machine in MACHINES[key[0]]:
         of = texts[machine][key]
         yield min(of[name] for name in LIBRARIES[key[0]][1:-1] if name in of) / of["library"]
@@ -60,7 +61,8 @@ def text_table(texts, way, shown=None):
 def range_of_leads(texts):
     leads = zip(*(lead(texts, key) for key in texts["linux"] if key[0] == "read"))
     linux, windows, arm64 = (f"{min(of):.2f} to {max(of):.2f}" for of in leads)
-    return f"Leads over all texts: {linux}; Windows under Wine: {windows}; arm64, instructions: {arm64}."
+    others = f"Windows under Wine: {windows}; arm64, instructions: {arm64}"
+    return f"Leads over all texts: {linux}; {others}."
 
 
 def host_table(hosts):
@@ -86,12 +88,7 @@ def draw(runs):
     """Cost against size; the same figures give the same bytes."""
     matplotlib.rcParams.update({"svg.hashsalt": "vornic", "svg.fonttype": "none", "font.size": 9})
     figure, axes = pyplot.subplots(figsize=(5, 3), layout="constrained")
-    for name in (
-        "JSON run, Windows",
-        "JSON run, Linux",
-        "fast tensor run, Linux",
-        "direct call, Linux",
-    ):
+    for name in DRAWN.split("; "):
         call, target = name.split(", ")
         points = [(int(n), of[call] / 1000) for (n,), of in runs[target.lower()].items()]
         axes.loglog(*zip(*points), "o-", markersize=3, label=name)

@@ -1,7 +1,6 @@
 // The cost of a run: the library's run functions and direct calls of ONNX Runtime's C API.
 //
-//   runs MODEL                       every call at every size
-//   runs MODEL CALL NUMBERS COUNT    one call in a loop, for a profiler
+//   runs MODEL
 //
 // MODEL doubles a vector of float32 numbers, x0 to y0. A line is: numbers, call, and the minimum over
 // interleaved rounds in ns, separated by tabs.
@@ -10,7 +9,6 @@
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
-#include <string.h>
 
 #include <algorithm>
 #include <charconv>
@@ -36,16 +34,14 @@ OrtSession* g_direct_session;
 OrtMemoryInfo* g_memory;
 InferenceSession* g_session;
 
-void check(OrtStatus* status) {
-    if (status == nullptr) return;
-    fprintf(stderr, "runs: %s\n", g_api->GetErrorMessage(status));
+void check(bool success, const char* reason = onnxruntime_vn_last_error()) {
+    if (success) return;
+    fprintf(stderr, "runs: %s\n", reason);
     exit(1);
 }
 
-void check(bool success) {
-    if (success) return;
-    fprintf(stderr, "runs: %s\n", onnxruntime_vn_last_error());
-    exit(1);
+void check(OrtStatus* status) {
+    if (status != nullptr) check(false, g_api->GetErrorMessage(status));
 }
 
 // Both sessions run on one thread, so that they are comparable.
@@ -162,14 +158,10 @@ private:
     void check_output(RunResult* result) {
         check(result != nullptr);
         const float* output = onnxruntime_vn_result_float_data(result);
-        const bool is_right =
-            onnxruntime_vn_result_float_count(result) == shape_ &&
-            std::equal(numbers_.begin(), numbers_.end(), output,
-                       [](float number, float doubled) { return doubled == 2 * number; });
-        if (!is_right) {
-            fprintf(stderr, "runs: a wrong output\n");
-            exit(1);
-        }
+        check(onnxruntime_vn_result_float_count(result) == shape_ &&
+                  std::equal(numbers_.begin(), numbers_.end(), output,
+                             [](float number, float doubled) { return doubled == 2 * number; }),
+              "a wrong output");
         onnxruntime_vn_release_result(result);
     }
 
@@ -223,20 +215,12 @@ void settle_heap() {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2 && argc != 5) {
-        fprintf(stderr, "usage: runs MODEL [CALL NUMBERS COUNT]\n");
+    if (argc != 2) {
+        fprintf(stderr, "usage: runs MODEL\n");
         return 2;
     }
     settle_heap();
     open_sessions(argv[1]);
-    if (argc == 2) {
-        for (const size_t size : kSizes) measure(size);
-        return 0;
-    }
-    Input input(static_cast<size_t>(atol(argv[3])));
-    for (const Call& call : input.calls()) {
-        if (strcmp(call.name, argv[2]) != 0) continue;
-        for (long i = atol(argv[4]); i > 0; --i) call.run();
-    }
+    for (const size_t size : kSizes) measure(size);
     return 0;
 }

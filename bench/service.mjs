@@ -3,6 +3,7 @@
 import cluster from 'node:cluster';
 import http from 'node:http';
 import {createRequire} from 'node:module';
+import {text} from 'node:stream/consumers';
 
 const {InferenceSession, Tensor} = createRequire(import.meta.url)('onnxruntime-node');
 
@@ -30,19 +31,12 @@ if (cluster.isPrimary) {
   });
   cluster.fork();
   cluster.fork();
-  process.on('SIGTERM', () => cluster.disconnect(() => process.exit()));
 } else {
   const session = await InferenceSession.create(process.argv[2], {intraOpNumThreads: 1, interOpNumThreads: 1});
-  const server = http.createServer((request, response) => {
-    const parts = [];
-    request.on('data', (part) => parts.push(part));
-    request.on('end', async () => {
-      const [status, value] = await answer(session, Buffer.concat(parts));
-      const text = JSON.stringify(value);
-      response.writeHead(status, {'Content-Length': Buffer.byteLength(text)});
-      response.end(text);
-    });
+  const server = http.createServer(async (request, response) => {
+    const [status, value] = await answer(session, await text(request));
+    response.statusCode = status;
+    response.end(JSON.stringify(value));
   });
-  process.on('disconnect', () => server.closeAllConnections());
   server.listen(0, '127.0.0.1');
 }

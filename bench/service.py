@@ -1,8 +1,9 @@
 """Checks and measures a service for the detector: service.py MODEL [COUNT [COMMAND...]]
 
-COUNT requests come over 16 connections, every hundredth malformed. Answers must be the model's, or 400 with a reason.
-Without COMMAND it is examples/python/service.py: two workers are killed in turn under load, then it is terminated.
-COMMAND gets MODEL, prints its address and has its workers as children.
+COUNT requests come over 16 connections, every hundredth malformed. Answers must be the model's, or
+400 with a reason. COMMAND gets MODEL, prints its address and has its workers as children. Without
+COMMAND the service is examples/python/service.py: two of its workers are killed in turn under load,
+then it is terminated.
 """
 import array
 import collections

@@ -136,11 +136,8 @@ def move_module(usr, version):
 def make(build, work, component, values):
     """Lays out a package in a folder of its name, and returns the folder."""
     folder = work / values["package"]
-    usr, control, documents = (
-        folder / "usr",
-        folder / "DEBIAN",
-        folder / "usr/share/doc" / folder.name,
-    )
+    usr, control = folder / "usr", folder / "DEBIAN"
+    documents = usr / "share/doc" / folder.name
     install(build.folder, usr, component)
     if component == "python":
         move_module(usr, build.version)

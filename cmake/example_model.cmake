@@ -13,4 +13,5 @@ else()
         DEPENDS "${make_models}"
         VERBATIM)
     add_custom_target(vornic_example_model ALL DEPENDS "${example_model}")
+    install(FILES "${example_model}" DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples")
 endif()

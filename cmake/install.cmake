@@ -28,6 +28,7 @@ if(WIN32)
     set(vornic_file onnxruntime_vornic.dll)
     set(library_folder "${CMAKE_INSTALL_BINDIR}")
     set(runtime_folder "${library_folder}")
+    include(msvc_import_library)
 else()
     set(vornic_file libonnxruntime_vornic.so.${PROJECT_VERSION_MAJOR})
     set(library_folder "${CMAKE_INSTALL_LIBDIR}")
@@ -39,9 +40,6 @@ if(VORNIC_INSTALL_RUNTIME)
     file(REAL_PATH "${ONNXRUNTIME_LIBRARY}" runtime_file)
     install(FILES "${runtime_file}" RENAME "${runtime_name}" DESTINATION "${runtime_folder}"
         COMPONENT library)
-endif()
-if(WIN32)
-    include(msvc_import_library)
 endif()
 
 # find_package(onnxruntime_vornic CONFIG)
@@ -77,10 +75,6 @@ install(FILES modules/node/README.md DESTINATION "${CMAKE_INSTALL_DOCDIR}/module
 # The Python module, where the examples look for it.
 install(DIRECTORY modules/python/onnxruntime_vornic
     DESTINATION "${CMAKE_INSTALL_DOCDIR}/modules/python" COMPONENT python PATTERN __pycache__ EXCLUDE)
-
-if(TARGET vornic_example_model)
-    install(FILES "${example_model}" DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples")
-endif()
 
 # For authors of bindings: a script of calls with the expected results, and the models it uses.
 install(DIRECTORY tests/script DESTINATION "${CMAKE_INSTALL_DOCDIR}/tests")

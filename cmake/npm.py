@@ -1,5 +1,8 @@
-"""Makes the package for Node.js: npm.py FOLDER NAME=BUILD..., where NAME is a platform as Node.js calls it
-(linux-x64) and BUILD a build folder for it. The same builds give the same bytes."""
+"""Makes the package for Node.js: npm.py FOLDER NAME=BUILD...
+
+NAME is a platform as Node.js calls it (linux-x64), BUILD a build folder for it. The same builds
+give the same bytes.
+"""
 import json
 import pathlib
 import shutil

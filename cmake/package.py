@@ -1,5 +1,5 @@
-"""Makes packages of a build: an archive to unpack and run, two wheels for Python and, with a contact, four
-packages for Debian and its derivatives. The same build and SOURCE_DATE_EPOCH give the same bytes."""
+"""Makes packages of a build: an archive, two wheels for Python and, with a contact, four packages
+for Debian and its derivatives. The same build and SOURCE_DATE_EPOCH give the same bytes."""
 import argparse
 import json
 import pathlib
@@ -22,17 +22,14 @@ with tempfile.TemporaryDirectory(dir=build.folder) as folder:
     work = pathlib.Path(folder)
     if not given.debian_only:
         name = f"onnxruntime_vornic-{build.version}-{build.system}-{build.architecture}"
-        archives.install(build.folder, work / "archive" / name)
-        archives.normalize(work / "archive")
+        top = work / "archive"
+        archives.install(build.folder, top / name)
+        archives.normalize(top)
         if build.system == "windows":
-            paths = sorted(
-                path.relative_to(work / "archive") for path in (work / "archive").rglob("*")
-            )
-            archives.write_zip(given.output / f"{name}.zip", work / "archive", paths, given.effort)
+            paths = sorted(path.relative_to(top) for path in top.rglob("*"))
+            archives.write_zip(given.output / f"{name}.zip", top, paths, given.effort)
         else:
-            archives.write_tar_gz(
-                given.output / f"{name}.tar.gz", work / "archive", [name], given.effort
-            )
+            archives.write_tar_gz(given.output / f"{name}.tar.gz", top, [name], given.effort)
         wheel.make_both(build, work / "wheel", given.output, given.effort)
     if given.contact and build.system == "linux":
         debian.make_all(build, work, given.output, given.contact, given.effort)

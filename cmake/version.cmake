@@ -1,5 +1,5 @@
-# Checks that the header's version is the project's, and sets vornic_functions, the header's functions in
-# alphabetical order.
+# Reads the header into the variable header, checks that its version is the project's, and sets
+# vornic_functions, its functions in alphabetical order.
 
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
     "${PROJECT_SOURCE_DIR}/include/onnxruntime_vornic.h")

@@ -8,12 +8,10 @@ import sys
 
 import archives
 
-# The libraries that every distribution of a manylinux tag has (PEP 600), and for each glibc the newest symbol
-# versions of GCC's libraries in the oldest distributions that have it: a wheel that needs these versions
-# needs that glibc, too.
-SYSTEM = (
-    "libc libm libdl librt libpthread libgcc_s libstdc++ ld-linux-x86-64 ld-linux-aarch64".split()
-)
+# The libraries that every distribution of a manylinux tag has (PEP 600), and for each glibc the
+# newest symbol versions of GCC's libraries in the oldest distributions that have it: a wheel that
+# needs these versions needs that glibc, too.
+SYSTEM = "libc libm libdl librt libpthread libgcc_s libstdc++ ld-linux-x86-64 ld-linux-aarch64"
 GCC_VERSIONS = [  # N of glibc 2.N: GLIBCXX, CXXABI, GCC
     (17, (3, 4, 19), (1, 3, 7), (4, 8, 0)),
     (24, (3, 4, 22), (1, 3, 10), (6, 0, 0)),
@@ -52,14 +50,10 @@ Tag: {tag}
 def glibc_needed(readelf, file):
     """The N of the glibc 2.N that a file needs; None if it needs a library outside SYSTEM."""
     dynamic, versions = (archives.run(readelf, flag, file) for flag in ("-dW", "-VW"))
-    if {*re.findall(r"\(NEEDED\).*\[(.*?)\.so", dynamic)} - {*SYSTEM, "libonnxruntime"}:
+    if {*re.findall(r"\(NEEDED\).*\[(.*?)\.so", dynamic)} - {*SYSTEM.split(), "libonnxruntime"}:
         return None
-    newest = {
-        "GLIBC": (2, 17),
-        "GLIBCXX": (0,),
-        "CXXABI": (0,),
-        "GCC": (0,),
-    }  # pip knows no older tag
+    # pip knows no tag for an older glibc.
+    newest = {"GLIBC": (2, 17), "GLIBCXX": (0,), "CXXABI": (0,), "GCC": (0,)}
     for name, number in re.findall(r"Name: (GLIBC|GLIBCXX|CXXABI|GCC)_([\d.]+)", versions):
         newest[name] = max(newest[name], tuple(map(int, number.split("."))))
     (_, glibc, *_), *gcc = newest.values()

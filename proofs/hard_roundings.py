@@ -6,6 +6,7 @@ nearest to a half, and decimals nearest to the midpoint of two doubles. Exits wi
 too near to a half for the writer, which relies on there being none (see round_to_digits in
 src/number/number_writer.cpp).
 """
+import math
 import sys
 from fractions import Fraction
 
@@ -34,8 +35,7 @@ def find(factor, begin, end, low, high):
     """The least n in [begin, end) whose n * factor has a fractional part in [low, high]."""
     a, m = factor.numerator, factor.denominator
     start = a * begin % m
-    bottom = -(-low.numerator * m // low.denominator)
-    top = high.numerator * m // high.denominator
+    bottom, top = math.ceil(low * m), math.floor(high * m)
     if bottom > top:
         return None
     low_rest, high_rest = (bottom - start) % m, (top - start) % m
@@ -43,37 +43,29 @@ def find(factor, begin, end, low, high):
     return begin + x if x is not None and begin + x < end else None
 
 
-def nearest(factor, begin, end, side):
-    """An n whose n * factor is nearest to a half, to within a factor of 2, on one side of it."""
-    best = None
-    for bits in range(2, 90):
-        away = Fraction(1, 1 << bits)
-        window = (HALF - away, HALF) if side < 0 else (HALF, HALF + away)
-        found = find(factor, begin, end, *window)
-        if found is None:
-            break
-        best = found
-    return best
+def nearest(factor, begin, end):
+    """The n whose n * factor are nearest to a half below and above it, to within a factor of 2."""
+    for side in (-1, 1):
+        best = None
+        for bits in range(2, 90):
+            away = Fraction(1, 1 << bits)
+            window = (HALF - away, HALF) if side < 0 else (HALF, HALF + away)
+            found = find(factor, begin, end, *window)
+            if found is None:
+                break
+            best = found
+        if best is not None:
+            yield best
 
 
 def power(base, exponent):
     return Fraction(base) ** exponent
 
 
-def ceiling(number):
-    return -(-number.numerator // number.denominator)
-
-
-def exponent_of_ten(number):
-    """floor(log10(number))"""
-    exponent = len(str(number.numerator)) - len(str(number.denominator))
-    return exponent if power(10, exponent) <= number else exponent - 1
-
-
-def exponent_of_two(number):
-    """floor(log2(number))"""
-    exponent = number.numerator.bit_length() - number.denominator.bit_length()
-    return exponent if power(2, exponent) <= number else exponent - 1
+def exponent_of(base, number):
+    """floor(log(number, base)), exactly"""
+    estimate = round(math.log(number.numerator, base) - math.log(number.denominator, base))
+    return estimate if power(base, estimate) <= number else estimate - 1
 
 
 def binary_ranges(bits, least, greatest):
@@ -93,24 +85,18 @@ def check_writer(digits, bits, least, greatest):
     safe = True
     for begin, end, exponent in binary_ranges(bits, least, greatest):
         unit = power(2, exponent)
-        ten = exponent_of_ten(begin * unit)
-        while power(10, ten) < end * unit:
-            low = max(begin, ceiling(power(10, ten) / unit))
-            high = min(end, ceiling(power(10, ten + 1) / unit))
+        for ten in range(exponent_of(10, begin * unit), exponent_of(10, end * unit) + 1):
+            low = max(begin, math.ceil(power(10, ten) / unit))
+            high = min(end, math.ceil(power(10, ten + 1) / unit))
             scale = digits - 1 - ten
             factor = unit * power(10, scale)
-            ten += 1
-            if low >= high or factor.denominator == 1:
-                continue
             exact = 0 <= scale <= 27
             top = HALF - Fraction(1, 2 * factor.denominator) if exact else HALF
             if find(factor, low, high, HALF - margin, top) is not None:
                 print(f"too near to a half: exponent {exponent}, scale {scale}", file=sys.stderr)
                 safe = False
-            for side in (-1, 1):
-                n = nearest(factor, low, high, side)
-                if n is not None:
-                    print(float(n * unit))
+            for n in nearest(factor, low, high):
+                print(float(n * unit))
     return safe
 
 
@@ -118,17 +104,13 @@ def print_hard_decimals(digits):
     begin, end = 10 ** (digits - 1), 10**digits
     for ten in range(-342 - digits, 309):
         scale = power(10, ten)
-        least, greatest = exponent_of_two(begin * scale), exponent_of_two(end * scale)
+        least, greatest = exponent_of(2, begin * scale), exponent_of(2, end * scale)
         for two in range(max(least, -1076), min(greatest, 1023) + 1):
             unit = power(2, max(two - 52, -1074))
-            low = max(begin, ceiling(power(2, two) / scale))
-            high = min(end, ceiling(power(2, two + 1) / scale))
-            if low >= high:
-                continue
-            for side in (-1, 1):
-                n = nearest(scale / unit, low, high, side)
-                if n is not None:
-                    print(f"{n}e{ten}")
+            low = max(begin, math.ceil(power(2, two) / scale))
+            high = min(end, math.ceil(power(2, two + 1) / scale))
+            for n in nearest(scale / unit, low, high):
+                print(f"{n}e{ten}")
 
 
 if __name__ == "__main__":

@@ -1,4 +1,6 @@
-# Sourced by all scripts. Changes to the root of the checkout, $root. A script's leading comment is its help.
+# Sourced by all scripts. Makes them stop at errors, and changes to the root of the checkout, $root. A script's
+# leading comment is its help.
+set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 script=$root/scripts/${BASH_SOURCE[1]##*/}
@@ -31,30 +33,16 @@ quietly() {
     mkdir -p "${log%/*}"
     if ! "${@:2}" >"$log" 2>&1; then
         cat "$log" >&2
+        echo "${script##*/}: failed; the output above is in $log" >&2
         return 1
     fi
 }
 
 # Builds the preset $1, or only the targets that --target NAME... after it names.
 build() {
-    quietly "build/$1.log" configure_and_build "$@" || {
-        echo "${script##*/}: the build of $1 failed (build/$1.log)" >&2
-        return 1
-    }
+    quietly "build/$1.log" configure_and_build "$@"
 }
 
 configure_and_build() {
     cmake --preset "$1" && cmake --build --preset "$@"
-}
-
-# The first of these commands that is installed.
-first_of() {
-    local name
-    for name in "$@"; do
-        if command -v "$name" >/dev/null; then
-            echo "$name"
-            return
-        fi
-    done
-    echo "$1"
 }

@@ -77,14 +77,8 @@ unpack_from() {
     mkdir -p "$folder/lists/partial" "$folder/cache/archives/partial"
     mirror=$(apt-get indextargets --format '$(REPO_URI) $(CODENAME)' 'Created-By: Packages' |
         sed -nE 's/ (bookworm|trixie)$//p' | head -n 1)
-    cat >"$folder/own.sources" <<END
-Types: deb
-URIs: $mirror
-Suites: $1
-Components: main
-Signed-By: /usr/share/keyrings/debian-archive-keyring.gpg
-END
-    apt=(apt-get -o Dir::Etc::SourceList="$folder/own.sources"
+    echo "deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $mirror $1 main" >"$folder/own.list"
+    apt=(apt-get -o Dir::Etc::SourceList="$folder/own.list"
         -o Dir::Etc::SourceParts=/dev/null -o Dir::State::Lists="$folder/lists"
         -o Dir::Cache="$folder/cache" -o Acquire::Languages=none
         -o APT::Sandbox::User="$(id -un)")

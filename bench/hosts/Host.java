@@ -1,4 +1,4 @@
-// From Java's numbers to Java's numbers, with Java 22 or later:
+// Times whole calls from Java 22 or later, as host.py explains:
 //   java --enable-native-access=ALL-UNNAMED Host.java LIBRARY MODEL DTYPE COUNT
 import static java.lang.foreign.ValueLayout.*;
 

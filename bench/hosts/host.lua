@@ -1,4 +1,4 @@
--- From Lua's numbers to Lua's numbers: luajit host.lua LIBRARY MODEL DTYPE COUNT
+-- Times whole calls from Lua, as host.py explains: luajit host.lua LIBRARY MODEL DTYPE COUNT
 local ffi = require("ffi")
 local path, model, dtype, count = ...
 ffi.cdef(io.open(path:match("^.*/") .. "onnxruntime_vornic.cdef"):read("*a"))

@@ -1,4 +1,5 @@
-// JavaScript: node host.mjs LIBRARY MODEL DTYPE COUNT, where LIBRARY may be onnxruntime-node, the package.
+// Times whole calls from JavaScript, as host.py explains: node host.mjs LIBRARY MODEL DTYPE COUNT
+// LIBRARY may also be onnxruntime-node, the package.
 import {deepStrictEqual} from 'node:assert';
 import {createRequire} from 'node:module';
 

@@ -1,5 +1,5 @@
 <?php
-// From PHP's numbers to PHP's numbers: php host.php LIBRARY MODEL DTYPE COUNT
+// Times whole calls from PHP, as host.py explains: php host.php LIBRARY MODEL DTYPE COUNT
 [, $path, $model, $dtype, $count] = $argv;
 $library = FFI::cdef(file_get_contents(dirname($path) . '/onnxruntime_vornic.cdef'), realpath($path));
 $session = $library->onnxruntime_vn_create_session($model, null);

@@ -1,6 +1,7 @@
-"""From Python's numbers to Python's numbers, and from NumPy's: host.py LIBRARY MODEL DTYPE COUNT
+"""Times whole calls from Python, with lists and NumPy arrays: host.py LIBRARY MODEL DTYPE COUNT
 
-Each program here prints the minimum time of a whole call in µs: making the feed, the run, reading the output.
+Each program in this folder prints the minimum time of a whole call in µs: making the feed from the
+language's own numbers, the run, and reading the output into its own numbers.
 """
 import json
 import pathlib

@@ -1,4 +1,4 @@
-# From Ruby's numbers to Ruby's numbers: ruby host.rb LIBRARY MODEL DTYPE COUNT
+# Times whole calls from Ruby, as host.py explains: ruby host.rb LIBRARY MODEL DTYPE COUNT
 require "fiddle/import"
 require "json"
 

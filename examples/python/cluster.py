@@ -27,8 +27,7 @@ class Detector(distributed.WorkerPlugin):
         worker.detector = Library(self.library).session(self.model, threads=1)
 
 
-def share_of_speech(path):
-    session = distributed.get_worker().detector
+def share_of_speech(session, path):
     try:
         chunks, _ = speech.detect(session, inputs.load(path))
     except (VornicError, inputs.RecordingError) as error:
@@ -37,7 +36,8 @@ def share_of_speech(path):
 
 
 def shares_of_speech(paths):
-    return {path: share_of_speech(path) for path in paths}
+    session = distributed.get_worker().detector
+    return {path: share_of_speech(session, path) for path in paths}
 
 
 def detect(client, library, model, paths, batch):
@@ -71,10 +71,9 @@ def main():
     )
     with distributed.Client(cluster) as client:
         for path, share in detect(client, given.library, model, given.recordings, given.batch):
-            share = (
+            print(
                 f"{share:6.0%}  {path}" if isinstance(share, float) else f"     -  {path}: {share}"
             )
-            print(share)
 
 
 if __name__ == "__main__":

@@ -33,8 +33,6 @@ def load(path):
         raise RecordingError(f"{path} has {found} (expected: {FORMAT})")
     step = channels * (rate // RATE)
     samples = array.array("h", frames[: len(frames) // (2 * step) * 2 * step])
-    if sys.byteorder == "big":
-        samples.byteswap()
     # Six decimals are 30 times finer than a 16-bit step and keep the feeds short.
     steps = range(0, len(samples), step)
     return [round(sum(samples[i : i + step]) / step / 32768, 6) for i in steps]
@@ -64,11 +62,11 @@ def parser(name, description, model):
     return made
 
 
-def run(name, program, *arguments):
+def run(name, program):
     """Runs a program; an error becomes one line and exit status 1."""
     sys.stdout.reconfigure(encoding="utf-8")
     try:
-        program(*arguments)
+        program()
     except (VornicError, RecordingError) as error:
         sys.stdout.flush()
         sys.exit(f"{name}: {error}")

@@ -78,9 +78,8 @@ def serve(given):
             break
         ended = dict(filter(any, [os.waitpid(worker, os.WNOHANG) for worker in workers]))
         workers -= set(ended)
-        failed = any(
-            map(os.WIFEXITED, ended.values())
-        )  # exited rather than killed: it could not start
+        # One that exited, rather than being killed, could not start.
+        failed = any(map(os.WIFEXITED, ended.values()))
     os.close(alive)
     return any([failed, *(os.waitpid(worker, 0)[1] for worker in workers)])
 

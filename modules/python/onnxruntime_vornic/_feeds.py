@@ -11,7 +11,8 @@ _MEMBERS = ("dtype", "shape", "data")
 _STRINGS = ("string", "str")
 
 # The lowest and the highest number of each type in a feed. The limit of float32 is the largest
-# number that rounds to a finite one: the shortest decimal form of the largest float32 lies above it.
+# number that rounds to a finite one: the shortest decimal form of the largest float32 is greater
+# than the float itself.
 _LARGEST_FLOAT32 = 2.0**128 - 2.0**103 - 2.0**75
 _RANGES = {
     "float32": (-_LARGEST_FLOAT32, _LARGEST_FLOAT32),
@@ -79,8 +80,9 @@ def feed_json(feed: Feed) -> str:
         raise VornicError("a feed must be a dict of tensors by input name, or its text")
     items = {name: tensor_json(name, item) for name, item in feed.items()}
     # The library finds an input by the first occurrence of its quoted name and starts its tensor at
-    # the next {. So inputs named like a word inside a tensor ("data" is common) go first, and string
-    # tensors, which may contain any name, last. Inputs that are both are tried in either position.
+    # the next {. So inputs named like a word inside a tensor ("data" is common) go first, and
+    # string tensors, which may contain any name, last. Inputs that are both are tried in either
+    # position.
     words = {*_MEMBERS, *(item["dtype"] for item in feed.values())}
     orders = (
         lambda name: (feed[name]["dtype"] in _STRINGS, name not in words),

@@ -109,7 +109,8 @@ class Library:
     def adopt(self, address: int, shape: Sequence[int]) -> FloatTensor:
         """A float32 tensor over memory from malloc, which the tensor will free.
 
-        On failure the memory still belongs to the caller. On Windows it must come from msvcrt.dll's malloc.
+        On failure the memory still belongs to the caller. On Windows it must come from msvcrt.dll's
+        malloc.
         """
         sizes = (ctypes.c_int64 * len(shape))(*shape)
         count = 1

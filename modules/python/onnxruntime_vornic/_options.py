@@ -17,7 +17,8 @@ Provider = Union[str, Tuple[str, Mapping[str, Any]]]
 class GraphOptimizationLevel(enum.IntEnum):
     """How far a session optimises its model's graph.
 
-    >>> library.session("double.onnx", graph_optimization_level=GraphOptimizationLevel.BASIC).close()
+    >>> level = GraphOptimizationLevel.BASIC
+    >>> library.session("double.onnx", graph_optimization_level=level).close()
     """
 
     NONE = 0

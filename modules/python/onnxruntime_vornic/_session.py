@@ -85,7 +85,8 @@ class Session(Handle):
 
         After timeout seconds, the run and all others with the same options end with VornicTimeout.
 
-        >>> with session.run({"x": tensor("float32", [1, 3], [1, 2, 3])}, ["y"], timeout=10) as result:
+        >>> x = tensor("float32", [1, 3], [1, 2, 3])
+        >>> with session.run({"x": x}, ["y"], timeout=10) as result:
         ...     print(result.text)
         {"outputs":{"y":{"dtype":"float32","shape":[1,3],"data":[2,4,6]}}}
         """
