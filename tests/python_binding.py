@@ -7,6 +7,7 @@ run, on exactly its tensors.
 import array
 import ctypes
 import doctest
+import gc
 import json
 import math
 import os
@@ -148,6 +149,12 @@ def check_lifetimes():
         result, released = session.run(FEED), called.count(RELEASED)
         del result
         check("a result that nobody closed", released + 1, called.count(RELEASED))
+    session = model("double")
+    session.bound = session.binding()  # in a cycle
+    del session
+    gc.collect()
+    released = [_native.PREFIX + "release_" + kind for kind in ("iobinding", "session")]
+    check("released by the collector, in this order", released, called[-2:])
 
 
 def check_tensors():

@@ -194,7 +194,7 @@ class Binding(Handle):
     def __init__(self, session: Session) -> None:
         self._session, functions = session, session.library.functions
         handle = functions.create_iobinding(session.handle)
-        super().__init__(session.library, handle, functions.release_iobinding)
+        super().__init__(session.library, handle, functions.release_iobinding, session._owner)
 
     def bind_input(self, name: str, values: Tensor) -> None:
         """Binds a tensor to an input, for all runs until clear_inputs."""
