@@ -25,17 +25,12 @@ Float32Array\(3\) \[ 8, 10, 12 \]
 .*must have 3 items.*"""
 
 
-def made(folder):
+def install(folder):
     maker = [sys.executable, given.source / "cmake/npm.py"]
     subprocess.check_call([*maker, folder, f"{platform}={given.build}"])
-    return (folder / "onnxruntime-vornic-1.0.0.tgz").read_bytes()
-
-
-def install(folder):
-    check("two archives of one build", True, made(folder / "1") == made(folder / "2"))
     options = "--offline --ignore-scripts --no-audit --no-fund --cpu=x64 --os=" + platform[:5]
     command = "npm install {archive} --cache={deps}/node/npm-cache " + options
-    output(command, archive="./1/onnxruntime-vornic-1.0.0.tgz", deps=deps, cwd=folder)
+    output(command, archive="./onnxruntime-vornic-1.0.0.tgz", deps=deps, cwd=folder)
     for path in FILES.split():
         shutil.copy(given.source / path, folder)
 

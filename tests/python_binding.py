@@ -1,8 +1,8 @@
 """Checks the Python module.
 
-The examples of its docs run, its classes call every function of the header, and the script of calls is
-played through those functions. Of random feeds, most of them damaged, each that check_feed accepts must
-run, on exactly its tensors.
+The examples of its docs run, its classes call every function of the header, and the script of calls
+is played through those functions. Of random feeds, most of them damaged, each that check_feed
+accepts must run, on exactly its tensors.
 """
 import array
 import ctypes
@@ -165,24 +165,14 @@ def check_tensors():
             with library.tensor(image, shape) as fed, session.run_tensor("x", fed) as result:
                 check(f"an image as {type(image)}", [7], result.floats.tolist())
     check("a tensor of the array's shape", True, library.tensor(memoryview(flat)).handle > 0)
-    with model("double") as session:
-        memory = allocated((ctypes.c_float * 3)(1, 2, 3))
-        result = session.run_tensor("x", library.adopt(memory, [1, 3]))
-        got = [result.float_shape, result.float_at(1), result.floats.tolist()]
-        check("adopted memory", [[1, 3], 4, [2, 4, 6]], got)
-        check("the profile where there is none", "", session.end_profiling())
 
 
 def check_options():
     with library.session_options(**SETTINGS) as options:
         options.set(cpu_mem_arena=False)
         with model("double", options=options) as session, session.binding() as bound:
-            bound.clear_inputs(), bound.clear_outputs(), bound.synchronize_inputs()
-            bound.bind_input("x", FEED["x"])
-            bound.bind_output("y")
-            with bound.run(timeout=9) as result:
-                bound.synchronize_outputs()
-                check("a binding's outputs", bound.outputs, result.outputs)
+            bound.synchronize_inputs(), bound.synchronize_outputs(), bound.clear_outputs()
+            check("the profile where there is none", "", session.end_profiling())
     check("providers", True, "CPUExecutionProvider" in library.providers)
     with model("double") as session, library.run_options(log_verbosity_level=0) as options:
         said = refusal(run_until, options, session, 0.05)

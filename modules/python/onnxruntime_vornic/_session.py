@@ -186,8 +186,9 @@ class Binding(Handle):
     >>> with session.binding() as binding:
     ...     binding.bind_input("x", tensor("float32", [1, 3], [1, 2, 3]))
     ...     binding.bind_output("y")
-    ...     with binding.run() as result:
-    ...         print(result["y"]["data"])
+    ...     binding.run(timeout=10).close()
+    ...     print(binding.outputs["y"]["data"])
+    ...     binding.clear_inputs()
     [2, 4, 6]
     """
 
