@@ -1,9 +1,6 @@
-"""Checks the docs.
-
-Every message that the library can write is in docs/troubleshooting.md and no other, Doxygen builds
-the reference without a warning, every link has a target, and the programs of docs/images.md tell a
-red image from a green one.
-"""
+"""Checks that docs/troubleshooting.md has every message that the library can write and no other,
+that Doxygen builds the reference without a warning, that every link has a target, and that the
+programs of docs/images.md tell a red image from a green one."""
 import os
 import pathlib
 import re

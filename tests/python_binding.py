@@ -41,7 +41,7 @@ in_string {"dtype":"string","shape":[64000000],"data":["a"]} ! shape must be who
 in_string {"dtype":"string","shape":[1],"data":["LONG"]} ! data holds a string of more than 4095
 in_int32 {"dtype":"int32","shape":[1],"data":[0.5]} ! data must be whole numbers
 more {"dtype":"int32","shape":[0],"data":[]} ! the model has no such input"""
-RELEASED, called = "onnxruntime_vn_release_result", []
+called = []
 malloc = ctypes.CDLL(None).malloc
 malloc.restype = ctypes.c_void_p
 
@@ -146,9 +146,8 @@ def check_lifetimes():
         check("floats of a closed result", [4], view.tolist())
         check("outputs of it", "this Result is closed", refusal(lambda: result.outputs))
     with model("double") as session:
-        result, released = session.run(FEED), called.count(RELEASED)
-        del result
-        check("a result that nobody closed", released + 1, called.count(RELEASED))
+        session.run(FEED)
+        check("a result that nobody closed", "onnxruntime_vn_release_result", called[-1])
     session = model("double")
     session.bound = session.binding()  # in a cycle
     del session
