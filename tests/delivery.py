@@ -1,4 +1,4 @@
-"""What the checks of the delivered files and the docs share: CMake's settings, check() and run()."""
+"""What the checks of delivered files and docs share: CMake's settings, check() and run()."""
 import argparse
 import os
 import pathlib
@@ -35,7 +35,7 @@ def check(what, expected, got):
 
 
 def run(*command, feed="", **settings):
-    """Exit status, output and error output. Windows programs cannot open Linux's pipes, but files."""
+    """Exit status, output and errors. Windows programs cannot open Linux's pipes, but files."""
     with tempfile.TemporaryFile() as out, tempfile.TemporaryFile() as err:
         settings |= dict(input=feed.encode(), stdout=out, stderr=err)
         texts = [subprocess.run(command, **settings).returncode]
@@ -46,7 +46,7 @@ def run(*command, feed="", **settings):
 
 
 def words(template, **values):
-    """The template's words, with {NAME} replaced by a value or by a setting, which may hold spaces."""
+    """The template's words, with {NAME} replaced by a value or a setting, with its spaces."""
     return [word.format(**{**vars(given), **values}) for word in template.split()]
 
 
@@ -57,16 +57,11 @@ def output(template, *more, cwd=None, env={}, **values):
     return out if status == 0 else sys.exit(f"FAILED: {command} exited with {status}: {out}{err}")
 
 
-def signatures():
-    """The types of the result and the arguments of each function that the header declares."""
-    cdef = (given.build / "onnxruntime_vornic.cdef").read_text()
-    functions = re.findall(r"(\S.*?) ?onnxruntime_vn_(\w+)\((.*)\);", cdef)
-    typed = r"((?:const )?\w+\*?) \w+(?:, |$)"
-    return {name: [result, *re.findall(typed, rest)] for result, name, rest in functions}
-
-
 def declared():
-    return sorted("onnxruntime_vn_" + name for name in signatures())
+    """The functions that the header declares, with the number of pointers in each declaration."""
+    cdef = (given.build / "onnxruntime_vornic.cdef").read_text()
+    found = re.findall(r"(.*(onnxruntime_vn_\w+)\(.*)", cdef)
+    return dict(sorted((name, line.count("*")) for line, name in found))
 
 
 def finish():

@@ -14,7 +14,7 @@ def on_linux():
     needed = output("{nm} -D --undefined-only {library}")
     names = ["libonnxruntime.so.1", "libc.so.6", "libonnxruntime_vornic.so.1"]
     path = ["$ORIGIN/onnxruntime_vornic:$ORIGIN", "BIND_NOW"]
-    found("exports", r" T (\w+)", declared(), exported)
+    found("exports", r" T (\w+)", [*declared()], exported)
     found("other exports", r" [^T] (\w+)", [], exported)
     found("libraries and name", r"\((?:NEEDED|SONAME)\).*\[(.*)\]", names, dynamic)
     found("path and binding", r"\((?:RUNPATH|FLAGS)\)[\w: ]*?\[?(\$[^\]]*|BIND.*)", path, dynamic)
@@ -31,7 +31,7 @@ def on_windows():
     properties = given.library.read_bytes().decode("utf-16le", "replace")
     delayed = ["__DELAY_IMPORT_DESCRIPTOR_libonnxruntime_delayed_a"]
     hardening = r"(?:DllCharacteristics|Time/Date stamp)\s+(\d+)$"
-    found("exports", r"^\t\[ *\d+\] (?:\+base\S+ +\S+ +\w+ )?([a-z]\w+)$", declared(), table)
+    found("exports", r"^\t\[ *\d+\] (?:\+base\S+ +\S+ +\w+ )?([a-z]\w+)$", [*declared()], table)
     found("libraries", r"DLL Name: (\S+)", ["KERNEL32.dll", "msvcrt.dll"], table)
     found("delayed imports", r"T (__DELAY_IMPORT\w+)", delayed, symbols)
     found("version among the properties", r"ProductVersion\0([\d.]+)", version, properties)

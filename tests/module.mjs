@@ -133,7 +133,7 @@ async function main() {
     const left = (process.memoryUsage().rss - before) / 20e6;
     assert.ok(left < 3, `a terminated worker leaves ${left} MB`);
     // Nor does what the collector frees.
-    console.log([...called].sort().join('\n'));
+    for (const name of [...called].sort()) console.log('onnxruntime_vn_' + name);
     library.session(detector);
     for (let i = 0; i < 20 && !called.delete('release_session'); i++) {
         gc();

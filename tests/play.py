@@ -1,4 +1,4 @@
-"""Plays scripts of calls, as script/calls.txt explains, through a program, as caller.cpp explains."""
+"""Plays scripts of calls (see script/calls.txt) through a program (see caller.cpp)."""
 import argparse
 import array
 import contextlib
@@ -117,7 +117,7 @@ class Call:
         )
 
     def check(self, got, error):
-        """Whether both are as expected; prints what is not. ONNX Runtime's words may be left out."""
+        """Whether both are as expected; prints what is not. ONNX Runtime's words are optional."""
         wrong = [] if self.matches(got) else [(self.answer, got)]
         if self.error not in (error, error.partition(" failed: ")[0] + " failed"):
             wrong.append(("last error: " + (text or "none") for text in (self.error, error)))
@@ -204,7 +204,7 @@ class Player:
 
 
 def lines_of(script):
-    """Every line of a file, or of a folder's, as [place, text, rows] with the lines that continue it."""
+    """Every line of a file or a folder's files, as [place, text, rows], continuations joined."""
     lines, files = [], sorted(pathlib.Path(script).glob("*.txt")) or [script]
     for text in (given := fileinput.FileInput(files, encoding="latin-1")):
         text, place = text.rstrip("\n"), f"{given.filename()}:{given.filelineno()}"
@@ -271,15 +271,12 @@ def main():
     add("models", help="a folder that make_models.py has filled")
     add("program", nargs=argparse.REMAINDER, help="with its arguments")
     given = parser.parse_args()
-    model = given.models + "/double.onnx"
-    if not os.path.exists(model.removeprefix("Z:")):  # Wine's name of the root
-        parser.error(f"there is no {model}: make_models.py FOLDER makes the models")
     player = Player(Program(given.program), given.threads, given.provider)
     ask = player.program.ask
     for number in range(given.rounds):
-        # Threads share this session, WebGPU needs one on the CPU besides its own, and the call binds
-        # ONNX Runtime, which clears the last error.
-        ask([("shared", "p", "create_session", "'" + model, "null")])
+        # Threads share this session, WebGPU needs one on the CPU besides its own, and the call
+        # binds ONNX Runtime, which clears the last error.
+        ask([("shared", "p", "create_session", f"'{given.models}/double.onnx", "null")])
         if given.provider:
             ask([("provided", "p", "create_session_options")])
             ask([("", "i", APPEND, "$provided", "'" + given.provider)])

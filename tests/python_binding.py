@@ -1,18 +1,21 @@
 """Checks the Python module.
 
-The examples of its docs run, and by the end every function of the header has been called. Of random
-feeds, most of them damaged, each that check_feed accepts must run, on exactly its tensors.
+The examples of its docs run, its classes call every function of the header, and the script of calls
+is played through those functions. Of random feeds, most of them damaged, each that check_feed
+accepts must run, on exactly its tensors.
 """
 import array
 import ctypes
 import doctest
+import gc
 import json
 import math
 import os
 import random
 import sys
 
-from delivery import check, finish, given, models, signatures
+import play
+from delivery import check, declared, finish, given, models
 
 sys.path.insert(0, str(given.source / "modules/python"))
 import onnxruntime_vornic as binding
@@ -26,8 +29,7 @@ JUNK += [{"data": [9]}, "\0", "\ud800", "é" * 2048, *WORDS]
 FEED = {"x": tensor("float32", [1, 3], [1, 2, 3])}
 SETTINGS = dict(inter_op_num_threads=1, execution_mode=0, profiling=False, mem_pattern=True)
 SETTINGS.update(cpu_mem_arena=True, log_id="me", log_verbosity_level=0, log_severity_level=3)
-CTYPES = {"int32_t": ctypes.c_int32, "float": ctypes.c_float, "void": None}
-CTYPES["const char*"] = ctypes.c_char_p
+ARRAYS = {"f32": (ctypes.c_float, float), "i64": (ctypes.c_int64, int)}
 # An input of types.onnx, what replaces its tensor, and how the refusal begins.
 BAD = """in_float32 {"dtype":"float32","shape":[1],"data":"16000"} ! data must be an array
 in_float32 {"dtype":"float32","shape":[1]} ! a tensor must have dtype, shape and data
@@ -40,14 +42,22 @@ in_string {"dtype":"string","shape":[1],"data":["LONG"]} ! data holds a string o
 in_int32 {"dtype":"int32","shape":[1],"data":[0.5]} ! data must be whole numbers
 more {"dtype":"int32","shape":[0],"data":[]} ! the model has no such input"""
 called = []
+malloc = ctypes.CDLL(None).malloc
+malloc.restype = ctypes.c_void_p
 
 
 def counted(name, function):
-    return lambda *arguments: called.append(name) or function(*arguments)
+    return lambda *arguments: called.append(_native.PREFIX + name) or function(*arguments)
 
 
 def model(name, **settings):
     return library.session(models / f"{name}.onnx", **settings)
+
+
+def allocated(numbers):
+    """The address of a copy that free() releases."""
+    size = ctypes.sizeof(numbers)
+    return ctypes.memmove(malloc(size), numbers, size)
 
 
 def refusal(call, *arguments):
@@ -136,9 +146,14 @@ def check_lifetimes():
         check("floats of a closed result", [4], view.tolist())
         check("outputs of it", "this Result is closed", refusal(lambda: result.outputs))
     with model("double") as session:
-        result, released = session.run(FEED), called.count("release_result")
-        del result
-        check("a result that nobody closed", released + 1, called.count("release_result"))
+        session.run(FEED)
+        check("a result that nobody closed", "onnxruntime_vn_release_result", called[-1])
+    session = model("double")
+    session.bound = session.binding()  # in a cycle
+    del session
+    gc.collect()
+    released = [_native.PREFIX + "release_" + kind for kind in ("iobinding", "session")]
+    check("released by the collector, in this order", released, called[-2:])
 
 
 def check_tensors():
@@ -149,26 +164,14 @@ def check_tensors():
             with library.tensor(image, shape) as fed, session.run_tensor("x", fed) as result:
                 check(f"an image as {type(image)}", [7], result.floats.tolist())
     check("a tensor of the array's shape", True, library.tensor(memoryview(flat)).handle > 0)
-    malloc = ctypes.CDLL(None).malloc
-    malloc.restype = ctypes.c_void_p
-    memory = ctypes.memmove(malloc(12), array.array("f", [1, 2, 3]).tobytes(), 12)
-    with model("double") as session:
-        result = session.run_tensor("x", library.adopt(memory, [1, 3]))
-        got = [result.float_shape, result.float_at(1), result.floats.tolist()]
-        check("adopted memory", [[1, 3], 4, [2, 4, 6]], got)
-        check("the profile where there is none", "", session.end_profiling())
 
 
 def check_options():
     with library.session_options(**SETTINGS) as options:
         options.set(cpu_mem_arena=False)
         with model("double", options=options) as session, session.binding() as bound:
-            bound.clear_inputs(), bound.clear_outputs(), bound.synchronize_inputs()
-            bound.bind_input("x", FEED["x"])
-            bound.bind_output("y")
-            with bound.run(timeout=9) as result:
-                bound.synchronize_outputs()
-                check("a binding's outputs", bound.outputs, result.outputs)
+            bound.synchronize_inputs(), bound.synchronize_outputs(), bound.clear_outputs()
+            check("the profile where there is none", "", session.end_profiling())
     check("providers", True, "CPUExecutionProvider" in library.providers)
     with model("double") as session, library.run_options(log_verbosity_level=0) as options:
         said = refusal(run_until, options, session, 0.05)
@@ -192,17 +195,62 @@ def check_examples():
             check(f"{run} examples in {name}", 0, wrong)
 
 
-def check_signatures():
-    """Every function is declared to ctypes as the header declares it, and has been called."""
-    for name, types in signatures().items():
-        expected = [CTYPES.get(each, ctypes.c_void_p) for each in types]
-        check(f"signature of {name}", expected, [*_native.SIGNATURES[name]])
-    check("functions that were not called", set(), set(signatures()).symmetric_difference(called))
+class Module:
+    """Answers what caller.cpp answers, through the functions of the module."""
+
+    def __init__(self):
+        self.where = ""
+        self.handles = {}
+
+    def argument(self, word):
+        kind, _, numbers = word.partition(":")
+        if kind in ARRAYS:
+            ctype, number = ARRAYS[kind]
+            numbers = [*map(number, numbers.split(","))]
+            return (ctype * len(numbers))(*numbers)
+        if word[0] == "'":
+            return word[1:].encode("latin-1")
+        return self.handles[word[1:]] if word[0] == "$" else None if word == "null" else int(word)
+
+    def answer(self, handle, kind, name, *words):
+        arguments = [*map(self.argument, words)]
+        if name == "tensor_adopt_f32" and arguments[0]:
+            arguments[0] = allocated(arguments[0])
+        got = self.handles[handle] = getattr(library.functions, name)(*arguments)
+        if kind == "i":
+            return str(got or 0)
+        if kind == "p" or got is None:
+            return "something" if got else "nothing"
+        if kind == "t":
+            return "'" + got.decode("latin-1")
+        floats = [got] if kind == "f" else (ctypes.c_float * int(kind)).from_address(got)
+        return ",".join(map(str, floats))
+
+    def ask(self, requests):
+        return [self.answer(*request) for request in requests]
+
+    def end(self):
+        return 0
+
+    close = end
+
+
+def check_script():
+    player = play.Player(Module())
+    for _, calls, _ in play.scenes(given.source / "tests/script", str(models)):
+        player.release()
+        for call in calls:
+            player.play(play.Call(*call))
+    check("the script of calls", True, player.end())
 
 
 for name in _native.SIGNATURES:
     setattr(library.functions, name, counted(name, getattr(library.functions, name)))
 for part in (check_feeds, check_lifetimes, check_tensors, check_options, check_examples):
     part()
-check_signatures()
+check("what the classes call", [*declared()], sorted({*called}))
+signatures = [types for _, types in sorted(_native.SIGNATURES.items())]
+pointers = [types.count(ctypes.c_char_p) + types.count(ctypes.c_void_p) for types in signatures]
+check("pointers in the declarations", [*declared().values()], pointers)
+check_script()
 finish()

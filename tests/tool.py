@@ -21,17 +21,11 @@ REFUSED = {
     FEED + "\0": "the feed contains a zero byte",
     FEED[:50]: "malformed JSON numeric array",
 }
-COUNT, COUNTED = (
-    "".join(line % (ITEM % ("1,3", f"0,0,{step * n}")) for n in range(2000))
-    for line, step in (('{"x":%s}\n', 1), ('{"outputs":{"y":%s}}\n', 2))
-)
 TEXTS = dict(  # for the table below
     FEED=FEED,
     CUT=FEED + "\0",
     DOUBLES=DOUBLES,
     LONG='{"x":' + ITEM % ("9000", ",".join(["0.123456789"] * 9000)) + "}",
-    COUNT=COUNT,
-    COUNTED=re.escape(COUNTED),
     SPACED=f"{FEED}\r\n\n{FEED.replace('2.5', ' ' * 10**7 + '2.5')}\n{FEED}",
     SPACED_RESULTS=DOUBLES + ERROR % "input_feed_json is empty" + 2 * DOUBLES,
     WORDS=WORDS.replace("float32", "string", 1).replace("float32", "int64"),
@@ -40,7 +34,7 @@ TEXTS = dict(  # for the table below
     RUNS=r"minimum [\d.]+ us, median [\d.]+ us, maximum [\d.]+ us\n",
     PORTS=r'\{"inputs":\[\{"name":"x",.*\n\{"outputs":\[\{"name":"y",.*\n',
     OTHERS=r'\{"metadata":\{.*va\\"lue.*\}\}\n\{"providers":\["[^\n]*CPUExecutionProvider".*\]\}\n',
-    EMPTIES=r'\{"data":\{"dtype":"string","shape":\[1,2\],"data":\["",""\]\},\n "x":\{.*\[0,0\]\}\}\n',
+    EMPTIES=r'\{"data":\{"dtype":"string",.*,"data":\["",""\]\},\n "x":\{.*\[0,0\]\}\}\n',
     TWICE=r'.*"d\\"e\\\\f":.*\[7\].*"d\\"e\\\\f":.*\[7\].*',
     PATH="a" * 1024,
     MODEL='\n  input "x": float32 [-1,3]\n  output "y": float32 [-1,3]',
@@ -78,7 +72,6 @@ $PATH -> 1 ! run: $NO_PATH
 double.onnx - -> 1 ! run: input_feed_json is empty$MODEL
 double.onnx - < {"x":{"dtype":"float32"}} -> 1 ! run: no reason given
 double.onnx - < $CUT -> 1 ! -: contains a zero byte
-double.onnx --lines < $COUNT -> 0 $COUNTED
 double.onnx --lines - y < $SPACED -> 1 $SPACED_RESULTS
 double.onnx --lines < $REFUSED -> 1 $REASONS
 words.onnx --lines < $WORDS -> 0 .*two\\u000alines.*\n

@@ -1,6 +1,5 @@
-// Runs the checks of a verification program, or one of several equal parts of them:
-//
-//   PROGRAM fraction [part parts]
+// PROGRAM fraction [part parts]: runs that fraction of the checks of a verification program, or one of
+// several equal parts of it.
 #pragma once
 
 #include <signal.h>
@@ -23,10 +22,6 @@ inline int verify(int argc, char** argv, std::span<const Verification> verificat
     const double fraction = argc > 1 ? atof(argv[1]) : 0;
     const uint64_t part = argc == 4 ? strtoull(argv[2], nullptr, 10) : 0;
     const uint64_t parts = argc == 4 ? strtoull(argv[3], nullptr, 10) : 1;
-    if (!(fraction > 0 && fraction <= 1) || part >= parts) {
-        fprintf(stderr, "usage: %s fraction [part parts]\n", argv[0]);
-        return 2;
-    }
     signal(SIGSEGV, [](int) { fail("memory accesses", "", "inside the input", "outside it"); });
     for (const Verification& one : verifications) {
         const auto count = static_cast<uint64_t>(std::max(one.least, ceil(one.count * fraction)));

@@ -11,10 +11,18 @@ if TYPE_CHECKING:
 _Self = TypeVar("_Self", bound="Handle")
 
 
-def _release(release: Callable[[int], None], handle: int, process: int) -> None:
+def _release(release: Callable[[int], None], handle: int, process: int, _used: Any) -> None:
     # Not in a forked child, which does not have the session's threads.
     if os.getpid() == process:
         release(handle)
+
+
+class Owner:
+    """When this is collected, its object is released.
+
+    An object that uses another keeps the other's owner. The collector may find both at once, in any
+    order, but the user is released first.
+    """
 
 
 class Handle:
@@ -30,15 +38,19 @@ class Handle:
     onnxruntime_vornic.VornicError: this RunOptions is closed
     """
 
-    def __init__(self, library: "Library", handle: Optional[int], release: Any) -> None:
+    def __init__(
+        self, library: "Library", handle: Optional[int], release: Any, used: Optional[Owner] = None
+    ) -> None:
         self.library = library
+        self._used = used
         self._handle: Optional[int] = library.check(handle)
         self._release = release
-        self._release_with(self)
+        self._owner = Owner()
+        self._release_with(self._owner)
 
     def _release_with(self, owner: Any) -> None:
         """Releases the handle when owner is collected."""
-        arguments = self._release, self.handle, os.getpid()
+        arguments = self._release, self.handle, os.getpid(), self._used
         self._finalizer = weakref.finalize(owner, _release, *arguments)
         self._finalizer.atexit = False
 

@@ -111,6 +111,14 @@ class Library:
 
         On failure the memory still belongs to the caller. On Windows it must come from msvcrt.dll's
         malloc.
+
+        >>> malloc = ctypes.CDLL(None).malloc
+        >>> malloc.restype = ctypes.c_void_p
+        >>> memory = ctypes.memmove(malloc(12), (ctypes.c_float * 3)(1, 2, 3), 12)
+        >>> with library.adopt(memory, [1, 3]) as values:
+        ...     with session.run_tensor("x", values) as result:
+        ...         print(result.float_shape, result.float_at(1))
+        [1, 3] 4.0
         """
         sizes = (ctypes.c_int64 * len(shape))(*shape)
         count = 1

@@ -186,15 +186,16 @@ class Binding(Handle):
     >>> with session.binding() as binding:
     ...     binding.bind_input("x", tensor("float32", [1, 3], [1, 2, 3]))
     ...     binding.bind_output("y")
-    ...     with binding.run() as result:
-    ...         print(result["y"]["data"])
+    ...     binding.run(timeout=10).close()
+    ...     print(binding.outputs["y"]["data"])
+    ...     binding.clear_inputs()
     [2, 4, 6]
     """
 
     def __init__(self, session: Session) -> None:
         self._session, functions = session, session.library.functions
         handle = functions.create_iobinding(session.handle)
-        super().__init__(session.library, handle, functions.release_iobinding)
+        super().__init__(session.library, handle, functions.release_iobinding, session._owner)
 
     def bind_input(self, name: str, values: Tensor) -> None:
         """Binds a tensor to an input, for all runs until clear_inputs."""

@@ -26,8 +26,9 @@ inline void store(Bytes bytes, void* to) { _mm_storeu_si128(static_cast<Bytes*>(
 
 // Eight bytes from each of two addresses.
 inline Bytes load_halves(const void* a, const void* b) {
-    return _mm_castpd_si128(
-        _mm_loadh_pd(_mm_load_sd(static_cast<const double*>(a)), static_cast<const double*>(b)));
+    // Not _mm_load_sd, which in GCC dereferences an aligned double.
+    const Doubles first = _mm_castsi128_pd(_mm_loadu_si64(a));
+    return _mm_castpd_si128(_mm_loadh_pd(first, static_cast<const double*>(b)));
 }
 
 // The first eight bytes of two entries of sixteen, and their second eight.
