@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <concepts>
 #include <random>
 #include <string>
 #include <string_view>
@@ -68,13 +69,15 @@ auto bits_of(Number number) {
     return std::bit_cast<std::conditional_t<sizeof(Number) == 4, uint32_t, uint64_t>>(number);
 }
 
-// A number in decimal, and its bits.
-template <typename Number>
-std::string shown(Number number) {
+template <std::integral Integer>
+std::string shown(Integer number) {
+    return std::to_string(number);
+}
+
+template <std::floating_point Float>
+std::string shown(Float number) {
     const int digits = 2 * sizeof number;
-    const std::string bits = printed(" (bits 0x%0*llx)", digits, bits_of(number) + 0ull);
-    if constexpr (std::is_integral_v<Number>) return std::to_string(number) + bits;
-    return printed("%.17g", static_cast<double>(number)) + bits;
+    return printed("%.17g (bits 0x%0*llx)", number, digits, bits_of(number) + 0ull);
 }
 
 // Reading must return this value and this end.
@@ -102,36 +105,47 @@ inline void check_read(const char* text) {
 }
 
 template <typename Number>
-void check_written(Number number, char* (*write)(char*, Number), const std::string& expected) {
-    char buffer[kNumberCapacity];
-    const std::string_view got(buffer, static_cast<size_t>(write(buffer, number) - buffer));
+std::string written(Number number) {
+    char buffer[kNumberCapacity + 1];
+    return {buffer, write_numbers(buffer, buffer + sizeof buffer, &number, 1).end - 1};
+}
+
+template <typename Number>
+void check_written(Number number, const std::string& expected) {
+    const std::string got = written(number);
     if (got != expected) fail("writing a number", shown(number), escaped(expected), escaped(got));
 }
 
 // Writing must produce printf's text, and reading that must return the number.
 template <typename Number>
-void check_written(Number number, char* (*write)(char*, Number), int digits) {
+void check_written(Number number, int digits) {
     const std::string text = printed("%.*g", digits, static_cast<double>(number));
-    check_written(number, write, isnan(number) ? "nan" : text);
+    check_written(number, isnan(number) ? "nan" : text);
     const auto back = static_cast<Number>(read_number(text.c_str()).value);
     if (isnan(number) || bits_of(back) == bits_of(number)) return;
     fail("reading a number back", escaped(text), shown(number), shown(back));
 }
 
-inline void check_float(float number) { check_written(number, write_float32, 9); }
+inline void check_float(float number) { check_written(number, 9); }
 
-inline void check_double(double number) { check_written(number, write_float64, 17); }
+inline void check_double(double number) { check_written(number, 17); }
 
 inline void check_number(double number) {
     check_double(number);
     check_float(static_cast<float>(number));
 }
 
-// Unsigned, and as a negative number.
+template <typename... Integer>
+void check_integers(uint64_t number) {
+    (check_written(static_cast<Integer>(number), std::to_string(static_cast<Integer>(number))),
+     ...);
+}
+
+// Truncated to each type, and as a negative number.
 inline void check_integer(uint64_t number) {
-    const auto negative = static_cast<int64_t>(0 - number);
-    check_written(number, write_uint64, std::to_string(number));
-    check_written(negative, write_int64, std::to_string(negative));
+    check_integers<uint8_t, uint16_t, uint32_t, uint64_t>(number);
+    check_integers<int8_t, int16_t, int32_t, int64_t>(number);
+    check_integers<int8_t, int16_t, int32_t, int64_t>(0 - number);
 }
 
 inline double any_double(Random& random) { return std::bit_cast<double>(uint64_t{random()}); }

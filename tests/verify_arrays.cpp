@@ -99,9 +99,7 @@ std::string near_float(uint32_t bits, Random& random) {
     double value = chance % 4 == 0 ? number : number / 2 + next / 2;
     if (chance & 4) value = -value;
     const int digits = chance & 8 ? 17 : 9 + static_cast<int>((chance >> 8) % 10);
-    char buffer[kNumberCapacity];
-    std::string text = chance & 0x30 ? std::string(buffer, write_float64(buffer, value))
-                                     : printed("%#.*g", digits, value);
+    std::string text = chance & 0x30 ? written(value) : printed("%#.*g", digits, value);
     if (chance & 0x40) text[text.find_last_of("0123456789", text.find('e') - 1)] ^= 1;
     return text;
 }

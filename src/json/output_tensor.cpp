@@ -1,7 +1,5 @@
 #include "json/output_tensor.h"
 
-#include <type_traits>
-
 #include "core/element_type.h"
 #include "core/last_error.h"
 #include "core/owned.h"
@@ -12,34 +10,17 @@ using namespace vornic;
 
 namespace {
 
-char* write_element(char* to, uint64_t element) { return write_uint64(to, element); }
+using vornic::write_numbers;
 
-char* write_element(char* to, Bool8 element) {
-    std::string_view word = element != Bool8(0) ? "true" : "false";
-    memcpy(to, word.data(), word.size());
-    return to + word.size();
-}
-
-// All other integers fit in int64_t.
-template <typename Integer>
-char* write_element(char* to, Integer element) {
-    return write_int64(to, element);
-}
-
-// Like write_numbers, for elements of any type.
-template <typename Element>
-NumbersWritten write_elements(char* first, const char* end, const Element* elements,
-                              uint64_t count) {
-    if constexpr (std::is_floating_point_v<Element>) {
-        return write_numbers(first, end, elements, count);
-    } else {
-        uint64_t i = 0;
-        for (; i < count && end - first > static_cast<int64_t>(kNumberCapacity); ++i) {
-            first = write_element(first, elements[i]);
-            *first++ = ',';
-        }
-        return {first, i};
+// The same for bools.
+NumbersWritten write_numbers(char* first, const char* end, const Bool8* bools, uint64_t count) {
+    uint64_t i = 0;
+    for (; i < count && end - first > static_cast<int64_t>(kNumberCapacity); ++i) {
+        const std::string_view word = bools[i] != Bool8(0) ? "true," : "false,";
+        memcpy(first, word.data(), word.size());
+        first += word.size();
     }
+    return {first, i};
 }
 
 // Appends elements separated by commas: directly while the longest possible one fits, then, near the
@@ -47,13 +28,13 @@ NumbersWritten write_elements(char* first, const char* end, const Element* eleme
 template <typename Element>
 void append_elements(BoundedText& text, const Element* elements, uint64_t count) {
     const char* const end = text.buffer + text.capacity;
-    NumbersWritten written = write_elements(text.buffer + text.length, end, elements, count);
+    NumbersWritten written = write_numbers(text.buffer + text.length, end, elements, count);
     uint64_t i = written.count;
     text.length = static_cast<uint64_t>(written.end - text.buffer) - (i > 0 && i == count);
     vnort_append(text, "");
     for (; i < count && !is_full(text); ++i) {
         char buffer[kNumberCapacity + 1];
-        written = write_elements(buffer, buffer + sizeof buffer, elements + i, 1);
+        written = write_numbers(buffer, buffer + sizeof buffer, elements + i, 1);
         const size_t length = static_cast<size_t>(written.end - buffer) - (i + 1 == count);
         vnort_append(text, {buffer, length});
     }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <concepts>
 
 #include "number/decimal_layout.h"
 #include "number/power_of_ten.h"
@@ -151,17 +152,20 @@ char* write_up_to_eight_digits(char* first, uint64_t number) {
     return first + 8 - zeros;
 }
 
-// Up to three digits without leading zeros; with a length of 6, three more.
-char* write_triple(char* first, uint64_t upper, uint64_t lower, int length) {
-    const int zeros = int{upper < 100} + int{upper < 10};
-    store_word(first, kTriples.text[upper] >> (8 * zeros));
-    store_word(first + 3 - zeros, kTriples.text[lower]);
-    return first + length - zeros;
+// Up to three digits without leading zeros.
+char* write_triple(char* first, uint64_t number) {
+    const int zeros = int{number < 100} + int{number < 10};
+    store_word(first, kTriples.text[number] >> (8 * zeros));
+    return first + 3 - zeros;
 }
 
 char* write_integer(char* first, uint64_t number) {
-    if (number < 1000) return write_triple(first, number, 0, 3);
-    if (number < 1000000) return write_triple(first, number / 1000, number % 1000, 6);
+    if (number < 1000) return write_triple(first, number);
+    if (number < 1000000) {
+        char* const last_triple = write_triple(first, number / 1000);
+        store_word(last_triple, kTriples.text[number % 1000]);
+        return last_triple + 3;
+    }
     if (number < kTenTo8) return write_up_to_eight_digits(first, number);
     const uint64_t upper = number / kTenTo8;
     if (upper < kTenTo8) {
@@ -173,14 +177,22 @@ char* write_integer(char* first, uint64_t number) {
     return write_eight_digits(first, number % kTenTo8);
 }
 
+template <std::integral Integer>
+[[gnu::always_inline]] inline char* write_number(char* first, Integer value) {
+    *first = '-';
+    const bool negative = value < 0;
+    const uint64_t magnitude = static_cast<uint64_t>(value);
+    return write_integer(first + int{negative}, negative ? 0 - magnitude : magnitude);
+}
+
 }  // namespace
 
-template <typename Float>
-NumbersWritten write_numbers(char* first, const char* end, const Float* numbers, uint64_t count) {
-    const Float* number = numbers;
+template <typename Number>
+NumbersWritten write_numbers(char* first, const char* end, const Number* numbers, uint64_t count) {
+    const Number* number = numbers;
     for (;;) {
         const uint64_t fitting = static_cast<uint64_t>(end - first) / (kNumberCapacity + 1);
-        const Float* const stop = number + std::min(fitting, count);
+        const Number* const stop = number + std::min(fitting, count);
         if (number == stop) return {first, static_cast<uint64_t>(number - numbers)};
         count -= static_cast<uint64_t>(stop - number);
         do {
@@ -191,22 +203,13 @@ NumbersWritten write_numbers(char* first, const char* end, const Float* numbers,
 }
 template NumbersWritten write_numbers(char*, const char*, const float*, uint64_t);
 template NumbersWritten write_numbers(char*, const char*, const double*, uint64_t);
-
-char* write_float32(char* first, float value) {
-    return write_numbers(first, first + kNumberCapacity + 1, &value, 1).end - 1;
-}
-
-char* write_float64(char* first, double value) {
-    return write_numbers(first, first + kNumberCapacity + 1, &value, 1).end - 1;
-}
-
-char* write_int64(char* first, int64_t value) {
-    *first = '-';
-    const bool negative = value < 0;
-    const uint64_t magnitude = static_cast<uint64_t>(value);
-    return write_integer(first + int{negative}, negative ? 0 - magnitude : magnitude);
-}
-
-char* write_uint64(char* first, uint64_t value) { return write_integer(first, value); }
+template NumbersWritten write_numbers(char*, const char*, const int8_t*, uint64_t);
+template NumbersWritten write_numbers(char*, const char*, const uint8_t*, uint64_t);
+template NumbersWritten write_numbers(char*, const char*, const int16_t*, uint64_t);
+template NumbersWritten write_numbers(char*, const char*, const uint16_t*, uint64_t);
+template NumbersWritten write_numbers(char*, const char*, const int32_t*, uint64_t);
+template NumbersWritten write_numbers(char*, const char*, const uint32_t*, uint64_t);
+template NumbersWritten write_numbers(char*, const char*, const int64_t*, uint64_t);
+template NumbersWritten write_numbers(char*, const char*, const uint64_t*, uint64_t);
 
 }  // namespace vornic
