@@ -159,13 +159,7 @@ char* write_triple(char* first, uint64_t number) {
     return first + 3 - zeros;
 }
 
-char* write_integer(char* first, uint64_t number) {
-    if (number < 1000) return write_triple(first, number);
-    if (number < 1000000) {
-        char* const last_triple = write_triple(first, number / 1000);
-        store_word(last_triple, kTriples.text[number % 1000]);
-        return last_triple + 3;
-    }
+[[gnu::noinline]] char* write_long_integer(char* first, uint64_t number) {
     if (number < kTenTo8) return write_up_to_eight_digits(first, number);
     const uint64_t upper = number / kTenTo8;
     if (upper < kTenTo8) {
@@ -175,6 +169,16 @@ char* write_integer(char* first, uint64_t number) {
         first = write_eight_digits(first, upper % kTenTo8);
     }
     return write_eight_digits(first, number % kTenTo8);
+}
+
+[[gnu::always_inline]] inline char* write_integer(char* first, uint64_t number) {
+    if (number < 1000) return write_triple(first, number);
+    if (number < 1000000) {
+        char* const last_triple = write_triple(first, number / 1000);
+        store_word(last_triple, kTriples.text[number % 1000]);
+        return last_triple + 3;
+    }
+    return write_long_integer(first, number);
 }
 
 template <std::integral Integer>
