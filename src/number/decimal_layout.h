@@ -35,6 +35,8 @@ void store_word(char* to, Word word) {
 template <int kDigits>
 class DigitText {
 public:
+    DigitText() = default;
+
     // Takes the leading two or three digits, and the others as a binary fraction.
     [[gnu::always_inline]] DigitText(uint64_t upper, uint64_t fraction) {
         triples_[0] = kTriples.text[upper];

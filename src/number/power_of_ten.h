@@ -76,7 +76,7 @@ struct BinadeScales {
     int16_t
         exponent[512];  // of ten, for the first of the nine digits; kNoScale if there is no factor
 };
-inline constexpr int kNoScale = 127;
+inline constexpr int kNoScale = 1000;
 inline constexpr uint64_t kHalfOfNinthDigit =
     9223372036855 + (1 << 24);  // 2^64 / (2 * 10^6), and 2^24
 inline constexpr uint64_t kMaxExcess = (1 << 24) + 1;
